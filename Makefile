@@ -1,0 +1,87 @@
+# Build entry points of velkow32. `make run` and `make test` are all a newcomer needs:
+# missing build dependencies are installed through apt-get first.
+
+SHELL := /bin/bash
+MAKEFLAGS += --no-print-directory
+
+BUILD_DIR      ?= build
+ASAN_BUILD_DIR ?= build-asan
+WERROR_DIR     ?= build-werror
+JOBS           ?= $(shell nproc 2>/dev/null || echo 2)
+CTEST_JOBS     ?= 2
+TEST_TIMEOUT   ?= 300
+VELKO_WERROR   ?= OFF
+
+# The command `make run` executes after building.
+RUN_CMD ?= ./$(BUILD_DIR)/velko info data/sample.dwg
+
+# Pass VELKO_CORPUS=/path/to/corpus to override the corpus directory.
+CMAKE_EXTRA := $(if $(VELKO_CORPUS),-DVELKO_CORPUS=$(VELKO_CORPUS),)
+
+# Root installs directly; otherwise through sudo when it exists.
+SUDO := $(shell if [ "$$(id -u)" != 0 ] && command -v sudo >/dev/null 2>&1; then echo sudo; fi)
+
+FORMAT_DIRS := include src tools tests bench
+
+.PHONY: all deps build run test asan werror format format-check clean
+
+all: build
+
+deps:
+	@missing=""; \
+	command -v cmake >/dev/null 2>&1        || missing="$$missing cmake"; \
+	command -v g++ >/dev/null 2>&1          || missing="$$missing g++"; \
+	command -v make >/dev/null 2>&1         || missing="$$missing make"; \
+	[ -f /usr/include/gtest/gtest.h ]       || missing="$$missing libgtest-dev"; \
+	command -v clang-format >/dev/null 2>&1 || missing="$$missing clang-format"; \
+	command -v python3 >/dev/null 2>&1      || missing="$$missing python3"; \
+	if [ -n "$$missing" ]; then \
+	    echo "deps: installing missing packages:$$missing"; \
+	    $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get update -q && \
+	    $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get install -y -q \
+	        --no-install-recommends $$missing; \
+	fi
+
+build: deps
+	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CMAKE_EXTRA)
+	cmake --build $(BUILD_DIR) -j$(JOBS)
+
+run: build
+	$(RUN_CMD)
+
+test: build
+	cd $(BUILD_DIR) && ctest --output-on-failure -j$(CTEST_JOBS) --timeout $(TEST_TIMEOUT)
+
+# Sanitizer build: AddressSanitizer + UndefinedBehaviorSanitizer, Debug at -O1.
+# `make asan VELKO_WERROR=ON` also treats warnings as errors.
+ASAN_ENV := ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
+            UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+
+asan: deps
+	cmake -S . -B $(ASAN_BUILD_DIR) -DCMAKE_BUILD_TYPE=Debug \
+	    "-DCMAKE_C_FLAGS_DEBUG=-g -O1" "-DCMAKE_CXX_FLAGS_DEBUG=-g -O1" \
+	    -DVELKO_SANITIZE=ON -DVELKO_WERROR=$(VELKO_WERROR) -DVELKO_BUILD_BENCH=OFF $(CMAKE_EXTRA)
+	$(ASAN_ENV) cmake --build $(ASAN_BUILD_DIR) -j$(JOBS)
+	cd $(ASAN_BUILD_DIR) && $(ASAN_ENV) ctest --output-on-failure -j$(CTEST_JOBS) --timeout $(TEST_TIMEOUT)
+
+# Warnings-as-errors build without sanitizers.
+werror: deps
+	cmake -S . -B $(WERROR_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVELKO_WERROR=ON $(CMAKE_EXTRA)
+	cmake --build $(WERROR_DIR) -j$(JOBS)
+
+# All C/C++ sources of the project (none of the build directories).
+FORMAT_FILES = $(shell find $(wildcard $(FORMAT_DIRS)) -type f \
+                   \( -name '*.cpp' -o -name '*.h' -o -name '*.c' -o -name '*.hpp' \) 2>/dev/null | sort)
+
+format: deps
+	@files="$(FORMAT_FILES)"; \
+	if [ -n "$$files" ]; then clang-format -i $$files; fi
+
+format-check: deps
+	@files="$(FORMAT_FILES)"; \
+	if [ -n "$$files" ]; then \
+	    clang-format --dry-run --Werror $$files && echo "format-check: OK"; \
+	else echo "format-check: no sources"; fi
+
+clean:
+	rm -rf $(BUILD_DIR) $(ASAN_BUILD_DIR) $(WERROR_DIR)

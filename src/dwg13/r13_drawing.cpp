@@ -1,0 +1,13 @@
+#include "dwg13/r13_drawing.h"
+
+CR13Drawing::CR13Drawing(CLibDrawing *owner, int flag) : CBaseDrawing(flag) { SetLib(owner); }
+
+int CR13Drawing::OpenDWG(const char *, CDB_OPEN_MODE) {
+    SetError(CDB_ERR_VERSION_MISMATCH);
+    return 0;
+}
+
+int CR13Drawing::OpenDXF(const char *, CDB_OPEN_MODE) {
+    SetError(CDB_ERR_INVALID_FILE);
+    return 0;
+}

@@ -1,0 +1,159 @@
+// The abstract drawing: the seam between the flat interface and the file formats.
+// CR12Drawing and CR13Drawing fill its operations; CLibDrawing forwards to them.
+#ifndef VELKO_BASE_DRAWING_H
+#define VELKO_BASE_DRAWING_H
+
+#include "velkow32.h"
+
+#include <string>
+
+class CDrawingFile;
+
+class CBaseDrawing {
+public:
+    explicit CBaseDrawing(int view_flag);
+    virtual ~CBaseDrawing();
+
+    CBaseDrawing(const CBaseDrawing &) = delete;
+    CBaseDrawing &operator=(const CBaseDrawing &) = delete;
+
+    // ---- Shared state -----------------------------------------------------------------
+    void SetError(short code) { error = code; }
+    short GetError() const { return error; }
+    int ViewFlag() const { return view_flag; }
+    void SetInXref(int flag) { in_xref = flag; }
+    int InXref() const { return in_xref; }
+    void SetHandle(short h) { handle = h; }
+    short Handle() const { return handle; }
+    void SetLib(CLibDrawing *owner) { lib = owner; }
+    CLibDrawing *Lib() const { return lib; }
+    CShapeTable *ShapeTable() const { return shape_table; }
+    const char *SearchPath() const { return search_path.empty() ? nullptr : search_path.c_str(); }
+    void SetSearchPath(const char *path) { search_path = path ? path : ""; }
+    int32_t *Bases() { return bases; }
+
+    void AddName(const char *name);
+    int FindName(const char *name) const;
+
+    short GetShapeName(CDB_SHAPE_ENTITY_type *shape, char *buffer);
+    short GetShapeName(short style_index, short shape_number, char *buffer);
+    short GetShapeData(CDB_SHAPE_ENTITY_type *shape, char *buffer);
+    short GetShapeData(short style_index, short shape_number, char *buffer);
+    short GetShapeId(CDB_SHAPE_ENTITY_type *shape, const char *name);
+    short GetShapeId(short &style_index, short &shape_number, const char *name);
+
+    // ---- The operations, in slot order --------------------------------------------------
+    // Operations that a drawing class does not offer report "Invalid File." and fail.
+    virtual int CloseDWGFile();
+    virtual int LoadDWG();
+    virtual int LoadDXF();
+    virtual int PrepareForView();
+    virtual CDB_HEADER_type *GetAllVars();
+    virtual void LoadEntities();
+    virtual CDB_STARTBLOCK_ENTITY_type *LoadBlock(int index);
+    virtual int GetLayerTableCount();
+    virtual CDB_LAYER_TBL_type *GetLayerTable(int index);
+    virtual int GetLtypeTableCount();
+    virtual CDB_LTYPE_TBL_type *GetLtypeTable(int index);
+    virtual int GetVportTableCount();
+    virtual CDB_VPORT_TBL_type *GetVportTable(int index);
+    virtual int GetStyleTableCount();
+    virtual CDB_STYLE_TBL_type *GetStyleTable(int index);
+    virtual int GetBlockTableCount();
+    virtual CDB_BLOCK_TBL *GetBlockTable(int index);
+    virtual int GetUcsTableCount();
+    virtual CDB_UCS_TBL_type *GetUcsTable(int index);
+    virtual int GetAppidTableCount();
+    virtual CDB_APPID_TBL_type *GetAppidTable(int index);
+    virtual int GetDimstyleTableCount();
+    virtual CDB_DIMSTYLE_TBL_type *GetDimstyleTable(int index);
+    virtual int GetMLineStyleTableCount();
+    virtual CDB_MLINESTYLE_TBL_type *GetMLineStyleTable(int index);
+    virtual int GetViewTableCount();
+    virtual CDB_VIEW_TBL_type *GetViewTable(int index);
+    virtual short GetFirstBlock(CDB_STARTBLOCK_ENTITY_type *block);
+    virtual short GetNextBlock(CDB_STARTBLOCK_ENTITY_type *block);
+    virtual int32_t FirstEntity(short block);
+    virtual int32_t NextEntity();
+    virtual int32_t GetCurrentEntity(CDB_ENTITY *entity);
+    virtual short EntityCount(short block);
+    virtual short GotoEntity(int32_t id);
+    virtual short GetEntity(int32_t id, CDB_ENTITY *entity);
+    virtual short GetCurrentBlock(CDB_STARTBLOCK_ENTITY_type *block);
+    virtual int TriggerLoading();
+    virtual int GetFirstViewport(CDB_ENTITY *entity);
+    virtual int GetNextViewport(CDB_ENTITY *entity);
+    virtual char *GetFileName();
+    virtual short GetEED(CDB_ENTITY *entity, CDB_EED_type *cursor);
+    virtual short GetFirstAppid(CDB_EED_type *cursor);
+    virtual short GetNextAppid(CDB_EED_type *cursor);
+    virtual short GetFirstValue(CDB_EED_type *cursor, CDB_EED_VALUES *value);
+    virtual short GetNextValue(CDB_EED_type *cursor, CDB_EED_VALUES *value);
+    virtual const std::string &GetAcadVersion();
+    virtual short GetVariableValue(const char *name, CDB_VAR_VALUE_type *value);
+    virtual int IsAnyPaperSpace();
+    virtual int ResolveXREF(int block_index);
+    virtual int GetXrefPath(short block_index, char *buffer);
+    virtual int LayerTableDelete(short index);
+    virtual int LineTypeTableDelete(short index);
+    virtual int StyleTableDelete(short index);
+    virtual int VportTableDelete(short index);
+    virtual int ViewTableDelete(short index);
+    virtual int UCSTableDelete(short index);
+    virtual int AppidTableDelete(short index);
+    virtual int DimStyleTableDelete(short index);
+    virtual short LayerTableAdd(CDB_LAYER_TBL_type *record);
+    virtual short LineTypeTableAdd(CDB_LTYPE_TBL_type *record);
+    virtual short StyleTableAdd(CDB_STYLE_TBL_type *record);
+    virtual short VportTableAdd(CDB_VPORT_TBL_type *record);
+    virtual short ViewTableAdd(CDB_VIEW_TBL_type *record);
+    virtual short UCSTableAdd(CDB_UCS_TBL_type *record);
+    virtual short AppidTableAdd(CDB_APPID_TBL_type *record);
+    virtual short DimStyleTableAdd(CDB_DIMSTYLE_TBL_type *record);
+    virtual short LayerTableModify(short index, CDB_LAYER_TBL_type *record);
+    virtual short LineTypeTableModify(short index, CDB_LTYPE_TBL_type *record);
+    virtual short StyleTableModify(short index, CDB_STYLE_TBL_type *record);
+    virtual short VportTableModify(short index, CDB_VPORT_TBL_type *record);
+    virtual short ViewTableModify(short index, CDB_VIEW_TBL_type *record);
+    virtual short UCSTableModify(short index, CDB_UCS_TBL_type *record);
+    virtual short AppidTableModify(short index, CDB_APPID_TBL_type *record);
+    virtual short DimStyleTableModify(short index, CDB_DIMSTYLE_TBL_type *record);
+    virtual short SetAllVariables(CDB_HEADER_type *header);
+    virtual short SaveAsDWG(const char *name);
+    virtual short SaveAsDXF(const char *name, int binary);
+    virtual short Save();
+    virtual short BlockAdd(CDB_STARTBLOCK_ENTITY_type *block);
+    virtual short BlockTableAdd(CDB_BLOCK_TBL *record);
+    virtual short BlockModify(short index, CDB_STARTBLOCK_ENTITY_type *block);
+    virtual int BlockTableModify(short index, CDB_BLOCK_TBL *record);
+    virtual short BlockDefault(CDB_STARTBLOCK_ENTITY_type *block);
+    // One body for both releases.
+    short EntityDefault(CDB_ENTITY *entity, short type);
+    virtual int32_t EntityAdd(short block, CDB_ENTITY *entity);
+    virtual short EntityModify(int32_t id, CDB_ENTITY *entity);
+    virtual short EntityDelete(int32_t id);
+    virtual short EntityDeleteCurrent();
+    virtual int SetVariableValue(const char *name, CDB_VAR_VALUE_type *value);
+
+    // Reports an operation that this drawing class does not offer: the code is
+    // "Invalid File." and the caller gets the failure value of the slot.
+    int Unsupported();
+
+protected:
+
+    short error = 0;
+    CDrawingFile *save_file = nullptr;
+    int32_t view_flag = 0;
+    int32_t name_count = 0;
+    char *names[256] = {};
+    short handle = -1;
+    int32_t in_xref = 0;
+    int32_t *bases = nullptr;
+    CLibDrawing *lib = nullptr;
+    CShapeTable *shape_table = nullptr;
+    std::string search_path;
+    int32_t in_polyline = 0;
+    int32_t in_insert = 0;
+};
+
+#endif

@@ -1,0 +1,31 @@
+// The process-wide table of open drawings and the global error slot.
+#ifndef VELKO_DRAWING_TABLE_H
+#define VELKO_DRAWING_TABLE_H
+
+#include "velkow32.h"
+
+// The code of a failure that has no drawing to be kept in.
+extern int16_t g_LastError;
+
+class CDrawingTable {
+public:
+    static constexpr int kSlots = 256;
+
+    // Stores the drawing in the lowest free slot; its number is the handle, -123 when full.
+    int16_t AddDrawing(CLibDrawing *drawing);
+    // The drawing under a handle, or null for a handle out of range or a free slot.
+    CLibDrawing *GetDrawing(int16_t handle) const;
+    // Frees the slot without destroying the drawing: 1, or 0 for a bad or empty slot.
+    int RemoveDrawing(int16_t handle);
+
+private:
+    CLibDrawing *slots[kSlots] = {};
+};
+
+extern CDrawingTable g_DrawingTable;
+
+// The first step of every flat function: the drawing under the handle, with g_LastError
+// set to 0 for a good handle and to -422 for a bad one.
+CLibDrawing *LookupDrawing(int16_t handle);
+
+#endif

@@ -1,0 +1,153 @@
+// Opening and closing drawings through the flat interface.
+#include "interface/base_drawing.h"
+#include "interface/drawing_file.h"
+#include "interface/drawing_table.h"
+
+#include <cstring>
+#include <strings.h>
+
+namespace {
+
+using OpenStep = int (CLibDrawing::*)(const char *, CDB_OPEN_MODE, const char *);
+using LoadStep = int (CLibDrawing::*)();
+
+// One attempt at opening the file in one family of forms. Returns the handle, or -123
+// with g_LastError holding the reason.
+int16_t TryOpen(const char *name, const char *search_path, OpenStep open, LoadStep load) {
+    auto *lib = new CLibDrawing(0);
+    if ((lib->*open)(name, CDB_OPEN_READ, search_path) && (lib->*load)()) {
+        int16_t handle = g_DrawingTable.AddDrawing(lib);
+        g_LastError = 0;
+        lib->Drawing()->SetHandle(handle);
+        if (handle == CDB_FAIL) {
+            // A full table fails the attempt by its value alone: no code is kept. The
+            // drawing that could not be given a handle is not kept either.
+            delete lib;
+        }
+        return handle;
+    }
+    g_LastError = lib->GetError();
+    delete lib;
+    return CDB_FAIL;
+}
+
+} // namespace
+
+extern "C" {
+
+int16_t CDBStartFileReading(const char *name, const char *search_path) {
+    int16_t handle =
+        TryOpen(name, search_path, &CLibDrawing::OpenDWGFile, &CLibDrawing::LoadDWG);
+    if (handle != CDB_FAIL)
+        return handle;
+    // A recognisable DWG of the wrong release, or a corrupted one, goes no further.
+    if (g_LastError == CDB_ERR_FILE_ALREADY_OPEN || g_LastError == CDB_ERR_VERSION_MISMATCH ||
+        g_LastError == CDB_ERR_DRAWING_CORRUPTED)
+        return CDB_FAIL;
+    return TryOpen(name, search_path, &CLibDrawing::OpenDXFFile, &CLibDrawing::LoadDXF);
+}
+
+int16_t CDBGetDrawingFileInfo(const char *name, CDB_FILE_INFO *info) {
+    CDrawingFile file;
+    if (!file.Open(name, CDB_OPEN_READ)) {
+        g_LastError = CDB_ERR_INVALID_FILE;
+        return CDB_FAIL;
+    }
+    // Room behind the 256 bytes for a version text found at the very end.
+    char buffer[256 + 8] = {};
+    uint32_t got = 0;
+    if (file.Read(buffer, 256))
+        got = static_cast<uint32_t>(file.GetPosition());
+    buffer[got < 256 ? got : 256] = 0;
+    file.Close();
+
+    if (!info) {
+        g_LastError = CDB_ERR_INVALID_PARAMETER;
+        return CDB_FAIL;
+    }
+    const char *found = std::strstr(buffer, "AC10");
+    if (!found) {
+        std::strcpy(info->version, "Invalid DrawingFile.");
+        g_LastError = CDB_ERR_INVALID_FILE;
+        return CDB_FAIL;
+    }
+    if (std::memcmp(buffer, "AC10", 4) == 0)
+        info->file_kind = CDB_FILE_DWG;
+    else if (std::strstr(buffer, "AutoCAD Binary DXF"))
+        info->file_kind = CDB_FILE_BINARY_DXF;
+    else
+        info->file_kind = CDB_FILE_TEXT_DXF;
+    if (std::memcmp(found, "AC1009", 6) == 0)
+        info->release = CDB_RELEASE_12;
+    else if (std::memcmp(found, "AC1012", 6) == 0)
+        info->release = CDB_RELEASE_13;
+    else
+        info->release = CDB_RELEASE_OTHER;
+    std::memcpy(info->version, found, 6);
+    info->version[6] = 0;
+    return 0;
+}
+
+int16_t CDBEndOperation(int16_t h) {
+    CLibDrawing *lib = g_DrawingTable.GetDrawing(h);
+    if (!lib) {
+        g_LastError = CDB_ERR_INVALID_DRAWING_HANDLE;
+        return CDB_FAIL;
+    }
+    lib->CloseDWGFile();
+    if (!g_DrawingTable.RemoveDrawing(h)) {
+        g_LastError = CDB_ERR_FILE_NOT_OPEN;
+        return CDB_FAIL;
+    }
+    delete lib;
+    g_LastError = 0;
+    return 0;
+}
+
+int16_t CDBNew(const char *template_name, const char *new_name) {
+    g_LastError = 0;
+    int16_t handle = CDBStartFileReading(template_name, nullptr);
+    if (handle == CDB_FAIL)
+        return CDB_FAIL;
+    const char *extension = nullptr;
+    if (new_name) {
+        const char *base = new_name;
+        for (const char *p = new_name; *p; ++p)
+            if (*p == '/' || *p == '\\' || *p == ':')
+                base = p + 1;
+        extension = std::strrchr(base, '.');
+    }
+    int16_t saved = extension && strcasecmp(extension, ".DWG") == 0
+                        ? CDBSaveAsDWG(handle, new_name)
+                        : CDBSaveAsDXF(handle, new_name, 0);
+    // On a failed save the drawing stays open under its handle.
+    return saved == CDB_FAIL ? CDB_FAIL : handle;
+}
+
+int16_t CDBGetAutoCADVersion(int16_t h) {
+    CLibDrawing *lib = LookupDrawing(h);
+    if (!lib)
+        return CDB_FAIL;
+    const std::string &version = lib->Drawing()->GetAcadVersion();
+    if (strcasecmp(version.c_str(), "AC1009") == 0)
+        return 12;
+    if (strcasecmp(version.c_str(), "AC1012") == 0)
+        return 13;
+    lib->SetError(CDB_ERR_DRAWING_CORRUPTED);
+    return CDB_FAIL;
+}
+
+int16_t CDBGetDrawingFileName(int16_t h, char *buffer) {
+    CLibDrawing *lib = LookupDrawing(h);
+    if (!lib)
+        return CDB_FAIL;
+    if (!buffer) {
+        lib->SetError(CDB_ERR_INVALID_PARAMETER);
+        return CDB_FAIL;
+    }
+    const char *name = lib->Drawing()->GetFileName();
+    std::strcpy(buffer, name ? name : "");
+    return 0;
+}
+
+} // extern "C"

@@ -1,0 +1,121 @@
+// The façade: one object per open drawing.
+#include "dwg12/r12_drawing.h"
+#include "dwg13/r13_drawing.h"
+#include "interface/drawing_file.h"
+
+#include <cstring>
+#include <memory>
+
+CLibDrawing::CLibDrawing(int flag)
+    : view_flag(flag), layer_flags(0), space_flags(0), delete_list(), fonts(nullptr),
+      drawing(nullptr) {}
+
+CLibDrawing::~CLibDrawing() {
+    delete drawing;
+    drawing = nullptr;
+    for (int i = 0; i < 256 && delete_list[i]; ++i) {
+        delete delete_list[i];
+        delete_list[i] = nullptr;
+    }
+}
+
+void CLibDrawing::EntityCall(void *) {}
+void CLibDrawing::BlockCall(void *) {}
+void CLibDrawing::UpdateAllTables() {}
+
+int CLibDrawing::OpenDrawing(const char *name, const char *search_path) {
+    if (OpenDWGFile(name, CDB_OPEN_READ, search_path))
+        return 1;
+    return OpenDXFFile(name, CDB_OPEN_READ, search_path);
+}
+
+int CLibDrawing::OpenDWGFile(const char *name, CDB_OPEN_MODE mode, const char *search_path) {
+    char version[6] = {};
+    {
+        // The sniff: the first six bytes name the release, compared byte for byte.
+        CDrawingFile sniff;
+        if (!sniff.Open(name, CDB_OPEN_READ)) {
+            SetError(CDB_ERR_OPENING_FILE);
+            return 0;
+        }
+        if (!sniff.Read(version, sizeof version)) {
+            SetError(CDB_ERR_FILE_READ);
+            return 0;
+        }
+        sniff.Close();
+    }
+    delete drawing;
+    drawing = nullptr;
+    if (std::memcmp(version, "AC1009", 6) == 0) {
+        auto *r12 = new CR12Drawing(this, view_flag);
+        drawing = r12;
+        if (!r12->OpenDWG(name, mode)) {
+            error = drawing->GetError();
+            delete drawing;
+            drawing = nullptr;
+            return 0;
+        }
+    } else if (std::memcmp(version, "AC1012", 6) == 0) {
+        auto *r13 = new CR13Drawing(this, view_flag);
+        drawing = r13;
+        if (!r13->OpenDWG(name, mode)) {
+            error = drawing->GetError();
+            delete drawing;
+            drawing = nullptr;
+            return 0;
+        }
+    } else {
+        SetError(std::memcmp(version, "AC10", 4) == 0 ? CDB_ERR_VERSION_MISMATCH
+                                                      : CDB_ERR_INVALID_FILE);
+        return 0;
+    }
+    SetError(0);
+    drawing->SetSearchPath(search_path);
+    return 1;
+}
+
+int CLibDrawing::OpenDXFFile(const char *name, CDB_OPEN_MODE, const char *search_path) {
+    delete drawing;
+    drawing = nullptr;
+    // Release 13 is tried first; what it reports on failure is not kept.
+    auto *r13 = new CR13Drawing(this, view_flag);
+    if (r13->OpenDXF(name, CDB_OPEN_READ)) {
+        drawing = r13;
+    } else {
+        delete r13;
+        auto *r12 = new CR12Drawing(this, view_flag);
+        if (!r12->OpenDXF(name, CDB_OPEN_READ)) {
+            error = r12->GetError();
+            delete r12;
+            return 0;
+        }
+        drawing = r12;
+    }
+    drawing->SetSearchPath(search_path);
+    return 1;
+}
+
+int CLibDrawing::LoadDWG() { return drawing->LoadDWG(); }
+int CLibDrawing::LoadDXF() { return drawing->LoadDXF(); }
+int CLibDrawing::TriggerLoading() { return drawing->TriggerLoading(); }
+int CLibDrawing::PrepareForView() { return drawing->PrepareForView(); }
+void CLibDrawing::LoadEntities() { drawing->LoadEntities(); }
+CDB_STARTBLOCK_ENTITY_type *CLibDrawing::LoadBlock(int index) { return drawing->LoadBlock(index); }
+int CLibDrawing::CloseDWGFile() { return drawing->CloseDWGFile(); }
+
+short CLibDrawing::GetError() { return drawing ? drawing->GetError() : error; }
+void CLibDrawing::SetError(short code) { error = code; }
+
+void CLibDrawing::AddToDeleteList(CBaseDrawing *child) {
+    // The list holds 256 drawings; a further one is destroyed at once rather than lost.
+    for (int i = 0; i < 256; ++i) {
+        if (!delete_list[i]) {
+            delete_list[i] = child;
+            return;
+        }
+    }
+    delete child;
+}
+
+CShapeTable *CLibDrawing::GetShapeTablePtr() { return drawing ? drawing->ShapeTable() : nullptr; }
+int CLibDrawing::ViewFlag() { return view_flag; }

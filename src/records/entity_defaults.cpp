@@ -1,0 +1,172 @@
+#include "records/entity_defaults.h"
+
+#include <cstring>
+
+namespace {
+
+// The one text every default record points at. It belongs to the library: a caller
+// must neither free nor change it.
+char g_notAssigned[] = "NOT_ASSIGNED";
+
+// The extended data a new viewport carries, so that it is written with a block. The
+// record points at the first byte, of value 1; the bytes behind it are zero and keep a
+// walk over the stated size inside storage of the library.
+constexpr uint16_t kViewportEedSize = 224;
+uint8_t g_viewportEed[kViewportEedSize] = {1};
+
+// The screen box of a new viewport: height 9 in the proportion of a screen.
+constexpr double kViewCenterX = 7.953781512605;
+constexpr double kViewCenterY = 4.5;
+constexpr double kViewWidth = 15.90756302521;
+constexpr double kViewHeight = 9.0;
+
+CDB_POINT3 Point3(double x, double y, double z) {
+    CDB_POINT3 p;
+    p.x = x;
+    p.y = y;
+    p.z = z;
+    return p;
+}
+
+CDB_POINT2 Point2(double x, double y) {
+    CDB_POINT2 p;
+    p.x = x;
+    p.y = y;
+    return p;
+}
+
+// Four corners of a trace, a solid or a face.
+template <typename Corners> void FillCorners(Corners &c) {
+    c.corner_2 = Point3(1, 1, 0);
+    c.corner_3 = Point3(1, 0, 0);
+}
+
+void FillViewport(CDB_ENTITY &e) {
+    CDB_VIEWPORT_type &v = e.viewport;
+    v.view_center = Point2(kViewCenterX, kViewCenterY);
+    v.snap_spacing = Point2(1, 1);
+    v.view_direction = Point3(0, 0, 1);
+    v.view_height = kViewHeight;
+    v.lens_length = 50.0;
+    v.viewport_id = 1;
+    v.circle_zoom = 100;
+    v.fast_zoom = 1;
+    v.ucs_icon = 1;
+    v.center = Point3(kViewCenterX, kViewCenterY, 0);
+    v.width = kViewWidth;
+    v.height = kViewHeight;
+    std::memcpy(v.eed_application, "MVIEW", 6);
+    v.data_version = 16;
+    e.eed_data = g_viewportEed;
+    e.eed_size = kViewportEedSize;
+}
+
+// Fills the kind's own fields; false for a code that is given no kind.
+bool FillKind(CDB_ENTITY &e, short type) {
+    switch (type) {
+    case CDB_LINE:
+        e.line.end_point = Point3(1, 1, 0);
+        return true;
+    case CDB_POINT:
+        e.point.location = Point3(1, 1, 0);
+        return true;
+    case CDB_CIRCLE:
+        e.circle.center = Point3(1, 0, 0);
+        e.circle.radius = 1.0;
+        return true;
+    case CDB_SHAPE:
+        e.shape.insertion_point = Point3(3, 1, 0);
+        e.shape.size = 1.0;
+        e.shape.x_scale = 1.0;
+        return true;
+    case CDB_TEXT:
+        e.text.insertion_point = Point3(3, 2, 0);
+        e.text.height = 0.2;
+        e.text.text = g_notAssigned;
+        e.text.width_factor = 1.0;
+        return true;
+    case CDB_ARC:
+        // Arcs get their kind and no numbers.
+        return true;
+    case CDB_TRACE:
+        FillCorners(e.trace);
+        return true;
+    case CDB_SOLID:
+        FillCorners(e.solid);
+        return true;
+    case CDB_INSERT:
+        e.insert.x_scale = 1.0;
+        e.insert.y_scale = 1.0;
+        e.insert.z_scale = 1.0;
+        e.insert.column_count = 1;
+        e.insert.row_count = 1;
+        return true;
+    case CDB_ATTDEF:
+        e.attdef.insertion_point = Point3(1, 2, 0);
+        e.attdef.height = 0.2;
+        e.attdef.default_value = g_notAssigned;
+        e.attdef.prompt = g_notAssigned;
+        e.attdef.tag = g_notAssigned;
+        e.attdef.width_factor = 1.0;
+        return true;
+    case CDB_ATTRIB:
+        e.attrib.height = 0.2;
+        e.attrib.value = g_notAssigned;
+        e.attrib.tag = g_notAssigned;
+        e.attrib.width_factor = 1.0;
+        return true;
+    case CDB_SEQEND:
+    case CDB_POLYLINE:
+    case CDB_VERTEX:
+        // The common part and zeros.
+        return true;
+    case CDB_3DFACE:
+        FillCorners(e.face);
+        return true;
+    case CDB_DIMENSION:
+        e.dimension.text = g_notAssigned;
+        return true;
+    case CDB_VIEWPORT:
+        FillViewport(e);
+        return true;
+    case CDB_ELLIPSE:
+        return true;
+    case CDB_MTEXT:
+        e.mtext.width = 5.0;
+        e.mtext.height = 0.2;
+        e.mtext.text = g_notAssigned;
+        e.mtext.attachment_point = 1;
+        e.mtext.drawing_direction = 1;
+        return true;
+    case CDB_LEADER:
+        e.leader.normal = Point3(0, 0, 1);
+        e.leader.x_direction = Point3(1, 0, 0);
+        e.leader.arrow_head = 1;
+        e.leader.text_height = 0.9;
+        return true;
+    case CDB_TOLERANCE:
+        e.tolerance.x_axis_direction = Point3(1, 0, 0);
+        e.tolerance.normal = Point3(0, 0, 1);
+        e.tolerance.text = g_notAssigned;
+        return true;
+    default:
+        // Not kinds (5, 6, 10, 18), kinds this default does not build (12, 13, 21,
+        // 36 to 41, 47, 500) and everything out of range: the common part only.
+        return false;
+    }
+}
+
+} // namespace
+
+short FillEntityDefault(CDB_ENTITY *entity, short type) {
+    if (!entity)
+        return 0;
+    std::memset(entity, 0, sizeof *entity);
+    entity->line_type_scale = 1.0;
+    entity->line_type_index = -1;
+    entity->color = -1;
+    entity->extrusion = Point3(0, 0, 1);
+    if (FillKind(*entity, type))
+        entity->entity_type = type;
+    return 0;
+}

@@ -1,0 +1,8 @@
+// The subcommands of velko. Each takes the arguments behind its name and returns the
+// exit status: 0 success, 1 a drawing the library refuses, 2 wrong usage.
+#ifndef VELKO_COMMANDS_H
+#define VELKO_COMMANDS_H
+
+int RunInfo(int argc, char **argv);
+
+#endif

@@ -1,0 +1,131 @@
+// velko info: what kind of drawing a file is, its tables and its main header variables.
+#include "commands.h"
+#include "json_writer.h"
+#include "velkow32.h"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+namespace {
+
+const char *KindName(int32_t kind) {
+    switch (kind) {
+    case CDB_FILE_DWG:
+        return "DWG";
+    case CDB_FILE_BINARY_DXF:
+        return "binary DXF";
+    case CDB_FILE_TEXT_DXF:
+        return "ASCII DXF";
+    default:
+        return "unknown";
+    }
+}
+
+struct TableCounter {
+    const char *name;
+    int16_t (*count)(int16_t);
+};
+
+const TableCounter kTables[] = {
+    {"BLOCK", CDBBlockTableCount}, {"LAYER", CDBLayerTableCount},
+    {"LTYPE", CDBLineTypeTableCount}, {"STYLE", CDBStyleTableCount},
+    {"VPORT", CDBVportTableCount}, {"VIEW", CDBViewTableCount},
+    {"UCS", CDBUCSTableCount}, {"APPID", CDBAppidTableCount},
+    {"DIMSTYLE", CDBDimStyleTableCount}, {"MLINESTYLE", CDBMLineStyleTableCount},
+};
+
+// The header variables the report shows, by name, as the library answers them.
+const char *const kVariables[] = {"acadver",  "dwgcodepage", "insbase",  "extmin",
+                                  "extmax",   "limmin",      "limmax",   "ltscale",
+                                  "textsize", "treedepth",   "handseed", "handling",
+                                  "clayer",   "celtype",     "tilemode", "menu"};
+
+void AddVariable(Report &report, int16_t h, const char *name) {
+    CDB_VAR_VALUE_type value;
+    std::memset(&value, 0, sizeof value);
+    switch (CDBGetVariableValue(h, name, &value)) {
+    case CDB_VAR_INT16:
+        report.AddInt(name, value.int_value);
+        break;
+    case CDB_VAR_REAL:
+        report.AddNumber(name, value.real_value);
+        break;
+    case CDB_VAR_POINT2:
+        report.AddPoint(name, &value.point2_value.x, 2);
+        break;
+    case CDB_VAR_POINT3:
+        report.AddPoint(name, &value.point3_value.x, 3);
+        break;
+    case CDB_VAR_TEXT:
+    case CDB_VAR_HANDLE:
+        value.text[sizeof value.text - 1] = 0;
+        report.AddText(name, value.text);
+        break;
+    default:
+        break;
+    }
+}
+
+int Refused(const char *file) {
+    char message[64] = {};
+    int16_t code = CDBGetErrorNumber(CDB_FAIL);
+    CDBGetErrorMessage(code, message, sizeof message - 1);
+    std::fprintf(stderr, "velko: %s: %s (%d)\n", file, message, code);
+    return 1;
+}
+
+} // namespace
+
+int RunInfo(int argc, char **argv) {
+    const char *file = nullptr;
+    bool json = false;
+    for (int i = 0; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--json") == 0) {
+            json = true;
+        } else if (!file && argv[i][0] != '-') {
+            file = argv[i];
+        } else {
+            std::fprintf(stderr, "usage: velko info FILE [--json]\n");
+            return 2;
+        }
+    }
+    if (!file) {
+        std::fprintf(stderr, "usage: velko info FILE [--json]\n");
+        return 2;
+    }
+
+    CDB_FILE_INFO info;
+    std::memset(&info, 0, sizeof info);
+    if (CDBGetDrawingFileInfo(file, &info) != 0)
+        return Refused(file);
+    int16_t h = CDBStartFileReading(file, nullptr);
+    if (h == CDB_FAIL)
+        return Refused(file);
+
+    Report report;
+    report.AddText("file", file);
+    report.AddText("kind", KindName(info.file_kind));
+    report.AddText("version", info.version);
+    report.AddInt("release", CDBGetAutoCADVersion(h));
+
+    Report tables;
+    for (const TableCounter &t : kTables) {
+        int16_t count = t.count(h);
+        if (count >= 0)
+            tables.AddInt(t.name, count);
+    }
+    report.AddObject("tables", tables);
+
+    Report header;
+    for (const char *name : kVariables)
+        AddVariable(header, h, name);
+    report.AddObject("header", header);
+
+    if (json)
+        std::printf("%s\n", report.Json().c_str());
+    else
+        report.PrintText(stdout);
+    CDBEndOperation(h);
+    return 0;
+}
