@@ -139,36 +139,36 @@ typedef struct CDB_FILE_INFO {
 /* ---- Entity records --------------------------------------------------------------- */
 
 /* The common part that opens every entity record. */
-#define CDB_ENTITY_COMMON_FIELDS                                                               \
-    int16_t entity_type;                                                                       \
-    char *handle;                                                                              \
-    int16_t layer_index;                                                                       \
-    char *layer_handle;                                                                        \
-    int16_t line_type_index;                                                                   \
-    char *line_type_handle;                                                                    \
-    CDB_POINT3 reserved_points[2];                                                             \
-    double elevation;                                                                          \
-    double thickness;                                                                          \
-    int16_t color;                                                                             \
-    double line_type_scale;                                                                    \
-    int16_t space;                                                                             \
-    CDB_POINT3 extrusion;                                                                      \
-    uint16_t eed_size;                                                                         \
-    uint8_t *eed_data;                                                                         \
-    uint16_t invisibility;                                                                     \
-    /* link block of release 13; of no use to a client */                                     \
-    CHandleRef owner;                                                                          \
-    uint32_t object_bits;                                                                      \
-    CHandleRef dictionary;                                                                     \
-    CHandleRef previous;                                                                       \
-    CHandleRef next;                                                                           \
-    uint32_t no_links;                                                                         \
-    uint32_t line_type_bylayer;                                                                \
-    uint32_t has_owner;                                                                        \
-    uint32_t has_graphic;                                                                      \
-    uint32_t reserved_bit_1;                                                                   \
-    uint32_t reserved_bit_2;                                                                   \
-    uint32_t mode_model;                                                                       \
+#define CDB_ENTITY_COMMON_FIELDS                                                                   \
+    int16_t entity_type;                                                                           \
+    char *handle;                                                                                  \
+    int16_t layer_index;                                                                           \
+    char *layer_handle;                                                                            \
+    int16_t line_type_index;                                                                       \
+    char *line_type_handle;                                                                        \
+    CDB_POINT3 reserved_points[2];                                                                 \
+    double elevation;                                                                              \
+    double thickness;                                                                              \
+    int16_t color;                                                                                 \
+    double line_type_scale;                                                                        \
+    int16_t space;                                                                                 \
+    CDB_POINT3 extrusion;                                                                          \
+    uint16_t eed_size;                                                                             \
+    uint8_t *eed_data;                                                                             \
+    uint16_t invisibility;                                                                         \
+    /* link block of release 13; of no use to a client */                                          \
+    CHandleRef owner;                                                                              \
+    uint32_t object_bits;                                                                          \
+    CHandleRef dictionary;                                                                         \
+    CHandleRef previous;                                                                           \
+    CHandleRef next;                                                                               \
+    uint32_t no_links;                                                                             \
+    uint32_t line_type_bylayer;                                                                    \
+    uint32_t has_owner;                                                                            \
+    uint32_t has_graphic;                                                                          \
+    uint32_t reserved_bit_1;                                                                       \
+    uint32_t reserved_bit_2;                                                                       \
+    uint32_t mode_model;                                                                           \
     uint32_t mode_paper;
 
 typedef struct CDB_LINE_type {
@@ -1052,15 +1052,15 @@ int16_t CDBGetReadErrorMessage(int16_t code, char *buffer, int16_t size);
 
 /* ---- Tables: size, read, search, edit --------------------------------------------- */
 
-#define CDB_DECLARE_TABLE_READ(T, REC)                                                         \
-    int16_t CDB##T##TableCount(int16_t h);                                                     \
-    int16_t CDB##T##TableGet(int16_t h, int16_t index, REC *record);                           \
+#define CDB_DECLARE_TABLE_READ(T, REC)                                                             \
+    int16_t CDB##T##TableCount(int16_t h);                                                         \
+    int16_t CDB##T##TableGet(int16_t h, int16_t index, REC *record);                               \
     int16_t CDB##T##TableFind(int16_t h, const char *name);
 
-#define CDB_DECLARE_TABLE_EDIT(T, REC)                                                         \
-    int16_t CDB##T##TableDefault(REC *record);                                                 \
-    int16_t CDB##T##TableAdd(int16_t h, REC *record);                                          \
-    int16_t CDB##T##TableModify(int16_t h, int16_t index, REC *record);                        \
+#define CDB_DECLARE_TABLE_EDIT(T, REC)                                                             \
+    int16_t CDB##T##TableDefault(REC *record);                                                     \
+    int16_t CDB##T##TableAdd(int16_t h, REC *record);                                              \
+    int16_t CDB##T##TableModify(int16_t h, int16_t index, REC *record);                            \
     int16_t CDB##T##TableDelete(int16_t h, int16_t index);
 
 CDB_DECLARE_TABLE_READ(Block, CDB_BLOCK_TBL)

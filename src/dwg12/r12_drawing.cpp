@@ -11,9 +11,8 @@ namespace {
 // Offset of table t's descriptor in the trailer, and the order the tables are read in.
 constexpr int kDescriptorBase = 28;
 constexpr int kDescriptorSize = 10;
-constexpr int kTableOrder[10] = {kR12Blocks, kR12Layers, kR12VxHeaders, kR12Dimstyles,
-                                 kR12Vports, kR12Views,  kR12Appids,    kR12Ucs,
-                                 kR12Styles, kR12Ltypes};
+constexpr int kTableOrder[10] = {kR12Blocks, kR12Layers, kR12VxHeaders, kR12Dimstyles, kR12Vports,
+                                 kR12Views,  kR12Appids, kR12Ucs,       kR12Styles,    kR12Ltypes};
 } // namespace
 
 CR12Drawing::CR12Drawing(CLibDrawing *owner, int flag) : CBaseDrawing(flag) {
@@ -157,18 +156,26 @@ int CR12Drawing::LoadHeader() {
     return 1;
 }
 
-int CR12Drawing::LoadDXF() { return Unsupported(); }
+int CR12Drawing::LoadDXF() {
+    return Unsupported();
+}
 
 int CR12Drawing::TriggerLoading() {
     // Entities and blocks are not read yet.
     return Unsupported();
 }
 
-void CR12Drawing::LoadEntities() { Unsupported(); }
+void CR12Drawing::LoadEntities() {
+    Unsupported();
+}
 
-CDB_HEADER_type *CR12Drawing::GetAllVars() { return &header.vars; }
+CDB_HEADER_type *CR12Drawing::GetAllVars() {
+    return &header.vars;
+}
 
-char *CR12Drawing::GetFileName() { return file_name.data(); }
+char *CR12Drawing::GetFileName() {
+    return file_name.data();
+}
 
 const std::string &CR12Drawing::GetAcadVersion() {
     const char *text = header.vars.acadver;
@@ -193,8 +200,12 @@ short CR12Drawing::GetEED(CDB_ENTITY *entity, CDB_EED_type *cursor) {
     return result;
 }
 
-short CR12Drawing::GetFirstAppid(CDB_EED_type *cursor) { return EedFirstAppid(cursor); }
-short CR12Drawing::GetNextAppid(CDB_EED_type *cursor) { return EedNextAppid(cursor); }
+short CR12Drawing::GetFirstAppid(CDB_EED_type *cursor) {
+    return EedFirstAppid(cursor);
+}
+short CR12Drawing::GetNextAppid(CDB_EED_type *cursor) {
+    return EedNextAppid(cursor);
+}
 short CR12Drawing::GetFirstValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) {
     return EedFirstValue(cursor, value);
 }

@@ -311,7 +311,9 @@ bool R12DecodePlainField(const R12Field &field, const uint8_t *block, size_t blo
     }
 }
 
-CR12Header::CR12Header() { Reset(); }
+CR12Header::CR12Header() {
+    Reset();
+}
 
 CR12Header::~CR12Header() = default;
 
@@ -337,7 +339,9 @@ void CR12Header::Reset() {
     vars.dwgcodepage = dwgcodepage_;
 }
 
-R12Layout CR12Header::Layout() { return R12Layout{kHeaderLayout, kHeaderFieldCount}; }
+R12Layout CR12Header::Layout() {
+    return R12Layout{kHeaderLayout, kHeaderFieldCount};
+}
 
 void CR12Header::Decode(const uint8_t *block) {
     Reset();
@@ -372,8 +376,7 @@ void CR12Header::Decode(const uint8_t *block) {
             // only behind a head that filled all its 15 characters; the block keeps its
             // last byte for the terminator.
             if (std::strlen(menu_) == kMenuHeadLength)
-                CopyBoundedText(menu_ + kMenuHeadLength, kMenuSize - kMenuHeadLength, src,
-                                f.size);
+                CopyBoundedText(menu_ + kMenuHeadLength, kMenuSize - kMenuHeadLength, src, f.size);
             break;
         case R12Kind::kHandseed: {
             std::string text = HandleBytesToText(src, f.size);

@@ -53,8 +53,12 @@ struct R12Layout {
 };
 
 // Angles: radians in the file, degrees in the records.
-inline double R12RadiansToDegrees(double radians) { return radians * 180.0 / 3.141592653589793; }
-inline double R12DegreesToRadians(double degrees) { return degrees * 3.141592653589793 / 180.0; }
+inline double R12RadiansToDegrees(double radians) {
+    return radians * 180.0 / 3.141592653589793;
+}
+inline double R12DegreesToRadians(double degrees) {
+    return degrees * 3.141592653589793 / 180.0;
+}
 
 // The header's line type: the file keeps BYLAYER and BYBLOCK as 0x7FFF and 0x7FFE.
 inline int16_t R12CeltypeFromFile(int16_t value) {
@@ -64,7 +68,9 @@ inline int16_t R12CeltypeToFile(int16_t value) {
     return value == -1 ? int16_t(0x7FFF) : value == -2 ? int16_t(0x7FFE) : value;
 }
 // The header's tree depth: a stored 0 means the default depth 3020.
-inline int16_t R12TreedepthFromFile(int16_t value) { return value == 0 ? int16_t(3020) : value; }
+inline int16_t R12TreedepthFromFile(int16_t value) {
+    return value == 0 ? int16_t(3020) : value;
+}
 
 // Little-endian access to a block; the caller has checked the bounds.
 int16_t R12GetI16(const uint8_t *p);

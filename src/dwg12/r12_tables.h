@@ -144,6 +144,7 @@ private:
 template <typename Body, int16_t T> class CR12RecordOf : public CR12LayoutRecord {
 public:
     using Record = decltype(Body::record);
+    static_assert(offsetof(Body, record) == 0, "the record opens the body");
 
     explicit CR12RecordOf(CBaseDrawing *drawing)
         : CR12LayoutRecord(drawing, T, &body, sizeof(Body), offsetof(Record, name),
@@ -158,9 +159,7 @@ public:
 };
 
 // Bodies. The public record comes first; what the public record has no field for follows.
-template <typename Rec> struct R12Body {
-    Rec record;
-};
+template <typename Rec> struct R12Body { Rec record; };
 
 struct R12BlockBody {
     CDB_BLOCK_TBL record;

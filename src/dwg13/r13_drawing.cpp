@@ -1,6 +1,8 @@
 #include "dwg13/r13_drawing.h"
 
-CR13Drawing::CR13Drawing(CLibDrawing *owner, int flag) : CBaseDrawing(flag) { SetLib(owner); }
+CR13Drawing::CR13Drawing(CLibDrawing *owner, int flag) : CBaseDrawing(flag) {
+    SetLib(owner);
+}
 
 int CR13Drawing::OpenDWG(const char *, CDB_OPEN_MODE) {
     SetError(CDB_ERR_VERSION_MISMATCH);

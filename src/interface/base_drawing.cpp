@@ -97,51 +97,135 @@ int CBaseDrawing::Unsupported() {
     return 0;
 }
 
-int CBaseDrawing::CloseDWGFile() { return Unsupported(); }
-int CBaseDrawing::LoadDWG() { return Unsupported(); }
-int CBaseDrawing::LoadDXF() { return Unsupported(); }
-int CBaseDrawing::PrepareForView() { return 1; }
-CDB_HEADER_type *CBaseDrawing::GetAllVars() { return Unsupported(), nullptr; }
-void CBaseDrawing::LoadEntities() { Unsupported(); }
-CDB_STARTBLOCK_ENTITY_type *CBaseDrawing::LoadBlock(int) { return Unsupported(), nullptr; }
-int CBaseDrawing::GetLayerTableCount() { return Unsupported(), CDB_FAIL; }
-CDB_LAYER_TBL_type *CBaseDrawing::GetLayerTable(int) { return nullptr; }
-int CBaseDrawing::GetLtypeTableCount() { return Unsupported(), CDB_FAIL; }
-CDB_LTYPE_TBL_type *CBaseDrawing::GetLtypeTable(int) { return nullptr; }
-int CBaseDrawing::GetVportTableCount() { return Unsupported(), CDB_FAIL; }
-CDB_VPORT_TBL_type *CBaseDrawing::GetVportTable(int) { return nullptr; }
-int CBaseDrawing::GetStyleTableCount() { return Unsupported(), CDB_FAIL; }
-CDB_STYLE_TBL_type *CBaseDrawing::GetStyleTable(int) { return nullptr; }
-int CBaseDrawing::GetBlockTableCount() { return Unsupported(), CDB_FAIL; }
-CDB_BLOCK_TBL *CBaseDrawing::GetBlockTable(int) { return nullptr; }
-int CBaseDrawing::GetUcsTableCount() { return Unsupported(), CDB_FAIL; }
-CDB_UCS_TBL_type *CBaseDrawing::GetUcsTable(int) { return nullptr; }
-int CBaseDrawing::GetAppidTableCount() { return Unsupported(), CDB_FAIL; }
-CDB_APPID_TBL_type *CBaseDrawing::GetAppidTable(int) { return nullptr; }
-int CBaseDrawing::GetDimstyleTableCount() { return Unsupported(), CDB_FAIL; }
-CDB_DIMSTYLE_TBL_type *CBaseDrawing::GetDimstyleTable(int) { return nullptr; }
-int CBaseDrawing::GetMLineStyleTableCount() { return CDB_FAIL; }
-CDB_MLINESTYLE_TBL_type *CBaseDrawing::GetMLineStyleTable(int) { return nullptr; }
-int CBaseDrawing::GetViewTableCount() { return Unsupported(), CDB_FAIL; }
-CDB_VIEW_TBL_type *CBaseDrawing::GetViewTable(int) { return nullptr; }
-short CBaseDrawing::GetFirstBlock(CDB_STARTBLOCK_ENTITY_type *) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::GetNextBlock(CDB_STARTBLOCK_ENTITY_type *) { return Unsupported(), CDB_FAIL; }
-int32_t CBaseDrawing::FirstEntity(short) { return Unsupported(), CDB_FAIL; }
-int32_t CBaseDrawing::NextEntity() { return Unsupported(), CDB_FAIL; }
-int32_t CBaseDrawing::GetCurrentEntity(CDB_ENTITY *) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::EntityCount(short) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::GotoEntity(int32_t) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::GetEntity(int32_t, CDB_ENTITY *) { return Unsupported(), CDB_FAIL; }
+int CBaseDrawing::CloseDWGFile() {
+    return Unsupported();
+}
+int CBaseDrawing::LoadDWG() {
+    return Unsupported();
+}
+int CBaseDrawing::LoadDXF() {
+    return Unsupported();
+}
+int CBaseDrawing::PrepareForView() {
+    return 1;
+}
+CDB_HEADER_type *CBaseDrawing::GetAllVars() {
+    return Unsupported(), nullptr;
+}
+void CBaseDrawing::LoadEntities() {
+    Unsupported();
+}
+CDB_STARTBLOCK_ENTITY_type *CBaseDrawing::LoadBlock(int) {
+    return Unsupported(), nullptr;
+}
+int CBaseDrawing::GetLayerTableCount() {
+    return Unsupported(), CDB_FAIL;
+}
+CDB_LAYER_TBL_type *CBaseDrawing::GetLayerTable(int) {
+    return nullptr;
+}
+int CBaseDrawing::GetLtypeTableCount() {
+    return Unsupported(), CDB_FAIL;
+}
+CDB_LTYPE_TBL_type *CBaseDrawing::GetLtypeTable(int) {
+    return nullptr;
+}
+int CBaseDrawing::GetVportTableCount() {
+    return Unsupported(), CDB_FAIL;
+}
+CDB_VPORT_TBL_type *CBaseDrawing::GetVportTable(int) {
+    return nullptr;
+}
+int CBaseDrawing::GetStyleTableCount() {
+    return Unsupported(), CDB_FAIL;
+}
+CDB_STYLE_TBL_type *CBaseDrawing::GetStyleTable(int) {
+    return nullptr;
+}
+int CBaseDrawing::GetBlockTableCount() {
+    return Unsupported(), CDB_FAIL;
+}
+CDB_BLOCK_TBL *CBaseDrawing::GetBlockTable(int) {
+    return nullptr;
+}
+int CBaseDrawing::GetUcsTableCount() {
+    return Unsupported(), CDB_FAIL;
+}
+CDB_UCS_TBL_type *CBaseDrawing::GetUcsTable(int) {
+    return nullptr;
+}
+int CBaseDrawing::GetAppidTableCount() {
+    return Unsupported(), CDB_FAIL;
+}
+CDB_APPID_TBL_type *CBaseDrawing::GetAppidTable(int) {
+    return nullptr;
+}
+int CBaseDrawing::GetDimstyleTableCount() {
+    return Unsupported(), CDB_FAIL;
+}
+CDB_DIMSTYLE_TBL_type *CBaseDrawing::GetDimstyleTable(int) {
+    return nullptr;
+}
+int CBaseDrawing::GetMLineStyleTableCount() {
+    return CDB_FAIL;
+}
+CDB_MLINESTYLE_TBL_type *CBaseDrawing::GetMLineStyleTable(int) {
+    return nullptr;
+}
+int CBaseDrawing::GetViewTableCount() {
+    return Unsupported(), CDB_FAIL;
+}
+CDB_VIEW_TBL_type *CBaseDrawing::GetViewTable(int) {
+    return nullptr;
+}
+short CBaseDrawing::GetFirstBlock(CDB_STARTBLOCK_ENTITY_type *) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::GetNextBlock(CDB_STARTBLOCK_ENTITY_type *) {
+    return Unsupported(), CDB_FAIL;
+}
+int32_t CBaseDrawing::FirstEntity(short) {
+    return Unsupported(), CDB_FAIL;
+}
+int32_t CBaseDrawing::NextEntity() {
+    return Unsupported(), CDB_FAIL;
+}
+int32_t CBaseDrawing::GetCurrentEntity(CDB_ENTITY *) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::EntityCount(short) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::GotoEntity(int32_t) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::GetEntity(int32_t, CDB_ENTITY *) {
+    return Unsupported(), CDB_FAIL;
+}
 short CBaseDrawing::GetCurrentBlock(CDB_STARTBLOCK_ENTITY_type *) {
     return Unsupported(), CDB_FAIL;
 }
-int CBaseDrawing::TriggerLoading() { return Unsupported(); }
-int CBaseDrawing::GetFirstViewport(CDB_ENTITY *) { return Unsupported(), CDB_FAIL; }
-int CBaseDrawing::GetNextViewport(CDB_ENTITY *) { return Unsupported(), CDB_FAIL; }
-char *CBaseDrawing::GetFileName() { return nullptr; }
-short CBaseDrawing::GetEED(CDB_ENTITY *, CDB_EED_type *) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::GetFirstAppid(CDB_EED_type *) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::GetNextAppid(CDB_EED_type *) { return Unsupported(), CDB_FAIL; }
+int CBaseDrawing::TriggerLoading() {
+    return Unsupported();
+}
+int CBaseDrawing::GetFirstViewport(CDB_ENTITY *) {
+    return Unsupported(), CDB_FAIL;
+}
+int CBaseDrawing::GetNextViewport(CDB_ENTITY *) {
+    return Unsupported(), CDB_FAIL;
+}
+char *CBaseDrawing::GetFileName() {
+    return nullptr;
+}
+short CBaseDrawing::GetEED(CDB_ENTITY *, CDB_EED_type *) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::GetFirstAppid(CDB_EED_type *) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::GetNextAppid(CDB_EED_type *) {
+    return Unsupported(), CDB_FAIL;
+}
 short CBaseDrawing::GetFirstValue(CDB_EED_type *, CDB_EED_VALUES *) {
     return Unsupported(), CDB_FAIL;
 }
@@ -152,26 +236,66 @@ const std::string &CBaseDrawing::GetAcadVersion() {
     static const std::string none;
     return none;
 }
-short CBaseDrawing::GetVariableValue(const char *, CDB_VAR_VALUE_type *) { return 0; }
-int CBaseDrawing::IsAnyPaperSpace() { return 0; }
-int CBaseDrawing::ResolveXREF(int) { return Unsupported(); }
-int CBaseDrawing::GetXrefPath(short, char *) { return Unsupported(); }
-int CBaseDrawing::LayerTableDelete(short) { return Unsupported(); }
-int CBaseDrawing::LineTypeTableDelete(short) { return Unsupported(); }
-int CBaseDrawing::StyleTableDelete(short) { return Unsupported(); }
-int CBaseDrawing::VportTableDelete(short) { return Unsupported(); }
-int CBaseDrawing::ViewTableDelete(short) { return Unsupported(); }
-int CBaseDrawing::UCSTableDelete(short) { return Unsupported(); }
-int CBaseDrawing::AppidTableDelete(short) { return Unsupported(); }
-int CBaseDrawing::DimStyleTableDelete(short) { return Unsupported(); }
-short CBaseDrawing::LayerTableAdd(CDB_LAYER_TBL_type *) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::LineTypeTableAdd(CDB_LTYPE_TBL_type *) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::StyleTableAdd(CDB_STYLE_TBL_type *) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::VportTableAdd(CDB_VPORT_TBL_type *) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::ViewTableAdd(CDB_VIEW_TBL_type *) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::UCSTableAdd(CDB_UCS_TBL_type *) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::AppidTableAdd(CDB_APPID_TBL_type *) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::DimStyleTableAdd(CDB_DIMSTYLE_TBL_type *) { return Unsupported(), CDB_FAIL; }
+short CBaseDrawing::GetVariableValue(const char *, CDB_VAR_VALUE_type *) {
+    return 0;
+}
+int CBaseDrawing::IsAnyPaperSpace() {
+    return 0;
+}
+int CBaseDrawing::ResolveXREF(int) {
+    return Unsupported();
+}
+int CBaseDrawing::GetXrefPath(short, char *) {
+    return Unsupported();
+}
+int CBaseDrawing::LayerTableDelete(short) {
+    return Unsupported();
+}
+int CBaseDrawing::LineTypeTableDelete(short) {
+    return Unsupported();
+}
+int CBaseDrawing::StyleTableDelete(short) {
+    return Unsupported();
+}
+int CBaseDrawing::VportTableDelete(short) {
+    return Unsupported();
+}
+int CBaseDrawing::ViewTableDelete(short) {
+    return Unsupported();
+}
+int CBaseDrawing::UCSTableDelete(short) {
+    return Unsupported();
+}
+int CBaseDrawing::AppidTableDelete(short) {
+    return Unsupported();
+}
+int CBaseDrawing::DimStyleTableDelete(short) {
+    return Unsupported();
+}
+short CBaseDrawing::LayerTableAdd(CDB_LAYER_TBL_type *) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::LineTypeTableAdd(CDB_LTYPE_TBL_type *) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::StyleTableAdd(CDB_STYLE_TBL_type *) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::VportTableAdd(CDB_VPORT_TBL_type *) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::ViewTableAdd(CDB_VIEW_TBL_type *) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::UCSTableAdd(CDB_UCS_TBL_type *) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::AppidTableAdd(CDB_APPID_TBL_type *) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::DimStyleTableAdd(CDB_DIMSTYLE_TBL_type *) {
+    return Unsupported(), CDB_FAIL;
+}
 short CBaseDrawing::LayerTableModify(short, CDB_LAYER_TBL_type *) {
     return Unsupported(), CDB_FAIL;
 }
@@ -187,23 +311,39 @@ short CBaseDrawing::VportTableModify(short, CDB_VPORT_TBL_type *) {
 short CBaseDrawing::ViewTableModify(short, CDB_VIEW_TBL_type *) {
     return Unsupported(), CDB_FAIL;
 }
-short CBaseDrawing::UCSTableModify(short, CDB_UCS_TBL_type *) { return Unsupported(), CDB_FAIL; }
+short CBaseDrawing::UCSTableModify(short, CDB_UCS_TBL_type *) {
+    return Unsupported(), CDB_FAIL;
+}
 short CBaseDrawing::AppidTableModify(short, CDB_APPID_TBL_type *) {
     return Unsupported(), CDB_FAIL;
 }
 short CBaseDrawing::DimStyleTableModify(short, CDB_DIMSTYLE_TBL_type *) {
     return Unsupported(), CDB_FAIL;
 }
-short CBaseDrawing::SetAllVariables(CDB_HEADER_type *) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::SaveAsDWG(const char *) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::SaveAsDXF(const char *, int) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::Save() { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::BlockAdd(CDB_STARTBLOCK_ENTITY_type *) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::BlockTableAdd(CDB_BLOCK_TBL *) { return Unsupported(), CDB_FAIL; }
+short CBaseDrawing::SetAllVariables(CDB_HEADER_type *) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::SaveAsDWG(const char *) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::SaveAsDXF(const char *, int) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::Save() {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::BlockAdd(CDB_STARTBLOCK_ENTITY_type *) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::BlockTableAdd(CDB_BLOCK_TBL *) {
+    return Unsupported(), CDB_FAIL;
+}
 short CBaseDrawing::BlockModify(short, CDB_STARTBLOCK_ENTITY_type *) {
     return Unsupported(), CDB_FAIL;
 }
-int CBaseDrawing::BlockTableModify(short, CDB_BLOCK_TBL *) { return Unsupported(), CDB_FAIL; }
+int CBaseDrawing::BlockTableModify(short, CDB_BLOCK_TBL *) {
+    return Unsupported(), CDB_FAIL;
+}
 short CBaseDrawing::BlockDefault(CDB_STARTBLOCK_ENTITY_type *block) {
     if (!block)
         return CDB_FAIL;
@@ -218,10 +358,18 @@ short CBaseDrawing::BlockDefault(CDB_STARTBLOCK_ENTITY_type *block) {
 short CBaseDrawing::EntityDefault(CDB_ENTITY *entity, short type) {
     return FillEntityDefault(entity, type);
 }
-int32_t CBaseDrawing::EntityAdd(short, CDB_ENTITY *) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::EntityModify(int32_t, CDB_ENTITY *) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::EntityDelete(int32_t) { return Unsupported(), CDB_FAIL; }
-short CBaseDrawing::EntityDeleteCurrent() { return Unsupported(), CDB_FAIL; }
+int32_t CBaseDrawing::EntityAdd(short, CDB_ENTITY *) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::EntityModify(int32_t, CDB_ENTITY *) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::EntityDelete(int32_t) {
+    return Unsupported(), CDB_FAIL;
+}
+short CBaseDrawing::EntityDeleteCurrent() {
+    return Unsupported(), CDB_FAIL;
+}
 int CBaseDrawing::SetVariableValue(const char *, CDB_VAR_VALUE_type *) {
     return Unsupported(), CDB_FAIL;
 }

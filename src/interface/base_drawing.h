@@ -140,7 +140,6 @@ public:
     int Unsupported();
 
 protected:
-
     short error = 0;
     CDrawingFile *save_file = nullptr;
     int32_t view_flag = 0;

@@ -88,8 +88,7 @@ std::string ResolveDrawingPath(const char *name) {
 
 CDrawingFile::CDrawingFile() = default;
 
-CDrawingFile::CDrawingFile(const CDrawingFile &other)
-    : in_entity_section(other.in_entity_section) {
+CDrawingFile::CDrawingFile(const CDrawingFile &other) : in_entity_section(other.in_entity_section) {
     std::memcpy(version, other.version, sizeof version);
     std::memcpy(trailer, other.trailer, sizeof trailer);
 }

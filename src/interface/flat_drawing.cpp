@@ -18,7 +18,9 @@ CBaseDrawing *EditDrawing(int16_t h) {
     return ReadDrawing(h);
 }
 
-int16_t Flag(int ok) { return ok ? 0 : CDB_FAIL; }
+int16_t Flag(int ok) {
+    return ok ? 0 : CDB_FAIL;
+}
 
 } // namespace
 

@@ -83,7 +83,9 @@ int16_t CDBGetReadError(int16_t h, char *buffer, int16_t size) {
     return code;
 }
 
-int16_t CDBGetErrorNumber(int16_t h) { return CDBGetReadErrorNumber(h); }
+int16_t CDBGetErrorNumber(int16_t h) {
+    return CDBGetReadErrorNumber(h);
+}
 int16_t CDBGetErrorMessage(int16_t code, char *buffer, int16_t size) {
     return CDBGetReadErrorMessage(code, buffer, size);
 }

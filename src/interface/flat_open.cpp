@@ -36,8 +36,7 @@ int16_t TryOpen(const char *name, const char *search_path, OpenStep open, LoadSt
 extern "C" {
 
 int16_t CDBStartFileReading(const char *name, const char *search_path) {
-    int16_t handle =
-        TryOpen(name, search_path, &CLibDrawing::OpenDWGFile, &CLibDrawing::LoadDWG);
+    int16_t handle = TryOpen(name, search_path, &CLibDrawing::OpenDWGFile, &CLibDrawing::LoadDWG);
     if (handle != CDB_FAIL)
         return handle;
     // A recognisable DWG of the wrong release, or a corrupted one, goes no further.

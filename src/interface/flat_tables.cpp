@@ -77,30 +77,22 @@ CBaseDrawing *EditDrawing(int16_t h) {
     return lib ? lib->Drawing() : nullptr;
 }
 
-const TableSlots<CDB_BLOCK_TBL> kBlockSlots = {&CBaseDrawing::GetBlockTableCount,
-                                               &CBaseDrawing::GetBlockTable,
-                                               CDB_ERR_BLOCK_NOT_FOUND};
-const TableSlots<CDB_LAYER_TBL_type> kLayerSlots = {&CBaseDrawing::GetLayerTableCount,
-                                                    &CBaseDrawing::GetLayerTable,
-                                                    CDB_ERR_RECORD_NOT_FOUND};
-const TableSlots<CDB_LTYPE_TBL_type> kLineTypeSlots = {&CBaseDrawing::GetLtypeTableCount,
-                                                       &CBaseDrawing::GetLtypeTable,
-                                                       CDB_ERR_RECORD_NOT_FOUND};
-const TableSlots<CDB_STYLE_TBL_type> kStyleSlots = {&CBaseDrawing::GetStyleTableCount,
-                                                    &CBaseDrawing::GetStyleTable,
-                                                    CDB_ERR_RECORD_NOT_FOUND};
-const TableSlots<CDB_VPORT_TBL_type> kVportSlots = {&CBaseDrawing::GetVportTableCount,
-                                                    &CBaseDrawing::GetVportTable,
-                                                    CDB_ERR_RECORD_NOT_FOUND};
-const TableSlots<CDB_VIEW_TBL_type> kViewSlots = {&CBaseDrawing::GetViewTableCount,
-                                                  &CBaseDrawing::GetViewTable,
-                                                  CDB_ERR_RECORD_NOT_FOUND};
-const TableSlots<CDB_UCS_TBL_type> kUCSSlots = {&CBaseDrawing::GetUcsTableCount,
-                                                &CBaseDrawing::GetUcsTable,
-                                                CDB_ERR_RECORD_NOT_FOUND};
-const TableSlots<CDB_APPID_TBL_type> kAppidSlots = {&CBaseDrawing::GetAppidTableCount,
-                                                    &CBaseDrawing::GetAppidTable,
-                                                    CDB_ERR_RECORD_NOT_FOUND};
+const TableSlots<CDB_BLOCK_TBL> kBlockSlots = {
+    &CBaseDrawing::GetBlockTableCount, &CBaseDrawing::GetBlockTable, CDB_ERR_BLOCK_NOT_FOUND};
+const TableSlots<CDB_LAYER_TBL_type> kLayerSlots = {
+    &CBaseDrawing::GetLayerTableCount, &CBaseDrawing::GetLayerTable, CDB_ERR_RECORD_NOT_FOUND};
+const TableSlots<CDB_LTYPE_TBL_type> kLineTypeSlots = {
+    &CBaseDrawing::GetLtypeTableCount, &CBaseDrawing::GetLtypeTable, CDB_ERR_RECORD_NOT_FOUND};
+const TableSlots<CDB_STYLE_TBL_type> kStyleSlots = {
+    &CBaseDrawing::GetStyleTableCount, &CBaseDrawing::GetStyleTable, CDB_ERR_RECORD_NOT_FOUND};
+const TableSlots<CDB_VPORT_TBL_type> kVportSlots = {
+    &CBaseDrawing::GetVportTableCount, &CBaseDrawing::GetVportTable, CDB_ERR_RECORD_NOT_FOUND};
+const TableSlots<CDB_VIEW_TBL_type> kViewSlots = {
+    &CBaseDrawing::GetViewTableCount, &CBaseDrawing::GetViewTable, CDB_ERR_RECORD_NOT_FOUND};
+const TableSlots<CDB_UCS_TBL_type> kUCSSlots = {
+    &CBaseDrawing::GetUcsTableCount, &CBaseDrawing::GetUcsTable, CDB_ERR_RECORD_NOT_FOUND};
+const TableSlots<CDB_APPID_TBL_type> kAppidSlots = {
+    &CBaseDrawing::GetAppidTableCount, &CBaseDrawing::GetAppidTable, CDB_ERR_RECORD_NOT_FOUND};
 const TableSlots<CDB_DIMSTYLE_TBL_type> kDimStyleSlots = {&CBaseDrawing::GetDimstyleTableCount,
                                                           &CBaseDrawing::GetDimstyleTable,
                                                           CDB_ERR_RECORD_NOT_FOUND};
@@ -110,27 +102,29 @@ const TableSlots<CDB_MLINESTYLE_TBL_type> kMLineStyleSlots = {
 
 } // namespace
 
-#define VELKO_TABLE_READ(T, REC)                                                               \
-    int16_t CDB##T##TableCount(int16_t h) { return TableCount(h, k##T##Slots); }               \
-    int16_t CDB##T##TableGet(int16_t h, int16_t index, REC *record) {                          \
-        return TableGet(h, index, record, k##T##Slots);                                        \
-    }                                                                                          \
-    int16_t CDB##T##TableFind(int16_t h, const char *name) {                                   \
-        return TableFind(h, name, k##T##Slots);                                                \
+#define VELKO_TABLE_READ(T, REC)                                                                   \
+    int16_t CDB##T##TableCount(int16_t h) {                                                        \
+        return TableCount(h, k##T##Slots);                                                         \
+    }                                                                                              \
+    int16_t CDB##T##TableGet(int16_t h, int16_t index, REC *record) {                              \
+        return TableGet(h, index, record, k##T##Slots);                                            \
+    }                                                                                              \
+    int16_t CDB##T##TableFind(int16_t h, const char *name) {                                       \
+        return TableFind(h, name, k##T##Slots);                                                    \
     }
 
-#define VELKO_TABLE_EDIT(T, REC)                                                               \
-    int16_t CDB##T##TableAdd(int16_t h, REC *record) {                                         \
-        CBaseDrawing *drawing = EditDrawing(h);                                                \
-        return drawing ? drawing->T##TableAdd(record) : CDB_FAIL;                              \
-    }                                                                                          \
-    int16_t CDB##T##TableModify(int16_t h, int16_t index, REC *record) {                       \
-        CBaseDrawing *drawing = EditDrawing(h);                                                \
-        return drawing ? drawing->T##TableModify(index, record) : CDB_FAIL;                    \
-    }                                                                                          \
-    int16_t CDB##T##TableDelete(int16_t h, int16_t index) {                                    \
-        CBaseDrawing *drawing = EditDrawing(h);                                                \
-        return drawing && drawing->T##TableDelete(index) ? 0 : CDB_FAIL;                      \
+#define VELKO_TABLE_EDIT(T, REC)                                                                   \
+    int16_t CDB##T##TableAdd(int16_t h, REC *record) {                                             \
+        CBaseDrawing *drawing = EditDrawing(h);                                                    \
+        return drawing ? drawing->T##TableAdd(record) : CDB_FAIL;                                  \
+    }                                                                                              \
+    int16_t CDB##T##TableModify(int16_t h, int16_t index, REC *record) {                           \
+        CBaseDrawing *drawing = EditDrawing(h);                                                    \
+        return drawing ? drawing->T##TableModify(index, record) : CDB_FAIL;                        \
+    }                                                                                              \
+    int16_t CDB##T##TableDelete(int16_t h, int16_t index) {                                        \
+        CBaseDrawing *drawing = EditDrawing(h);                                                    \
+        return drawing && drawing->T##TableDelete(index) ? 0 : CDB_FAIL;                           \
     }
 
 extern "C" {

@@ -95,16 +95,34 @@ int CLibDrawing::OpenDXFFile(const char *name, CDB_OPEN_MODE, const char *search
     return 1;
 }
 
-int CLibDrawing::LoadDWG() { return drawing->LoadDWG(); }
-int CLibDrawing::LoadDXF() { return drawing->LoadDXF(); }
-int CLibDrawing::TriggerLoading() { return drawing->TriggerLoading(); }
-int CLibDrawing::PrepareForView() { return drawing->PrepareForView(); }
-void CLibDrawing::LoadEntities() { drawing->LoadEntities(); }
-CDB_STARTBLOCK_ENTITY_type *CLibDrawing::LoadBlock(int index) { return drawing->LoadBlock(index); }
-int CLibDrawing::CloseDWGFile() { return drawing->CloseDWGFile(); }
+int CLibDrawing::LoadDWG() {
+    return drawing->LoadDWG();
+}
+int CLibDrawing::LoadDXF() {
+    return drawing->LoadDXF();
+}
+int CLibDrawing::TriggerLoading() {
+    return drawing->TriggerLoading();
+}
+int CLibDrawing::PrepareForView() {
+    return drawing->PrepareForView();
+}
+void CLibDrawing::LoadEntities() {
+    drawing->LoadEntities();
+}
+CDB_STARTBLOCK_ENTITY_type *CLibDrawing::LoadBlock(int index) {
+    return drawing->LoadBlock(index);
+}
+int CLibDrawing::CloseDWGFile() {
+    return drawing->CloseDWGFile();
+}
 
-short CLibDrawing::GetError() { return drawing ? drawing->GetError() : error; }
-void CLibDrawing::SetError(short code) { error = code; }
+short CLibDrawing::GetError() {
+    return drawing ? drawing->GetError() : error;
+}
+void CLibDrawing::SetError(short code) {
+    error = code;
+}
 
 void CLibDrawing::AddToDeleteList(CBaseDrawing *child) {
     // The list holds 256 drawings; a further one is destroyed at once rather than lost.
@@ -117,5 +135,9 @@ void CLibDrawing::AddToDeleteList(CBaseDrawing *child) {
     delete child;
 }
 
-CShapeTable *CLibDrawing::GetShapeTablePtr() { return drawing ? drawing->ShapeTable() : nullptr; }
-int CLibDrawing::ViewFlag() { return view_flag; }
+CShapeTable *CLibDrawing::GetShapeTablePtr() {
+    return drawing ? drawing->ShapeTable() : nullptr;
+}
+int CLibDrawing::ViewFlag() {
+    return view_flag;
+}

@@ -205,7 +205,9 @@ short EedFirstAppid(CDB_EED_type *cursor) {
     return WalkToAppid(cursor);
 }
 
-short EedNextAppid(CDB_EED_type *cursor) { return WalkToAppid(cursor); }
+short EedNextAppid(CDB_EED_type *cursor) {
+    return WalkToAppid(cursor);
+}
 
 short EedFirstValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) {
     if (!cursor)

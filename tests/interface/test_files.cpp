@@ -19,7 +19,9 @@ TempFile::TempFile(const std::string &name, const std::string &text) : TempFile(
     Write(std::vector<uint8_t>(text.begin(), text.end()));
 }
 
-TempFile::~TempFile() { std::remove(path_.c_str()); }
+TempFile::~TempFile() {
+    std::remove(path_.c_str());
+}
 
 void TempFile::Write(const std::vector<uint8_t> &bytes) const {
     ASSERT_TRUE(WriteFile(path_, bytes)) << path_;

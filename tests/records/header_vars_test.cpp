@@ -1,3 +1,6 @@
+// The records are byte-packed, so their fields may sit at any address. gtest binds its
+// arguments by reference; a packed field is therefore handed over as a copy, through
+// unary plus.
 #include "records/header_vars.h"
 
 #include <gtest/gtest.h>
@@ -214,12 +217,12 @@ const Expected kExpected[] = {
 };
 
 const char *const kReleaseThirteenOnly[] = {
-    "hceltype", "celtscale", "chamferc",  "chamferd",  "hclayer",    "cmlscale",
-    "cmljust",  "hcmlstyle", "cmlstyle",  "corrected", "delobj",     "dimaltz",
-    "dimalttz", "dimaltu",   "dimalttd",  "dimdec",    "dimtdec",    "dimfit",
-    "dimjust",  "dimsd1",    "dimsd2",    "dimsoh",    "hdimstyle",  "dimtolj",
-    "hdimtxsty", "dimtxsty", "dimtzin",   "dimupt",    "dimunit",    "dimaunit",
-    "dispsilh", "pickstyle", "hpucsname", "saveimages", "htextstyle", "hucsname",
+    "hceltype",  "celtscale", "chamferc",  "chamferd",   "hclayer",    "cmlscale",
+    "cmljust",   "hcmlstyle", "cmlstyle",  "corrected",  "delobj",     "dimaltz",
+    "dimalttz",  "dimaltu",   "dimalttd",  "dimdec",     "dimtdec",    "dimfit",
+    "dimjust",   "dimsd1",    "dimsd2",    "dimsoh",     "hdimstyle",  "dimtolj",
+    "hdimtxsty", "dimtxsty",  "dimtzin",   "dimupt",     "dimunit",    "dimaunit",
+    "dispsilh",  "pickstyle", "hpucsname", "saveimages", "htextstyle", "hucsname",
 };
 
 size_t WidthBytes(Width w) {
@@ -305,8 +308,7 @@ TEST(HeaderVars, EveryNameReadsItsOwnFieldWithItsCode) {
     for (const HeaderRelease release : {HeaderRelease::R12, HeaderRelease::R13}) {
         for (const Expected &e : kExpected) {
             SCOPED_TRACE(e.name);
-            const short expected =
-                release == HeaderRelease::R12 ? e.code_r12 : e.code_r13;
+            const short expected = release == HeaderRelease::R12 ? e.code_r12 : e.code_r13;
             CDB_VAR_VALUE_type v = Filled(0xCD);
             const short code = GetHeaderVariable(ph.header, release, e.name, &v);
             ASSERT_EQ(code, expected);
@@ -317,7 +319,7 @@ TEST(HeaderVars, EveryNameReadsItsOwnFieldWithItsCode) {
             const unsigned char *field =
                 reinterpret_cast<const unsigned char *>(&ph.header) + e.offset;
             if (e.width == kText) {
-                EXPECT_STREQ(v.text, ph.texts[e.name].c_str());
+                EXPECT_STREQ(+v.text, ph.texts[e.name].c_str());
                 continue;
             }
             const size_t n = WidthBytes(e.width);
@@ -369,7 +371,7 @@ TEST(HeaderVars, NamesMatchWithoutRegardToCase) {
     for (const char *name : {"ACADVER", "acadver", "AcAdVeR"}) {
         CDB_VAR_VALUE_type v = Filled(0);
         EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R13, name, &v), CDB_VAR_TEXT) << name;
-        EXPECT_STREQ(v.text, "AC1012");
+        EXPECT_STREQ(+v.text, "AC1012");
         EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R12, name, &v), CDB_VAR_TEXT) << name;
     }
 }
@@ -411,7 +413,7 @@ TEST(HeaderVars, HandleNameOnReleaseTwelveIsUnknownAndLeavesValueUntouched) {
     EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R12, "hclayer", &v), CDB_VAR_UNKNOWN);
     EXPECT_TRUE(Untouched(v, 0x42));
     EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R13, "hclayer", &v), CDB_VAR_HANDLE);
-    EXPECT_STREQ(v.text, "2A");
+    EXPECT_STREQ(+v.text, "2A");
 }
 
 TEST(HeaderVars, UserRealVariablesReadTheIntegerFields) {
@@ -432,11 +434,11 @@ TEST(HeaderVars, UserRealVariablesReadTheIntegerFields) {
             const std::string name = "userrvar" + std::to_string(i + 1);
             CDB_VAR_VALUE_type v = Filled(0);
             EXPECT_EQ(GetHeaderVariable(h, release, name.c_str(), &v), CDB_VAR_INT16) << name;
-            EXPECT_EQ(v.int_value, expected[i]) << name;
+            EXPECT_EQ(+v.int_value, expected[i]) << name;
             const std::string iname = "userivar" + std::to_string(i + 1);
             CDB_VAR_VALUE_type w = Filled(0);
             EXPECT_EQ(GetHeaderVariable(h, release, iname.c_str(), &w), CDB_VAR_INT16);
-            EXPECT_EQ(w.int_value, expected[i]);
+            EXPECT_EQ(+w.int_value, expected[i]);
         }
     }
 }
@@ -446,7 +448,7 @@ TEST(HeaderVars, DimaszInReleaseTwelveAnswersIntegerButCopiesTheDouble) {
     h.dimasz = 0.18;
     CDB_VAR_VALUE_type v = Filled(0xEE);
     EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R12, "dimasz", &v), CDB_VAR_INT16);
-    EXPECT_EQ(v.real_value, 0.18);
+    EXPECT_EQ(+v.real_value, 0.18);
     const unsigned char *vb = reinterpret_cast<const unsigned char *>(&v);
     for (size_t i = 8; i < sizeof v; ++i)
         EXPECT_EQ(vb[i], 0xEE);
@@ -457,7 +459,7 @@ TEST(HeaderVars, DimaszInReleaseThirteenIsReal) {
     h.dimasz = 0.25;
     CDB_VAR_VALUE_type v = Filled(0);
     EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R13, "DIMASZ", &v), CDB_VAR_REAL);
-    EXPECT_EQ(v.real_value, 0.25);
+    EXPECT_EQ(+v.real_value, 0.25);
 }
 
 TEST(HeaderVars, AngbaseInReleaseThirteenAnswersTextButCopiesTheDouble) {
@@ -465,7 +467,7 @@ TEST(HeaderVars, AngbaseInReleaseThirteenAnswersTextButCopiesTheDouble) {
     h.angbase = 90.0;
     CDB_VAR_VALUE_type v = Filled(0xEE);
     EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R13, "angbase", &v), CDB_VAR_TEXT);
-    EXPECT_EQ(v.real_value, 90.0);
+    EXPECT_EQ(+v.real_value, 90.0);
     const unsigned char *vb = reinterpret_cast<const unsigned char *>(&v);
     for (size_t i = 8; i < sizeof v; ++i)
         EXPECT_EQ(vb[i], 0xEE);
@@ -476,7 +478,7 @@ TEST(HeaderVars, AngbaseInReleaseTwelveIsReal) {
     h.angbase = 45.0;
     CDB_VAR_VALUE_type v = Filled(0);
     EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R12, "angbase", &v), CDB_VAR_REAL);
-    EXPECT_EQ(v.real_value, 45.0);
+    EXPECT_EQ(+v.real_value, 45.0);
 }
 
 TEST(HeaderVars, HandseedIsTextInReleaseTwelveAndHandleInReleaseThirteen) {
@@ -485,10 +487,10 @@ TEST(HeaderVars, HandseedIsTextInReleaseTwelveAndHandleInReleaseThirteen) {
     h.handseed = seed;
     CDB_VAR_VALUE_type v = Filled(0);
     EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R12, "handseed", &v), CDB_VAR_TEXT);
-    EXPECT_STREQ(v.text, "3F2");
+    EXPECT_STREQ(+v.text, "3F2");
     v = Filled(0);
     EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R13, "handseed", &v), CDB_VAR_HANDLE);
-    EXPECT_STREQ(v.text, "3F2");
+    EXPECT_STREQ(+v.text, "3F2");
 }
 
 TEST(HeaderVars, IndexAndHandleReferencesStandSideBySide) {
@@ -501,13 +503,13 @@ TEST(HeaderVars, IndexAndHandleReferencesStandSideBySide) {
     h.hceltype = bylayer;
     CDB_VAR_VALUE_type v = Filled(0);
     EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R13, "clayer", &v), CDB_VAR_INT16);
-    EXPECT_EQ(v.int_value, 3);
+    EXPECT_EQ(+v.int_value, 3);
     EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R13, "hclayer", &v), CDB_VAR_HANDLE);
-    EXPECT_STREQ(v.text, "1F");
+    EXPECT_STREQ(+v.text, "1F");
     EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R13, "celtype", &v), CDB_VAR_INT16);
-    EXPECT_EQ(v.int_value, -1);
+    EXPECT_EQ(+v.int_value, -1);
     EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R13, "hceltype", &v), CDB_VAR_HANDLE);
-    EXPECT_STREQ(v.text, "-1");
+    EXPECT_STREQ(+v.text, "-1");
     for (const char *name : {"clayer", "celtype", "textstyle", "dimstyle"})
         EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R12, name, &v), CDB_VAR_INT16) << name;
 }
@@ -521,12 +523,12 @@ TEST(HeaderVars, PointVariablesCopyTwoOrThreeDoubles) {
     h.limmax.y = 9;
     CDB_VAR_VALUE_type v = Filled(0);
     EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R12, "extmin", &v), CDB_VAR_POINT3);
-    EXPECT_EQ(v.point3_value.x, 1);
-    EXPECT_EQ(v.point3_value.y, 2);
-    EXPECT_EQ(v.point3_value.z, 3);
+    EXPECT_EQ(+v.point3_value.x, 1);
+    EXPECT_EQ(+v.point3_value.y, 2);
+    EXPECT_EQ(+v.point3_value.z, 3);
     EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R12, "limmax", &v), CDB_VAR_POINT2);
-    EXPECT_EQ(v.point2_value.x, 12);
-    EXPECT_EQ(v.point2_value.y, 9);
+    EXPECT_EQ(+v.point2_value.x, 12);
+    EXPECT_EQ(+v.point2_value.y, 9);
     for (const char *name : {"extmin", "extmax", "insbase"})
         EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R13, name, &v), CDB_VAR_POINT3);
     for (const char *name : {"limmin", "limmax", "viewctr"})
@@ -537,10 +539,10 @@ TEST(HeaderVars, NullTextCopiesEmptyString) {
     CDB_HEADER_type h = ZeroHeader();
     CDB_VAR_VALUE_type v = Filled('x');
     EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R13, "menu", &v), CDB_VAR_TEXT);
-    EXPECT_STREQ(v.text, "");
+    EXPECT_STREQ(+v.text, "");
     v = Filled('x');
     EXPECT_EQ(GetHeaderVariable(h, HeaderRelease::R13, "hucsname", &v), CDB_VAR_HANDLE);
-    EXPECT_STREQ(v.text, "");
+    EXPECT_STREQ(+v.text, "");
 }
 
 TEST(HeaderVars, LongTextIsCutToSixtyThreeCharacters) {

@@ -28,18 +28,17 @@ struct TableCounter {
 };
 
 const TableCounter kTables[] = {
-    {"BLOCK", CDBBlockTableCount}, {"LAYER", CDBLayerTableCount},
-    {"LTYPE", CDBLineTypeTableCount}, {"STYLE", CDBStyleTableCount},
-    {"VPORT", CDBVportTableCount}, {"VIEW", CDBViewTableCount},
-    {"UCS", CDBUCSTableCount}, {"APPID", CDBAppidTableCount},
+    {"BLOCK", CDBBlockTableCount},       {"LAYER", CDBLayerTableCount},
+    {"LTYPE", CDBLineTypeTableCount},    {"STYLE", CDBStyleTableCount},
+    {"VPORT", CDBVportTableCount},       {"VIEW", CDBViewTableCount},
+    {"UCS", CDBUCSTableCount},           {"APPID", CDBAppidTableCount},
     {"DIMSTYLE", CDBDimStyleTableCount}, {"MLINESTYLE", CDBMLineStyleTableCount},
 };
 
 // The header variables the report shows, by name, as the library answers them.
-const char *const kVariables[] = {"acadver",  "dwgcodepage", "insbase",  "extmin",
-                                  "extmax",   "limmin",      "limmax",   "ltscale",
-                                  "textsize", "treedepth",   "handseed", "handling",
-                                  "clayer",   "celtype",     "tilemode", "menu"};
+const char *const kVariables[] = {
+    "acadver",  "dwgcodepage", "insbase",  "extmin",   "extmax", "limmin",  "limmax",   "ltscale",
+    "textsize", "treedepth",   "handseed", "handling", "clayer", "celtype", "tilemode", "menu"};
 
 void AddVariable(Report &report, int16_t h, const char *name) {
     CDB_VAR_VALUE_type value;

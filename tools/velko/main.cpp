@@ -14,8 +14,9 @@ struct Command {
 };
 
 const Command kCommands[] = {
-    {"info", "velko info FILE [--json]\n    file kind, release, table counts and main header "
-             "variables",
+    {"info",
+     "velko info FILE [--json]\n    file kind, release, table counts and main header "
+     "variables",
      RunInfo},
 };
 

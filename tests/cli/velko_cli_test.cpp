@@ -1,0 +1,68 @@
+// The command-line tool, run as a user runs it.
+#include "interface/test_files.h"
+
+#include <array>
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/wait.h>
+
+namespace {
+
+struct Outcome {
+    int status;
+    std::string out;
+};
+
+// Runs velko with the arguments; stdout is captured, stderr too when asked.
+Outcome RunVelko(const std::string &arguments, bool with_stderr = false) {
+    std::string command =
+        std::string(VELKO_CLI) + " " + arguments + (with_stderr ? " 2>&1" : " 2>/dev/null");
+    Outcome result{-1, ""};
+    FILE *pipe = popen(command.c_str(), "r");
+    if (!pipe)
+        return result;
+    std::array<char, 4096> buffer;
+    size_t n;
+    while ((n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
+        result.out.append(buffer.data(), n);
+    int status = pclose(pipe);
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return result;
+}
+
+const std::string kSample = std::string(VELKO_SOURCE_DIR) + "/data/sample.dwg";
+
+} // namespace
+
+TEST(VelkoCli, InfoOnTheShippedDrawing) {
+    Outcome r = RunVelko("info " + kSample);
+    EXPECT_EQ(r.status, 0);
+    EXPECT_NE(r.out.find("AC1009"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("LAYER:       4"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("handseed:    2A0F"), std::string::npos) << r.out;
+}
+
+TEST(VelkoCli, InfoAsJson) {
+    Outcome r = RunVelko("info --json " + kSample);
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.out.front(), '{');
+    EXPECT_NE(r.out.find("\"kind\": \"DWG\""), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("\"extmax\": [12, 9, 0]"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("\"tables\": {\"BLOCK\": 0, \"LAYER\": 4"), std::string::npos) << r.out;
+}
+
+TEST(VelkoCli, RefusedDrawingPrintsTheLibrarysMessageAndExitsOne) {
+    velko_test::TempFile file("refused.dwg", std::string("AC1099") + std::string(400, '\0'));
+    Outcome r = RunVelko("info " + file.path(), true);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.out.find("Version Mismatch."), std::string::npos) << r.out;
+}
+
+TEST(VelkoCli, WrongUsageExitsTwo) {
+    EXPECT_EQ(RunVelko("").status, 2);
+    EXPECT_EQ(RunVelko("info").status, 2);
+    EXPECT_EQ(RunVelko("frobnicate x").status, 2);
+    EXPECT_EQ(RunVelko("--help").status, 0);
+    EXPECT_EQ(RunVelko("info --help").status, 0);
+}
