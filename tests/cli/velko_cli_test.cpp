@@ -3,6 +3,9 @@
 
 #include <array>
 #include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/wait.h>
@@ -65,4 +68,15 @@ TEST(VelkoCli, WrongUsageExitsTwo) {
     EXPECT_EQ(RunVelko("frobnicate x").status, 2);
     EXPECT_EQ(RunVelko("--help").status, 0);
     EXPECT_EQ(RunVelko("info --help").status, 0);
+}
+
+TEST(VelkoCli, ShippedSampleIsWhatTheProjectsMakerWrites) {
+    velko_test::TempFile made("sample_again.dwg");
+    ASSERT_EQ(
+        std::system((std::string(VELKO_MKSAMPLE) + " " + made.path() + " >/dev/null").c_str()), 0);
+    std::ifstream a(kSample, std::ios::binary), b(made.path(), std::ios::binary);
+    std::string shipped((std::istreambuf_iterator<char>(a)), std::istreambuf_iterator<char>());
+    std::string fresh((std::istreambuf_iterator<char>(b)), std::istreambuf_iterator<char>());
+    EXPECT_FALSE(shipped.empty());
+    EXPECT_EQ(shipped, fresh);
 }

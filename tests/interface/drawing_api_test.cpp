@@ -200,3 +200,48 @@ TEST(DrawingEntities, WalkingReportsInvalidFileUntilEntitiesAreRead) {
     EXPECT_EQ(CDBSaveAsDWG(d.handle, "x.dwg"), CDB_FAIL);
     EXPECT_EQ(CDBLayerTableAdd(d.handle, nullptr), CDB_FAIL);
 }
+
+TEST(DrawingRecords, ExtendedDataOfAnyRecordWalksThroughTheHandle) {
+    OpenedDrawing d("eed.dwg", SampleLikeDrawing());
+    ASSERT_GE(d.handle, 0);
+    // application 0, the string "hi", a short 7
+    uint8_t block[] = {1, 0, 0, 0, 2, 'h', 'i', 70, 7, 0};
+    CDB_ENTITY entity;
+    ASSERT_EQ(CDBEntityDefault(d.handle, &entity, CDB_LINE), 0);
+    entity.eed_data = block;
+    entity.eed_size = sizeof block;
+    CDB_EED_type cursor;
+    ASSERT_EQ(CDBGetEED(d.handle, &entity, &cursor), 0);
+    EXPECT_EQ(CDBEEDGetFirstAppid(d.handle, &cursor), 0);
+    CDB_EED_VALUES value;
+    EXPECT_EQ(CDBEEDGetFirstValue(d.handle, &cursor, &value), 1);
+    EXPECT_EQ(CDBEEDGetNextValue(d.handle, &cursor, &value), 0);
+    EXPECT_STREQ(value.text, "hi");
+    EXPECT_EQ(CDBEEDGetNextValue(d.handle, &cursor, &value), 70);
+    EXPECT_EQ(+value.short_value, 7);
+    EXPECT_EQ(CDBEEDGetNextValue(d.handle, &cursor, &value), CDB_EED_END);
+    EXPECT_EQ(CDBEEDGetNextAppid(d.handle, &cursor), CDB_EED_END);
+
+    EXPECT_EQ(CDBGetEED(d.handle, nullptr, &cursor), CDB_FAIL);
+    EXPECT_EQ(CDBGetErrorNumber(d.handle), CDB_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(CDBEEDGetFirstValue(d.handle, nullptr, &value), CDB_FAIL);
+    EXPECT_EQ(CDBGetEED(300, &entity, &cursor), CDB_FAIL);
+}
+
+TEST(DrawingRecords, EntityAndBlockDefaultsThroughTheHandle) {
+    OpenedDrawing d("defaults.dwg", SampleLikeDrawing());
+    ASSERT_GE(d.handle, 0);
+    CDB_ENTITY entity;
+    EXPECT_EQ(CDBEntityDefault(d.handle, &entity, 5), 0);
+    EXPECT_EQ(+entity.entity_type, 0);
+    EXPECT_EQ(+entity.color, -1);
+    EXPECT_EQ(CDBEntityDefault(300, &entity, CDB_LINE), CDB_FAIL);
+    CDB_STARTBLOCK_ENTITY_type block;
+    memset(&block, 0x33, sizeof block);
+    EXPECT_EQ(CDBBlockDefault(d.handle, &block), 0);
+    EXPECT_EQ(+block.entity_type, CDB_BLOCK);
+    EXPECT_EQ(+block.line_type_index, -1);
+    EXPECT_EQ(+block.color, -1);
+    EXPECT_EQ(+block.extrusion.z, 1.0);
+    EXPECT_EQ(block.name, nullptr);
+}
