@@ -33,6 +33,9 @@ deps:
 	command -v g++ >/dev/null 2>&1          || missing="$$missing g++"; \
 	command -v make >/dev/null 2>&1         || missing="$$missing make"; \
 	[ -f /usr/include/gtest/gtest.h ]       || missing="$$missing libgtest-dev"; \
+	[ -f /usr/include/freetype2/ft2build.h ] || missing="$$missing libfreetype-dev"; \
+	[ -f /usr/share/fonts/truetype/dejavu/DejaVuSans.ttf ] || missing="$$missing fonts-dejavu-core"; \
+	command -v pkg-config >/dev/null 2>&1   || missing="$$missing pkg-config"; \
 	command -v clang-format >/dev/null 2>&1 || missing="$$missing clang-format"; \
 	command -v python3 >/dev/null 2>&1      || missing="$$missing python3"; \
 	if [ -n "$$missing" ]; then \

@@ -1203,6 +1203,11 @@ public:
     int LoadDXF();
     int TriggerLoading();
     int PrepareForView();
+    /* 1 once the drawing has met an entity of paper space. */
+    int IsAnyPaperSpace();
+    /* The viewport chain: 1 when a viewport was copied into `record`, else 0. */
+    int GetFirstViewport(CDB_ENTITY *record);
+    int GetNextViewport(CDB_ENTITY *record);
     void LoadEntities();
     CDB_STARTBLOCK_ENTITY_type *LoadBlock(int index);
     int CloseDWGFile();

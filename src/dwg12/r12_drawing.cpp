@@ -58,6 +58,7 @@ int CR12Drawing::OpenDWG(const char *name, CDB_OPEN_MODE mode) {
             return fail(CDB_ERR_FILE_SEEK);
     }
     file_kind = kDwg;
+    ArmFrameBudget();
     return 1;
 }
 
@@ -161,12 +162,31 @@ int CR12Drawing::LoadDXF() {
 }
 
 int CR12Drawing::TriggerLoading() {
-    // Entities and blocks are not read yet.
-    return Unsupported();
+    if (file_kind != kDwg)
+        return Unsupported();
+    if (!entities_loaded) {
+        // Only a list that was not empty fails; a broken or empty section counts as read.
+        if (LoadEntitySection() == 0)
+            return 0;
+        // The end sentinel closes the main section.
+        entities.Append(new CR12EndBlock(this));
+    }
+    entities_loaded = 1;
+    if (!blocks_loaded) {
+        if (LoadBlockSection() == 0)
+            return 0;
+        HandOutViewportHeaders();
+    }
+    blocks_loaded = 1;
+    return 1;
 }
 
 void CR12Drawing::LoadEntities() {
-    Unsupported();
+    if (file_kind != kDwg) {
+        Unsupported();
+        return;
+    }
+    LoadEntitySection();
 }
 
 CDB_HEADER_type *CR12Drawing::GetAllVars() {

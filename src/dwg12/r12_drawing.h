@@ -2,12 +2,14 @@
 #ifndef VELKO_R12_DRAWING_H
 #define VELKO_R12_DRAWING_H
 
+#include "dwg12/r12_entities.h"
 #include "dwg12/r12_header.h"
 #include "dwg12/r12_tables.h"
 #include "interface/base_drawing.h"
 
 #include <memory>
 #include <string>
+#include <vector>
 
 class CR12Drawing : public CBaseDrawing {
 public:
@@ -60,6 +62,64 @@ public:
     // Moves the file's read position back to the start: 1, or 0 with -406 / -403.
     int Rewind();
 
+    // ---- Entities and blocks ------------------------------------------------------------
+    CR12EntityList &Entities() { return entities; }
+    CR12BlockList &Blocks() { return blocks; }
+    CR12ViewportList &Viewports() { return viewports; }
+    // Called by the entity reader for an entity of paper space; the flag never goes back.
+    void MarkPaperSpace() { any_paper_space = 1; }
+
+    // Reads the next frame of the entity stream: erased frames are skipped and jumps are
+    // followed. With `peek` the position is left on the frame and null comes back. Status
+    // 1 good, 0 read failure or a code other than `wanted`, -2 end of the section.
+    uint8_t *ReadFrame(uint8_t header[8], bool peek, int wanted, short &status);
+    // Reads the block section into `blocks`: 1, -1 on a failed seek, 0 when already read.
+    int LoadBlockSection();
+    // Reads one block definition at the file's position into `block` (list mode) or
+    // hands its entities out (view mode).
+    void ReadBlockDefinition(CR12Block &block, const char *table_name, uint8_t table_flags);
+    // The block of block table record `index` into `block`: a deleted record gives flags
+    // 128 and no list; otherwise an anonymous name ("*...") gets the next anonymous number
+    // appended (in the table too), the file goes to the block's entities, `block_number`
+    // goes to the progress counter and up by one, and the definition is read, into a new
+    // list in list mode. 1, or 0 for an index outside the table. The frame reader's
+    // allowance is not renewed here: a caller that reads one block on its own calls
+    // ArmFrameBudget() first.
+    int ReadTableBlock(int index, CR12Block &block, int16_t &block_number);
+    // Reads the main entity section into `entities` (view mode: hands the records out).
+    // 1 read to its end; -1 broken, truncated or refused; 0 the list was not empty;
+    // another status of the first frame (-2 for an empty section).
+    int LoadEntitySection();
+    // Gives the viewports of the viewport list their vx_index from the viewport entity
+    // header table.
+    void HandOutViewportHeaders();
+    // Positions of the trailer.
+    uint32_t EntitiesStart() const;
+    uint32_t EntitiesEnd() const;
+    uint32_t BlocksStart() const;
+    uint32_t ExtraStart() const;
+    // Renews the frame reader's allowance: a load may read at most about four frame
+    // heads for every 8 bytes of the file, plus `extra`. Every valid file stays far
+    // below it; a damaged one whose jumps or block offsets make the reader go round in
+    // circles gets read failures when it is used up, so that no load goes on for ever.
+    void ArmFrameBudget(int64_t extra = 0);
+
+    // ---- The walk -------------------------------------------------------------------------
+    int32_t FirstEntity(short block) override;
+    int32_t NextEntity() override;
+    int32_t GetCurrentEntity(CDB_ENTITY *entity) override;
+    short EntityCount(short block) override;
+    short GotoEntity(int32_t id) override;
+    short GetEntity(int32_t id, CDB_ENTITY *entity) override;
+    short GetFirstBlock(CDB_STARTBLOCK_ENTITY_type *block) override;
+    short GetNextBlock(CDB_STARTBLOCK_ENTITY_type *block) override;
+    short GetCurrentBlock(CDB_STARTBLOCK_ENTITY_type *block) override;
+    int GetFirstViewport(CDB_ENTITY *entity) override;
+    int GetNextViewport(CDB_ENTITY *entity) override;
+    int IsAnyPaperSpace() override { return any_paper_space; }
+    int PrepareForView() override { return 1; }
+    CDB_STARTBLOCK_ENTITY_type *LoadBlock(int index) override;
+
 private:
     // Reads the ten tables in the order the file's layout asks for: 1, or 0 on failure.
     int LoadTables();
@@ -76,10 +136,24 @@ private:
     int blocks_loaded = 0;
     CR12Header header;
     std::unique_ptr<CR12TableList> tables[10];
+    CR12EntityList entities{this};
+    CR12BlockList blocks;
+    CR12ViewportList viewports;
+    int32_t any_paper_space = 0;
     short current_block = -1;
+    CR12Block *current_block_object = nullptr;
     int16_t entity_counter = 0;
     int16_t block_counter = 0;
     std::string acad_version;
+    // The body of the last frame read: one buffer for all frames.
+    std::vector<uint8_t> frame_body;
+    int64_t frame_heads_left = 0;
+
+    // Keeps a decoded entity: appended to `list` (a viewport also to the viewport chain)
+    // in list mode, counted, and the progress callback called; in view mode its record
+    // goes to the application (`to_block` chooses BlockCall over EntityCall; `drop`
+    // hands nothing out) and the object is destroyed, so no viewport joins the chain.
+    void KeepEntity(CR12EntityList *list, CR12Entity *entity, bool to_block, bool drop);
 
 public:
     // Called with the two progress counters after each entity that is added; no exported

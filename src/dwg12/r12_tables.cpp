@@ -376,15 +376,14 @@ int CR12StyleRecord::AfterDecode(const uint8_t *, size_t) {
     CShapeTable *shapes = drawing ? drawing->ShapeTable() : nullptr;
     if (!shapes)
         return 0;
-    const char *drawing_path = drawing->GetFileName();
-    const char *search_path = drawing->SearchPath();
+    // The table looks beside the drawing, along its search path and in the index. The big
+    // font, when the style names one, comes with the font; the fall-back has none.
     std::string font = R12StyleFontName(body.record.font_file);
-    int slot = shapes->LoadFont(font.c_str(), drawing_path, search_path);
-    if (slot < 0)
-        slot = shapes->LoadFont("TXT.SHX", drawing_path, search_path);
-    if (slot < 0)
+    const char *big_font = body.record.bigfont_file;
+    if (!shapes->LoadFont(font.c_str(), big_font && *big_font ? big_font : nullptr) &&
+        !shapes->LoadFont("TXT.SHX", nullptr))
         return 0;
-    shape_index = slot;
+    shape_index = shapes->LastSlot();
     return 1;
 }
 

@@ -9,7 +9,7 @@
 
 CBaseDrawing::CBaseDrawing(int flag) : view_flag(flag) {
     bases = new int32_t[10]();
-    shape_table = new CShapeTable();
+    shape_table = new CShapeTable(this);
 }
 
 CBaseDrawing::~CBaseDrawing() {
@@ -67,7 +67,17 @@ short CBaseDrawing::GetShapeName(CDB_SHAPE_ENTITY_type *shape, char *buffer) {
 }
 
 short CBaseDrawing::GetShapeName(short style_index, short shape_number, char *buffer) {
-    return shape_table->ShapeName(style_index, shape_number, buffer) == -1 ? CDB_FAIL : 0;
+    const char *name = nullptr;
+    size_t name_length = 0;
+    int length =
+        shape_table ? shape_table->ShapeName(style_index, shape_number, &name, &name_length) : 0;
+    if (length <= 0)
+        return CDB_FAIL;
+    if (buffer) {
+        std::memcpy(buffer, name, name_length);
+        buffer[name_length] = 0;
+    }
+    return static_cast<short>(length);
 }
 
 short CBaseDrawing::GetShapeData(CDB_SHAPE_ENTITY_type *shape, char *buffer) {
@@ -77,17 +87,35 @@ short CBaseDrawing::GetShapeData(CDB_SHAPE_ENTITY_type *shape, char *buffer) {
 }
 
 short CBaseDrawing::GetShapeData(short style_index, short shape_number, char *buffer) {
-    return shape_table->ShapeData(style_index, shape_number, buffer) == -1 ? CDB_FAIL : 0;
+    const uint8_t *codes = nullptr;
+    size_t code_length = 0;
+    int length = shape_table ? shape_table->ShapeData(style_index, shape_number, &codes,
+                                                      &code_length, nullptr)
+                             : 0;
+    if (length <= 0)
+        return CDB_FAIL;
+    if (buffer && code_length)
+        std::memcpy(buffer, codes, code_length);
+    return static_cast<short>(code_length);
 }
 
 short CBaseDrawing::GetShapeId(CDB_SHAPE_ENTITY_type *shape, const char *name) {
     if (!shape)
         return CDB_FAIL;
-    return GetShapeId(shape->shape_style_index, shape->shape_number, name);
+    short style_index = shape->shape_style_index;
+    short shape_number = shape->shape_number;
+    short result = GetShapeId(style_index, shape_number, name);
+    if (result == 0) {
+        shape->shape_style_index = style_index;
+        shape->shape_number = shape_number;
+    }
+    return result;
 }
 
 short CBaseDrawing::GetShapeId(short &style_index, short &shape_number, const char *name) {
-    return shape_table->ShapeId(style_index, shape_number, name) == -1 ? CDB_FAIL : 0;
+    if (!shape_table)
+        return CDB_FAIL;
+    return shape_table->ShapeId(style_index, shape_number, name) ? 0 : CDB_FAIL;
 }
 
 // ---- Operations a drawing class does not offer ----------------------------------------

@@ -35,6 +35,11 @@ public:
     void AddName(const char *name);
     int FindName(const char *name) const;
 
+    // The shape lookups through the shape table. Name: copies the shape's name (NUL
+    // terminated) into `buffer` when it is not null and gives the shape's data length.
+    // Data: copies the byte codes behind the name and gives their number. Both give -123
+    // when the table has no such shape (a style outside the table, a number its file lacks).
+    // Id: finds a name in all files and sets the pair; 0, or -123 when no shape has it.
     short GetShapeName(CDB_SHAPE_ENTITY_type *shape, char *buffer);
     short GetShapeName(short style_index, short shape_number, char *buffer);
     short GetShapeData(CDB_SHAPE_ENTITY_type *shape, char *buffer);

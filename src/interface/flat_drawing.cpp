@@ -2,8 +2,11 @@
 // external references and shapes.
 #include "interface/base_drawing.h"
 #include "interface/drawing_table.h"
+#include "interface/navigate_stack.h"
 
+#include <cstdlib>
 #include <cstring>
+#include <vector>
 
 namespace {
 
@@ -22,7 +25,233 @@ int16_t Flag(int ok) {
     return ok ? 0 : CDB_FAIL;
 }
 
+// ---- The walk's helpers -------------------------------------------------------------------
+
+// Frees the texts that a list mode get-record copies for its caller, and nulls them:
+// TEXT one, ATTRIB two, ATTDEF three, DIMENSION one, block start three.
+void FreeRecordCopies(CDB_ENTITY *record) {
+    auto release = [](char *&text) {
+        std::free(text);
+        text = nullptr;
+    };
+    switch (record->entity_type) {
+    case CDB_TEXT:
+        release(record->text.text);
+        break;
+    case CDB_ATTRIB:
+        release(record->attrib.value);
+        release(record->attrib.tag);
+        break;
+    case CDB_ATTDEF:
+        release(record->attdef.default_value);
+        release(record->attdef.prompt);
+        release(record->attdef.tag);
+        break;
+    case CDB_DIMENSION:
+        release(record->dimension.text);
+        break;
+    case CDB_BLOCK:
+        release(record->block.xref_path);
+        release(record->block.name);
+        release(record->block.name_2);
+        break;
+    default:
+        break;
+    }
+}
+
+void FreeBlockCopies(CDB_STARTBLOCK_ENTITY_type *block) {
+    std::free(block->xref_path);
+    std::free(block->name);
+    std::free(block->name_2);
+    block->xref_path = block->name = block->name_2 = nullptr;
+}
+
+// 1 if the layer filter hides the entity. A kind 17 is never layer-filtered.
+int CheckLayerFiltering(CLibDrawing *lib, const CDB_ENTITY *entity) {
+    const int16_t bits = lib->LayerFlags();
+    if (entity->entity_type == CDB_SEQEND || bits == 0)
+        return 0;
+    const CDB_LAYER_TBL_type *layer = lib->Drawing()->GetLayerTable(entity->layer_index);
+    if (!layer)
+        return 0;
+    if ((bits & 1) && layer->color < 0)
+        return 1;
+    if ((bits & 2) && layer->color >= 0)
+        return 1;
+    if ((bits & 4) && (layer->flags & 1))
+        return 1;
+    return 0;
+}
+
+// 1 if the space filter hides the entity.
+int CheckSpaceFiltering(CLibDrawing *lib, const CDB_ENTITY *entity) {
+    const int16_t bits = lib->SpaceFlags();
+    if (bits == 0)
+        return 0;
+    if ((bits & 1) && entity->space != 0)
+        return 1;
+    if ((bits & 2) && entity->space == 0)
+        return 1;
+    return 0;
+}
+
+int CheckFiltering(CLibDrawing *lib, const CDB_ENTITY *entity) {
+    return CheckLayerFiltering(lib, entity) || CheckSpaceFiltering(lib, entity) ? 1 : 0;
+}
+
+// The return stack of CDBNavigate (navigate_stack.h): created at the first use, gone
+// with the process.
+std::vector<int32_t> &ReturnStack() {
+    static std::vector<int32_t> stack;
+    return stack;
+}
+
+int16_t BlockOfId(int32_t id) {
+    uint16_t position = 0;
+    int16_t block = 0;
+    CDBUnpackEntityId(id, &position, &block);
+    return block;
+}
+
+// One call of CDBNavigate on a loaded drawing.
+class DisplayWalk {
+public:
+    DisplayWalk(CLibDrawing *lib, CDB_ENTITY *record)
+        : lib_(lib), drawing_(lib->Drawing()), record_(record), list_mode_(lib->ViewFlag() == 0) {}
+
+    int16_t Run() {
+        std::vector<int32_t> &stack = ReturnStack();
+        int32_t id = Current();
+        long steps = 0;
+        for (;;) {
+            if (id < 0)
+                return End(id);
+            if (++steps > kNavigateMaxSteps)
+                return End(CDB_END_OF_WALK);
+            const int16_t kind = record_->entity_type;
+            if (kind == CDB_ENDBLK) {
+                // The end of a block: back behind the insert, or the end of the walk.
+                if (stack.empty())
+                    return End(CDB_END_OF_WALK);
+                int32_t back = stack.back();
+                stack.pop_back();
+                drawing_->GotoEntity(back);
+                drawing_->NextEntity();
+                id = Current();
+                continue;
+            }
+            if (kind == CDB_INSERT) {
+                // The block's entities stand in the insert's place; the insert is not given.
+                const int16_t target = record_->insert.block_index;
+                if (MayEnter(id, target)) {
+                    stack.push_back(id);
+                    drawing_->FirstEntity(target);
+                } else {
+                    drawing_->NextEntity();
+                }
+                id = Current();
+                continue;
+            }
+            if (!CheckFiltering(lib_, record_))
+                break;
+            // Hidden: step on. A hidden polyline takes its vertices along, up to and past
+            // the kind 17 that closes them; attributes likewise. A kind 13 met on the way
+            // ends the skip (a damaged list), so that the walk still leaves the block.
+            drawing_->NextEntity();
+            id = Current();
+            if (id >= 0 &&
+                (record_->entity_type == CDB_VERTEX || record_->entity_type == CDB_ATTRIB)) {
+                while (id >= 0 && record_->entity_type != CDB_SEQEND &&
+                       record_->entity_type != CDB_ENDBLK) {
+                    if (++steps > kNavigateMaxSteps)
+                        return End(CDB_END_OF_WALK);
+                    drawing_->NextEntity();
+                    id = Current();
+                }
+                if (id >= 0 && record_->entity_type == CDB_SEQEND) {
+                    drawing_->NextEntity();
+                    id = Current();
+                }
+            }
+        }
+        // The next call begins at the next entity; the caller owns the record's copies.
+        drawing_->NextEntity();
+        return static_cast<int16_t>(id & 0xFFFF);
+    }
+
+private:
+    // The record at the cursor, into the caller's record. The copies of a record that
+    // this walk filled and did not give out are freed first.
+    int32_t Current() {
+        if (filled_ && list_mode_) {
+            FreeRecordCopies(record_);
+            filled_ = false;
+        }
+        int32_t id = drawing_->GetCurrentEntity(record_);
+        if (id >= 0)
+            filled_ = true;
+        return id;
+    }
+
+    int16_t End(int32_t status) {
+        if (filled_ && list_mode_)
+            FreeRecordCopies(record_);
+        return status == CDB_FAIL ? CDB_FAIL : CDB_END_OF_WALK;
+    }
+
+    // Whether the insert `id` may enter block `target`: not deeper than the nesting
+    // limit, and not into a block that is being walked already.
+    static bool MayEnter(int32_t id, int16_t target) {
+        const std::vector<int32_t> &stack = ReturnStack();
+        if (stack.size() >= kNavigateMaxNesting)
+            return false;
+        if (BlockOfId(id) == target)
+            return false;
+        for (int32_t outer : stack) {
+            if (BlockOfId(outer) == target)
+                return false;
+        }
+        return true;
+    }
+
+    CLibDrawing *lib_;
+    CBaseDrawing *drawing_;
+    CDB_ENTITY *record_;
+    bool list_mode_;
+    bool filled_ = false;
+};
+
+// The viewport chain has a cursor of its own; the entity cursor does not move. The record
+// is read into a scratch record of the union's full size and copied out.
+int16_t ViewportStep(int16_t h, CDB_ENTITY *entity, bool first) {
+    CLibDrawing *lib = LookupDrawing(h);
+    if (!lib)
+        return CDB_FAIL;
+    CBaseDrawing *d = lib->Drawing();
+    if (!d->TriggerLoading()) {
+        d->SetError(CDB_ERR_INVALID_FILE);
+        return CDB_FAIL;
+    }
+    CDB_ENTITY scratch;
+    std::memset(static_cast<void *>(&scratch), 0, sizeof scratch);
+    int found = first ? d->GetFirstViewport(&scratch) : d->GetNextViewport(&scratch);
+    if (!found)
+        return CDB_END_OF_WALK;
+    if (entity)
+        std::memcpy(static_cast<void *>(entity), &scratch, sizeof scratch);
+    return CDB_OK;
+}
+
 } // namespace
+
+size_t NavigateStackDepth() {
+    return ReturnStack().size();
+}
+
+void ResetNavigateStack() {
+    ReturnStack().clear();
+}
 
 extern "C" {
 
@@ -40,9 +269,30 @@ int16_t CDBGetCurrentBlock(int16_t h, CDB_STARTBLOCK_ENTITY_type *block) {
     CBaseDrawing *d = ReadDrawing(h);
     return d ? d->GetCurrentBlock(block) : CDB_FAIL;
 }
-int16_t CDBBlockGet(int16_t h, int16_t, CDB_STARTBLOCK_ENTITY_type *) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? (d->Unsupported(), CDB_FAIL) : CDB_FAIL;
+// The block walk's first block, then its next one `index` times; the walk's cursor stays
+// on that block. Only the last step fills the caller's record: the steps before it go to a
+// scratch record whose copies are freed. A walk that ends before the index (fewer blocks
+// than the table has, in a damaged drawing) fails as well.
+int16_t CDBBlockGet(int16_t h, int16_t index, CDB_STARTBLOCK_ENTITY_type *block) {
+    CLibDrawing *lib = LookupDrawing(h);
+    if (!lib)
+        return CDB_FAIL;
+    CBaseDrawing *d = lib->Drawing();
+    if (d->GetBlockTableCount() <= index)
+        return CDB_FAIL;
+    if (!block) {
+        lib->SetError(CDB_ERR_INVALID_PARAMETER);
+        return CDB_FAIL;
+    }
+    CDB_STARTBLOCK_ENTITY_type scratch;
+    std::memset(static_cast<void *>(&scratch), 0, sizeof scratch);
+    int16_t status = d->GetFirstBlock(index <= 0 ? block : &scratch);
+    for (int i = 1; status >= 0 && i <= index; ++i) {
+        FreeBlockCopies(&scratch);
+        status = d->GetNextBlock(i == index ? block : &scratch);
+    }
+    FreeBlockCopies(&scratch);
+    return status >= 0 ? CDB_OK : CDB_FAIL;
 }
 int16_t CDBBlockAdd(int16_t h, CDB_STARTBLOCK_ENTITY_type *block) {
     CBaseDrawing *d = EditDrawing(h);
@@ -100,15 +350,23 @@ int16_t CDBGetEntity(int16_t h, int32_t id, CDB_ENTITY *entity) {
     CBaseDrawing *d = ReadDrawing(h);
     return d ? d->GetEntity(id, entity) : CDB_FAIL;
 }
-int16_t CDBNavigate(int16_t h, CDB_ENTITY *) {
-    CBaseDrawing *d = ReadDrawing(h);
-    if (!d)
+// The display walk: inserts are followed into their blocks (the return stack brings the
+// walk back behind them), and what the filters hide is stepped over. The bounds of
+// navigate_stack.h keep a damaged drawing from making it endless.
+int16_t CDBNavigate(int16_t h, CDB_ENTITY *entity) {
+    CLibDrawing *lib = LookupDrawing(h);
+    if (!lib)
         return CDB_FAIL;
+    CBaseDrawing *d = lib->Drawing();
     if (!d->TriggerLoading()) {
         d->SetError(CDB_ERR_INVALID_FILE);
         return CDB_FAIL;
     }
-    return CDB_END_OF_WALK;
+    if (!entity) {
+        lib->SetError(CDB_ERR_INVALID_PARAMETER);
+        return CDB_FAIL;
+    }
+    return DisplayWalk(lib, entity).Run();
 }
 
 // ---- Filters and entity ids -------------------------------------------------------------
@@ -135,26 +393,16 @@ int16_t CDBResetFilter(int16_t h) {
     lib->SetSpaceFlags(0);
     return 1;
 }
+// 15 when the layer or the space filter hides the entity, 240 when it is shown.
 int16_t CDBCheckEntityFiltering(int16_t h, CDB_ENTITY *entity) {
     CLibDrawing *lib = LookupDrawing(h);
     if (!lib)
         return CDB_FAIL;
-    if (!entity)
-        return 240;
-    bool hidden = false;
-    if (entity->entity_type != CDB_SEQEND && lib->LayerFlags() != 0) {
-        const CDB_LAYER_TBL_type *layer = lib->Drawing()->GetLayerTable(entity->layer_index);
-        if (layer) {
-            int16_t bits = lib->LayerFlags();
-            hidden = ((bits & 1) && layer->color < 0) || ((bits & 2) && layer->color >= 0) ||
-                     ((bits & 4) && (layer->flags & 1));
-        }
+    if (!entity) {
+        lib->SetError(CDB_ERR_INVALID_PARAMETER);
+        return CDB_FAIL;
     }
-    if (!hidden && lib->SpaceFlags() != 0) {
-        int16_t bits = lib->SpaceFlags();
-        hidden = ((bits & 1) && entity->space != 0) || ((bits & 2) && entity->space == 0);
-    }
-    return hidden ? 15 : 240;
+    return CheckFiltering(lib, entity) ? 15 : 240;
 }
 
 int32_t CDBPackEntityId(int16_t block, uint16_t position) {
@@ -178,12 +426,10 @@ int16_t CDBUnpackEntityId(int32_t id, uint16_t *position, int16_t *block) {
 }
 
 int16_t CDBGetFirstViewport(int16_t h, CDB_ENTITY *entity) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? static_cast<int16_t>(d->GetFirstViewport(entity)) : CDB_FAIL;
+    return ViewportStep(h, entity, true);
 }
 int16_t CDBGetNextViewport(int16_t h, CDB_ENTITY *entity) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? static_cast<int16_t>(d->GetNextViewport(entity)) : CDB_FAIL;
+    return ViewportStep(h, entity, false);
 }
 
 // ---- Extended data ----------------------------------------------------------------------
@@ -305,22 +551,37 @@ int16_t CDBResolveAllXREF(int16_t h) {
 }
 
 // ---- Shapes -----------------------------------------------------------------------------
+// Name: the shape's data length with its name in `buffer`; data: the number of byte codes
+// copied into `buffer`. Either reports 0 when the drawing has no such shape. The reverse
+// lookups give 0 with the pair set, or -123 when no shape has the name.
 
 int16_t CDBGetShapeName(int16_t h, int16_t style_index, int16_t shape_number, char *buffer) {
     CBaseDrawing *d = ReadDrawing(h);
-    return d ? d->GetShapeName(style_index, shape_number, buffer) : CDB_FAIL;
+    if (!d)
+        return CDB_FAIL;
+    int16_t length = d->GetShapeName(style_index, shape_number, buffer);
+    return length == CDB_FAIL ? 0 : length;
 }
 int16_t CDBGetShapeData(int16_t h, int16_t style_index, int16_t shape_number, char *buffer) {
     CBaseDrawing *d = ReadDrawing(h);
-    return d ? d->GetShapeData(style_index, shape_number, buffer) : CDB_FAIL;
+    if (!d)
+        return CDB_FAIL;
+    int16_t length = d->GetShapeData(style_index, shape_number, buffer);
+    return length == CDB_FAIL ? 0 : length;
 }
 int16_t CDBGetShapeNameFromEntity(int16_t h, CDB_SHAPE_ENTITY_type *shape, char *buffer) {
     CBaseDrawing *d = ReadDrawing(h);
-    return d ? d->GetShapeName(shape, buffer) : CDB_FAIL;
+    if (!d || !shape)
+        return CDB_FAIL;
+    int16_t length = d->GetShapeName(shape, buffer);
+    return length == CDB_FAIL ? 0 : length;
 }
 int16_t CDBGetShapeDataFromEntity(int16_t h, CDB_SHAPE_ENTITY_type *shape, char *buffer) {
     CBaseDrawing *d = ReadDrawing(h);
-    return d ? d->GetShapeData(shape, buffer) : CDB_FAIL;
+    if (!d || !shape)
+        return CDB_FAIL;
+    int16_t length = d->GetShapeData(shape, buffer);
+    return length == CDB_FAIL ? 0 : length;
 }
 int16_t CDBGetShapeId(int16_t h, int16_t *style_index, int16_t *shape_number, const char *name) {
     CBaseDrawing *d = ReadDrawing(h);

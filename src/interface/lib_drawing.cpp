@@ -107,6 +107,15 @@ int CLibDrawing::TriggerLoading() {
 int CLibDrawing::PrepareForView() {
     return drawing->PrepareForView();
 }
+int CLibDrawing::IsAnyPaperSpace() {
+    return drawing->IsAnyPaperSpace();
+}
+int CLibDrawing::GetFirstViewport(CDB_ENTITY *record) {
+    return drawing->GetFirstViewport(record);
+}
+int CLibDrawing::GetNextViewport(CDB_ENTITY *record) {
+    return drawing->GetNextViewport(record);
+}
 void CLibDrawing::LoadEntities() {
     drawing->LoadEntities();
 }

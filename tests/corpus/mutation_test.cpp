@@ -12,6 +12,10 @@
 #include "support/corpus.h"
 #include "support/dwg12_builder.h"
 
+#include "dwg12/r12_drawing.h"
+#include "interface/drawing_table.h"
+#include "interface/navigate_stack.h"
+
 #include "velkow32.h"
 
 #include <gtest/gtest.h>
@@ -328,6 +332,247 @@ ReadReport ReadEverything(int16_t h) {
     return report;
 }
 
+// Copies every record of a list out as a walk does, reads what the copy points at, and
+// frees the texts that list mode hands out.
+void ReadEntityList(CR12EntityList &list, ReadReport *report) {
+    for (int i = 0; i < list.Count(); ++i) {
+        CR12Entity *entity = list.At(i);
+        if (!entity) {
+            report->Note("a null entity in a list");
+            continue;
+        }
+        CDB_ENTITY r;
+        std::memset(&r, 0, sizeof r);
+        entity->GetRecord(&r);
+        ++report->records;
+        report->sink += Touch(r.handle, 64);
+        for (uint16_t k = 0; r.eed_data && k < r.eed_size; ++k)
+            report->sink += r.eed_data[k];
+        char *texts[3] = {};
+        switch (r.entity_type) {
+        case CDB_TEXT:
+            texts[0] = r.text.text;
+            break;
+        case CDB_ATTDEF:
+            texts[0] = r.attdef.default_value;
+            texts[1] = r.attdef.prompt;
+            texts[2] = r.attdef.tag;
+            break;
+        case CDB_ATTRIB:
+            texts[0] = r.attrib.value;
+            texts[1] = r.attrib.tag;
+            break;
+        case CDB_DIMENSION:
+            texts[0] = r.dimension.text;
+            break;
+        case CDB_VIEWPORT:
+            for (int16_t k = 0; r.viewport.frozen_layers && k < r.viewport.frozen_layer_count; ++k)
+                report->sink += static_cast<size_t>(r.viewport.frozen_layers[k]);
+            break;
+        case CDB_BLOCK:
+            report->sink += Touch(r.block.xref_path, 4096) + Touch(r.block.name_2, 4096);
+            break;
+        default:
+            break;
+        }
+        for (char *text : texts) {
+            report->sink += Touch(text, 1 << 16);
+            std::free(text);
+        }
+    }
+}
+
+// Loads the entities and the blocks of a release 12 DWG and reads them all.
+void ReadEntities(int16_t h, ReadReport *report) {
+    CLibDrawing *lib = g_DrawingTable.GetDrawing(h);
+    auto *r12 = lib ? dynamic_cast<CR12Drawing *>(lib->Drawing()) : nullptr;
+    if (!r12 || r12->FileKind() != CR12Drawing::kDwg)
+        return;
+    // A section whose first frame cannot be read fails the load (0); what was read of
+    // the drawing is read all the same.
+    int loaded = r12->TriggerLoading();
+    if (loaded != 0 && loaded != 1)
+        report->Note("TriggerLoading gave " + std::to_string(loaded));
+    ReadEntityList(r12->Entities(), report);
+    for (int b = 0; b < r12->Blocks().Count(); ++b) {
+        CR12Block *block = r12->Blocks().At(b);
+        if (!block || !block->record) {
+            report->Note("a block without its record");
+            continue;
+        }
+        report->sink += Touch(block->record->name, 4096) + Touch(block->record->xref_path, 4096) +
+                        Touch(block->record->name_2, 4096);
+        if (block->entities)
+            ReadEntityList(*block->entities, report);
+    }
+    for (CR12Viewport *v = r12->Viewports().First(); v; v = r12->Viewports().Next())
+        report->sink += static_cast<size_t>(v->GetData()->viewport.vx_index);
+}
+
+// Frees the texts that a list mode record hands to its caller, after reading them.
+size_t TouchAndFree(CDB_ENTITY &r) {
+    char *texts[3] = {};
+    switch (r.entity_type) {
+    case CDB_TEXT:
+        texts[0] = r.text.text;
+        break;
+    case CDB_ATTDEF:
+        texts[0] = r.attdef.default_value;
+        texts[1] = r.attdef.prompt;
+        texts[2] = r.attdef.tag;
+        break;
+    case CDB_ATTRIB:
+        texts[0] = r.attrib.value;
+        texts[1] = r.attrib.tag;
+        break;
+    case CDB_DIMENSION:
+        texts[0] = r.dimension.text;
+        break;
+    case CDB_BLOCK:
+        texts[0] = r.block.xref_path;
+        texts[1] = r.block.name;
+        texts[2] = r.block.name_2;
+        break;
+    default:
+        break;
+    }
+    size_t n = Touch(r.handle, 64);
+    for (char *text : texts) {
+        n += Touch(text, 1 << 16);
+        std::free(text);
+    }
+    return n;
+}
+
+// Bounds of the walks below: far above what any corpus drawing needs.
+constexpr long kMaxWalkSteps = 200000;
+
+// Walks an opened drawing as an application does, through the flat interface: the entity
+// count, the main section with CDBGetNextEntity, the block walk with each block's list,
+// CDBBlockGet, CDBNavigate to its end and the viewport chain. Each walk must end, and end
+// with its end value; a failed load must answer -123 everywhere.
+void WalkEverything(int16_t h, ReadReport *report) {
+    CDB_ENTITY r;
+    const int16_t count = CDBEntityCount(h, -1);
+    if (count == CDB_FAIL) {
+        // Entities and blocks could not be loaded: every walk fails alike.
+        std::memset(&r, 0, sizeof r);
+        if (CDBFirstEntity(h, -1) != CDB_FAIL || CDBGetNextEntity(h, &r) != CDB_FAIL ||
+            CDBNavigate(h, &r) != CDB_FAIL || CDBGetFirstViewport(h, &r) != CDB_FAIL)
+            report->Note("a failed load answered a walk");
+        return;
+    }
+    if (count < 1) {
+        report->Note("entity count " + std::to_string(count));
+        return;
+    }
+
+    // The main section: its last entity is the sentinel.
+    if (CDBFirstEntity(h, -1) != 0x40000000)
+        report->Note("CDBFirstEntity of the main section");
+    std::memset(&r, 0, sizeof r);
+    int32_t id = CDBGetCurrentEntity(h, &r);
+    long delivered = 0;
+    int16_t last_kind = 0;
+    while (id >= 0 && delivered < kMaxWalkSteps) {
+        ++delivered;
+        last_kind = r.entity_type;
+        report->sink += TouchAndFree(r);
+        std::memset(&r, 0, sizeof r);
+        id = CDBGetNextEntity(h, &r);
+    }
+    if (id != CDB_END_OF_WALK && !(count == 32767 && id < 0))
+        report->Note("the main walk ended with " + std::to_string(id));
+    else if (count < 32767 && delivered != count)
+        report->Note("the main walk gave " + std::to_string(delivered) + " of " +
+                     std::to_string(count) + " entities");
+    else if (last_kind != CDB_ENDBLK)
+        report->Note("the main walk did not end with the sentinel");
+
+    // The block walk, and each block's list.
+    const int16_t blocks = CDBBlockTableCount(h);
+    CDB_STARTBLOCK_ENTITY_type b;
+    std::memset(&b, 0, sizeof b);
+    int16_t status = CDBGetFirstBlock(h, &b);
+    int16_t walked = 0;
+    while (status >= 0 && walked <= blocks) {
+        if (status != 0 && status != CDB_DELETED)
+            report->Note("block walk status " + std::to_string(status));
+        report->sink += Touch(b.name, 4096) + Touch(b.name_2, 4096) + Touch(b.xref_path, 4096);
+        std::free(b.name);
+        std::free(b.name_2);
+        std::free(b.xref_path);
+        if (status == 0) {
+            const int16_t size = CDBEntityCount(h, walked);
+            long in_block = 0;
+            id = CDBFirstEntity(h, walked);
+            std::memset(&r, 0, sizeof r);
+            id = id < 0 ? id : CDBGetCurrentEntity(h, &r);
+            while (id >= 0 && in_block < kMaxWalkSteps) {
+                ++in_block;
+                report->sink += TouchAndFree(r);
+                std::memset(&r, 0, sizeof r);
+                id = CDBGetNextEntity(h, &r);
+            }
+            if (size < 0 || (size < 32767 && in_block != size))
+                report->Note("block " + std::to_string(walked) + " walk gave " +
+                             std::to_string(in_block) + " of " + std::to_string(size));
+        }
+        ++walked;
+        std::memset(&b, 0, sizeof b);
+        status = CDBGetNextBlock(h, &b);
+    }
+    // A block section that cannot be read to its end leaves fewer blocks than records.
+    if (status != CDB_END_OF_BLOCKS || walked > (blocks > 0 ? blocks : 0))
+        report->Note("the block walk gave " + std::to_string(walked) + " of " +
+                     std::to_string(blocks) + " blocks and ended with " + std::to_string(status));
+    if (blocks > 0 && walked == blocks) {
+        std::memset(&b, 0, sizeof b);
+        if (CDBBlockGet(h, static_cast<int16_t>(blocks - 1), &b) != 0)
+            report->Note("CDBBlockGet of the last block failed");
+        std::free(b.name);
+        std::free(b.name_2);
+        std::free(b.xref_path);
+    }
+    if (CDBBlockGet(h, blocks, &b) != CDB_FAIL)
+        report->Note("CDBBlockGet past the end did not fail");
+
+    // The display walk, from an empty return stack so that a mutant is walked alike
+    // whatever came before it.
+    ResetNavigateStack();
+    CDBFirstEntity(h, -1);
+    int16_t step = 0;
+    long steps = 0;
+    for (; steps < kMaxWalkSteps; ++steps) {
+        std::memset(&r, 0, sizeof r);
+        step = CDBNavigate(h, &r);
+        if (step < 0)
+            break;
+        report->sink += TouchAndFree(r);
+    }
+    if (steps >= kMaxWalkSteps)
+        report->Note("CDBNavigate did not end");
+    else if (step != CDB_END_OF_WALK)
+        report->Note("CDBNavigate ended with " + std::to_string(step));
+    ResetNavigateStack();
+
+    // The viewport chain.
+    std::memset(&r, 0, sizeof r);
+    int16_t vp = CDBGetFirstViewport(h, &r);
+    long viewports = 0;
+    while (vp == 0 && viewports < kMaxWalkSteps) {
+        ++viewports;
+        if (r.entity_type != CDB_VIEWPORT)
+            report->Note("a viewport of kind " + std::to_string(r.entity_type));
+        for (int16_t k = 0; r.viewport.frozen_layers && k < r.viewport.frozen_layer_count; ++k)
+            report->sink += static_cast<size_t>(r.viewport.frozen_layers[k]);
+        std::memset(&r, 0, sizeof r);
+        vp = CDBGetNextViewport(h, &r);
+    }
+    if (vp != CDB_END_OF_WALK)
+        report->Note("the viewport walk ended with " + std::to_string(vp));
+}
+
 // The outcome of feeding one file to the library.
 struct Outcome {
     bool opened = false;
@@ -362,6 +607,8 @@ Outcome FeedFile(const std::string &path, Watchdog *watchdog) {
     if (h >= 0) {
         out.opened = true;
         ReadReport report = ReadEverything(h);
+        ReadEntities(h, &report);
+        WalkEverything(h, &report);
         out.records = report.records;
         if (out.trouble.empty())
             out.trouble = report.trouble;
@@ -540,6 +787,229 @@ private:
     std::mt19937 rng_;
 };
 
+// Damage aimed at the entity frames of a release 12 DWG, which the trailer locates: the
+// frames of the entity section and of the block section are found by their lengths, and
+// one of them is damaged; or the entity section itself is moved or given a made-up
+// frame (the only damage for a drawing without frames). A repeating pattern of 10 kinds.
+class FrameMutator {
+public:
+    FrameMutator(const std::vector<uint8_t> &original, uint32_t seed)
+        : original_(original), rng_(seed) {
+        const size_t size = original.size();
+        if (size < 2000 || std::memcmp(original.data(), "AC1009", 6) != 0)
+            return;
+        trailer_ = size - 150;
+        const size_t trailer = trailer_;
+        entities_start_ = U32(trailer);
+        const uint32_t entities_end = U32(trailer + 4);
+        const uint32_t blocks_start = U32(trailer + 8);
+        extra_start_ = U32(trailer + 12);
+        Scan(entities_start_, entities_end);
+        Scan(blocks_start, extra_start_);
+    }
+
+    // The number of frame mutants: none for a file that is no release 12 DWG.
+    int Count() const {
+        if (!trailer_)
+            return 0;
+        return std::max(1, static_cast<int>(kFrameMutants * MutationScale()));
+    }
+
+    std::string Make(int index, std::vector<uint8_t> *out) {
+        *out = original_;
+        if (frames_.empty() || index % 10 >= 8)
+            return SectionDamage(index, out);
+        std::ostringstream what;
+        const Frame f = frames_[Pick(frames_.size())];
+        what << "frame at " << f.at << " (length " << f.length << "): ";
+        switch (index % 8) {
+        case 0: { // bits inside the frame
+            int n = Uniform(1, 4);
+            what << "bit flips:";
+            for (int i = 0; i < n; ++i) {
+                size_t at = f.at + Pick(f.length);
+                int bit = Uniform(0, 7);
+                (*out)[at] ^= static_cast<uint8_t>(1u << bit);
+                what << " " << at << "." << bit;
+            }
+            break;
+        }
+        case 1: { // one bit of the frame head
+            size_t at = f.at + Pick(8);
+            int bit = Uniform(0, 7);
+            (*out)[at] ^= static_cast<uint8_t>(1u << bit);
+            what << "head bit flip " << at << "." << bit;
+            break;
+        }
+        case 2: { // a length below 8
+            static const int16_t kShort[] = {-32768, -1, 0, 1, 2, 7};
+            int16_t length = Uniform(0, 1) ? kShort[Pick(6)] : static_cast<int16_t>(Uniform(0, 7));
+            Put16(out, f.at + 2, static_cast<uint16_t>(length));
+            what << "length " << length;
+            break;
+        }
+        case 3: { // a length past the frame, or past the file
+            int16_t length = Uniform(0, 3) == 0 ? int16_t(0x7FFF)
+                                                : static_cast<int16_t>(f.length + Uniform(1, 64));
+            Put16(out, f.at + 2, static_cast<uint16_t>(length));
+            what << "length " << length;
+            break;
+        }
+        case 4: { // a jump into nowhere, into itself or back
+            (*out)[f.at] = 18;
+            const bool relative = Uniform(0, 1) == 1;
+            (*out)[f.at + 7] = static_cast<uint8_t>(relative ? 0x80 : 0x00);
+            uint32_t target = 0;
+            switch (Uniform(0, 6)) {
+            case 0:
+                target = static_cast<uint32_t>(out->size() + Pick(1000));
+                break;
+            case 1:
+                target = 0xFFFFFFFFu;
+                break;
+            case 2:
+                target = 0x80000000u;
+                break;
+            case 3:
+                target = f.at;
+                break;
+            case 4:
+                target = entities_start_;
+                break;
+            case 5:
+                target = static_cast<uint32_t>(Pick(1727));
+                break;
+            default:
+                target = static_cast<uint32_t>(Pick(out->size()));
+                break;
+            }
+            if (relative) {
+                int16_t offset = static_cast<int16_t>(Uniform(-32768, 32767));
+                if (Uniform(0, 1))
+                    offset = static_cast<int16_t>(static_cast<int64_t>(target) -
+                                                  static_cast<int64_t>(extra_start_));
+                Put16(out, f.at + 4, static_cast<uint16_t>(offset));
+                what << "relative jump " << offset;
+            } else {
+                Put16(out, f.at + 4, static_cast<uint16_t>(target & 0xFFFF));
+                Put16(out, f.at + 6, static_cast<uint16_t>(target >> 16));
+                what << "jump to " << target;
+            }
+            break;
+        }
+        case 5: { // a code that no class reads, or a kind out of place
+            static const uint8_t kCodes[] = {0, 5, 6, 10, 12, 13, 21, 25, 30, 0x20, 0x7F, 0xFF};
+            uint8_t code = kCodes[Pick(sizeof kCodes)];
+            (*out)[f.at] = code;
+            what << "code " << int(code);
+            break;
+        }
+        case 6: { // the file cut inside the frame
+            size_t keep = f.at + Pick(f.length);
+            out->resize(keep);
+            what << "truncated to " << keep;
+            break;
+        }
+        default: { // the erased mark, set or cleared, and a flags byte of all bits
+            (*out)[f.at] ^= 0x80;
+            if (Uniform(0, 1))
+                (*out)[f.at + 1] = 0xFF;
+            what << "erased mark flipped, flags " << int((*out)[f.at + 1]);
+            break;
+        }
+        }
+        return what.str();
+    }
+
+private:
+    static constexpr int kFrameMutants = 200;
+
+    // The entity section's end moved, or a made-up frame at its start.
+    std::string SectionDamage(int index, std::vector<uint8_t> *out) {
+        std::ostringstream what;
+        const size_t start = entities_start_;
+        if (index % 2 == 0 || start + 80 > out->size()) {
+            uint32_t end = 0;
+            switch (Uniform(0, 3)) {
+            case 0:
+                end = static_cast<uint32_t>(start + Pick(4096));
+                break;
+            case 1:
+                end = static_cast<uint32_t>(Pick(out->size()));
+                break;
+            case 2:
+                end = static_cast<uint32_t>(out->size() + Pick(100));
+                break;
+            default:
+                end = 0xFFFFFFFFu;
+                break;
+            }
+            Put16(out, trailer_ + 4, static_cast<uint16_t>(end & 0xFFFF));
+            Put16(out, trailer_ + 6, static_cast<uint16_t>(end >> 16));
+            what << "entity section end moved to " << end;
+            return what.str();
+        }
+        static const uint8_t kCodes[] = {1, 2, 3, 7, 8, 13, 14, 17, 18, 19, 20, 22, 23, 24, 0x81};
+        const uint8_t code =
+            Uniform(0, 3) ? kCodes[Pick(sizeof kCodes)] : static_cast<uint8_t>(Uniform(0, 255));
+        const int16_t length = static_cast<int16_t>(Uniform(-16, 72));
+        (*out)[start] = code;
+        (*out)[start + 1] = static_cast<uint8_t>(Uniform(0, 255));
+        Put16(out, start + 2, static_cast<uint16_t>(length));
+        Put16(out, start + 4, static_cast<uint16_t>(Uniform(-3, 3)));
+        (*out)[start + 6] = static_cast<uint8_t>(Uniform(0, 255));
+        (*out)[start + 7] = static_cast<uint8_t>(Uniform(0, 255));
+        for (size_t i = 8; i < 72; ++i)
+            (*out)[start + i] = static_cast<uint8_t>(Uniform(0, 255));
+        const uint32_t end = static_cast<uint32_t>(start + 8 + Pick(72));
+        if (end > U32(trailer_ + 4)) {
+            Put16(out, trailer_ + 4, static_cast<uint16_t>(end & 0xFFFF));
+            Put16(out, trailer_ + 6, static_cast<uint16_t>(end >> 16));
+        }
+        what << "made-up frame at " << start << ": code " << int(code) << ", length " << length
+             << ", section end " << end;
+        return what.str();
+    }
+    struct Frame {
+        size_t at;
+        size_t length;
+    };
+
+    uint32_t U32(size_t at) const {
+        return static_cast<uint32_t>(original_[at]) |
+               static_cast<uint32_t>(original_[at + 1]) << 8 |
+               static_cast<uint32_t>(original_[at + 2]) << 16 |
+               static_cast<uint32_t>(original_[at + 3]) << 24;
+    }
+    static void Put16(std::vector<uint8_t> *out, size_t at, uint16_t v) {
+        if (at + 1 < out->size()) {
+            (*out)[at] = static_cast<uint8_t>(v);
+            (*out)[at + 1] = static_cast<uint8_t>(v >> 8);
+        }
+    }
+    // Frames one after another from `from`, while their lengths hold, below `to`.
+    void Scan(uint32_t from, uint32_t to) {
+        size_t p = from;
+        const size_t end = std::min<size_t>(to, original_.size());
+        while (p + 10 <= end && frames_.size() < 100000) {
+            int16_t length = static_cast<int16_t>(original_[p + 2] | (original_[p + 3] << 8));
+            if (length < 10 || p + static_cast<size_t>(length) > end)
+                break;
+            frames_.push_back({p, static_cast<size_t>(length)});
+            p += static_cast<size_t>(length);
+        }
+    }
+    int Uniform(int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng_); }
+    size_t Pick(size_t n) { return std::uniform_int_distribution<size_t>(0, n - 1)(rng_); }
+
+    const std::vector<uint8_t> &original_;
+    std::mt19937 rng_;
+    std::vector<Frame> frames_;
+    size_t trailer_ = 0;
+    uint32_t entities_start_ = 0;
+    uint32_t extra_start_ = 0;
+};
+
 int MutantCountFor(size_t size) {
     int base = size <= kSmallDrawing ? kSmallDrawingMutants : kMinMutants;
     int n = static_cast<int>(base * MutationScale());
@@ -580,7 +1050,9 @@ TEST_P(CorpusMutationTest, DamagedCopiesEndCleanly) {
     TempPath temp("mutant");
     uint32_t seed = SeedFor(relative);
     Mutator mutator(original, seed);
-    const int mutants = MutantCountFor(original.size());
+    FrameMutator frames(original, seed ^ 0x46524D45u);
+    const int regular = MutantCountFor(original.size());
+    const int mutants = regular + frames.Count();
 
     int opened = 0;
     int troubled = 0;
@@ -589,7 +1061,8 @@ TEST_P(CorpusMutationTest, DamagedCopiesEndCleanly) {
     std::vector<uint8_t> bytes;
     Clock::time_point test_start = Clock::now();
     for (int i = 0; i < mutants; ++i) {
-        std::string damage = mutator.Make(i, &bytes);
+        std::string damage =
+            i < regular ? mutator.Make(i, &bytes) : frames.Make(i - regular, &bytes);
         std::ostringstream what;
         what << relative << " mutant " << i << " (seed " << seed << "): " << damage << "; file "
              << temp.str();

@@ -4,5 +4,10 @@
 #define VELKO_COMMANDS_H
 
 int RunInfo(int argc, char **argv);
+int RunDump(int argc, char **argv);
+int RunShapes(int argc, char **argv);
+int RunShx(int argc, char **argv);
+int RunSdx(int argc, char **argv);
+int RunGlyph(int argc, char **argv);
 
 #endif

@@ -18,6 +18,27 @@ const Command kCommands[] = {
      "velko info FILE [--json]\n    file kind, release, table counts and main header "
      "variables",
      RunInfo},
+    {"dump",
+     "velko dump FILE [--json] [--blocks] [--navigate]\n    every entity with all fields of "
+     "its record and its extended data; --blocks adds each block's record and entities,\n    "
+     "--navigate prints the display walk instead; --json one object per line",
+     RunDump},
+    {"shapes",
+     "velko shapes FILE.SHX [--json]\n    number, name, data length and width of each shape "
+     "of a shape file",
+     RunShapes},
+    {"shx",
+     "velko shx compile IN.SHP OUT.SHX [--unifont | --bigfont RANGES] [--keep-order]\n    "
+     "compiles shape definitions into a shape file; RANGES like 081-09F,0E0-0FC",
+     RunShx},
+    {"sdx",
+     "velko sdx OUT.SDX FILE.SHX...\n    builds a control-shape index of shape files and big "
+     "fonts, named by their upper-cased base names",
+     RunSdx},
+    {"glyph",
+     "velko glyph FONT.TTF CHAR [--json]\n    glyph records, contours and points of one "
+     "character of a TrueType font, and its advance; CHAR a character, a number or U+XXXX",
+     RunGlyph},
 };
 
 void Usage(std::FILE *out) {

@@ -1,0 +1,240 @@
+// The block section of a release 12 DWG: one CR12Block per block table record, each read
+// from its run of frames (a kind 12 frame, the entities, a kind 13 frame).
+#include "dwg12/r12_drawing.h"
+#include "dwg12/r12_entity_layout.h"
+
+#include "interface/drawing_file.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr uint8_t kXrefFlag = 0x04;
+constexpr size_t kBlockNameBlock = 32;
+
+// A new block of at least 32 bytes holding a copy of `name` ("" for null).
+char *NameBlock(const char *name) {
+    const size_t length = name ? std::strlen(name) : 0;
+    const size_t room = length + 1 > kBlockNameBlock ? length + 1 : kBlockNameBlock;
+    char *block = static_cast<char *>(std::calloc(room, 1));
+    if (block && length)
+        std::memcpy(block, name, length);
+    return block;
+}
+
+} // namespace
+
+// ---- CR12Block and CR12BlockList -----------------------------------------------------------
+
+CR12Block::CR12Block(CR12Drawing *owner) : drawing(owner) {
+    record = static_cast<CDB_STARTBLOCK_ENTITY_type *>(
+        std::calloc(1, sizeof(CDB_STARTBLOCK_ENTITY_type)));
+}
+
+CR12Block::~CR12Block() {
+    if (record) {
+        std::free(record->handle);
+        std::free(record->eed_data);
+        std::free(record->xref_path);
+        std::free(record->name);
+        std::free(record->name_2);
+    }
+    std::free(record);
+}
+
+CR12BlockList::~CR12BlockList() {
+    for (CR12Block *b : items_)
+        delete b;
+}
+
+CR12Block *CR12BlockList::At(int index) const {
+    return index >= 0 && index < Count() ? items_[static_cast<size_t>(index)] : nullptr;
+}
+
+CR12Block *CR12BlockList::First() {
+    if (items_.empty())
+        return nullptr;
+    cursor_ = 0;
+    return items_[0];
+}
+
+CR12Block *CR12BlockList::Next() {
+    if (cursor_ + 1 >= Count())
+        return nullptr;
+    return items_[static_cast<size_t>(++cursor_)];
+}
+
+CR12Block *CR12BlockList::Current() const {
+    return At(cursor_);
+}
+
+CR12Block *CR12BlockList::Last() const {
+    return items_.empty() ? nullptr : items_.back();
+}
+
+int CR12BlockList::Add(CR12Block *block) {
+    items_.push_back(block);
+    cursor_ = static_cast<int16_t>(items_.size() - 1);
+    return cursor_;
+}
+
+void CR12BlockList::Put(int index, CR12Block *block) {
+    if (index < 0)
+        return;
+    if (index >= Count())
+        items_.resize(static_cast<size_t>(index) + 1, nullptr);
+    delete items_[static_cast<size_t>(index)];
+    items_[static_cast<size_t>(index)] = block;
+}
+
+int CR12BlockList::Remove(int index) {
+    if (index < 0 || index >= Count())
+        return 0;
+    delete items_[static_cast<size_t>(index)];
+    items_.erase(items_.begin() + index);
+    return 1;
+}
+
+int CR12BlockList::FindByName(const char *name) const {
+    if (!name)
+        return -2;
+    for (int i = 0; i < Count(); ++i) {
+        const CR12Block *block = items_[static_cast<size_t>(i)];
+        if (block && block->record && block->record->name &&
+            std::strncmp(block->record->name, name, 32) == 0)
+            return i;
+    }
+    return -2;
+}
+
+// ---- Reading the section ----------------------------------------------------------------------
+
+int CR12Drawing::LoadBlockSection() {
+    if (blocks.Count() != 0)
+        return 0;
+    if (!file)
+        return -1;
+    const int32_t saved_position = file->GetPosition();
+    const uint8_t saved_in_section = file->in_entity_section;
+    file->in_entity_section = 0;
+
+    const int count = Table(kR12Blocks).Count();
+    ArmFrameBudget(int64_t(4) * count);
+    int16_t block_number = 0;
+    for (int i = 0; i < count; ++i) {
+        auto *block = new CR12Block(this);
+        ReadTableBlock(i, *block, block_number);
+        block->code = 12;
+        blocks.Add(block);
+    }
+
+    file->SetPosition(saved_position, 0);
+    file->in_entity_section = saved_in_section;
+    return 1;
+}
+
+int CR12Drawing::ReadTableBlock(int index, CR12Block &block, int16_t &block_number) {
+    CR12TableRecord *table_record = Table(kR12Blocks).At(index);
+    if (!table_record || !block.record)
+        return 0;
+    const uint8_t flags = table_record->Flags();
+    if (flags & kR12DeletedFlag) {
+        block.record->flags = 128;
+        block.entities.reset();
+        return 1;
+    }
+
+    auto *table = static_cast<CDB_BLOCK_TBL *>(table_record->GetRecord());
+    if (table->name && table->name[0] == '*') {
+        // An anonymous block: the next number goes behind its name, in the table as well.
+        char digits[16];
+        std::snprintf(digits, sizeof digits, "%ld", long(blocks.NextAnonymousNumber()));
+        const size_t length = std::strlen(table->name);
+        const size_t added = std::strlen(digits);
+        const size_t room =
+            length + added + 1 > kR12NameBlockSize ? length + added + 1 : kR12NameBlockSize;
+        char *renamed = static_cast<char *>(std::calloc(room, 1));
+        if (renamed) {
+            std::memcpy(renamed, table->name, length);
+            std::memcpy(renamed + length, digits, added);
+            std::free(table->name);
+            table->name = renamed;
+            if (auto *typed = dynamic_cast<CR12BlockRecord *>(table_record)) {
+                std::memset(typed->body.name_in_place, 0, sizeof typed->body.name_in_place);
+                std::strncpy(typed->body.name_in_place, renamed,
+                             sizeof typed->body.name_in_place - 1);
+            }
+        }
+    }
+
+    const int64_t at = int64_t(BlocksStart()) + R12BlockOffset(table_record);
+    file->SetPosition(at > INT32_MAX ? INT32_MAX : static_cast<int32_t>(at), 0);
+    block_counter = block_number;
+    block_number = static_cast<int16_t>(uint16_t(block_number) + 1u);
+    if (!ViewFlag())
+        block.entities = std::make_unique<CR12EntityList>(this);
+    ReadBlockDefinition(block, table->name, flags);
+    return 1;
+}
+
+void CR12Drawing::ReadBlockDefinition(CR12Block &block, const char *table_name,
+                                      uint8_t table_flags) {
+    if (!file || !block.record)
+        return;
+    {
+        // The start frame goes into a temporary object whose content moves to the block.
+        CR12BeginBlock begin(this);
+        uint8_t next = kR12NoNextCode;
+        if (begin.ReadDWG(next) != 1)
+            SetError(CDB_ERR_DRAWING_CORRUPTED);
+        begin.ReleaseRecordTo(block.record);
+    }
+    std::free(block.record->name);
+    block.record->name = NameBlock(table_name);
+    block.record->flags = table_flags;
+    block.plain = (table_flags & kXrefFlag) ? 0 : 1;
+
+    CR12EntityList *list = ViewFlag() ? nullptr : block.entities.get();
+    for (;;) {
+        uint8_t head[kR12FrameHeadSize];
+        short status = 0;
+        ReadFrame(head, true, 0, status);
+        // A block whose frames end before its kind 13 frame ends there.
+        if (status != 1)
+            break;
+        const int code = head[0];
+        CR12Entity *entity = MakeR12Entity(this, code);
+        // A code without a class cannot be stepped over: the block ends there.
+        if (!entity)
+            break;
+        const int32_t before = file->GetPosition();
+        uint8_t next = kR12NoNextCode;
+        entity->ReadDWG(next);
+        entity->SetCode(static_cast<int16_t>(code));
+        // A frame that could not be read leaves the position where it was (a code 21
+        // line): the block ends behind it instead of reading it again and again.
+        const bool stalled = file->GetPosition() == before;
+        KeepEntity(list, entity, true, block.plain == 0);
+        if (code == CDB_ENDBLK || stalled)
+            break;
+    }
+}
+
+// ---- Viewport entity headers ------------------------------------------------------------------
+
+void CR12Drawing::HandOutViewportHeaders() {
+    CR12TableList &headers = Table(kR12VxHeaders);
+    const int count = headers.Count();
+    CR12Viewport *viewport = viewports.Head();
+    for (int i = 0; i < count && viewport; ++i) {
+        const uint8_t *raw = R12VxRaw(headers.At(i));
+        if (!raw || raw[0] == 0 || (raw[0] & kR12DeletedFlag))
+            continue;
+        const uint16_t value = static_cast<uint16_t>(raw[39] | raw[40] << 8);
+        if (CDB_ENTITY *record = viewport->GetData())
+            record->viewport.vx_index = static_cast<int16_t>(value != 0 ? value : count);
+        viewport = viewport->next;
+    }
+}

@@ -1,0 +1,421 @@
+// The entity classes of release 12, their records, and the entity and viewport lists.
+#include "dwg12/r12_drawing.h"
+#include "dwg12/r12_entity_layout.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+template <typename T> inline T Get(const CDB_ENTITY *record, size_t offset) {
+    T value;
+    std::memcpy(&value, reinterpret_cast<const uint8_t *>(record) + offset, sizeof value);
+    return value;
+}
+template <typename T> inline void Put(CDB_ENTITY *record, size_t offset, T value) {
+    std::memcpy(reinterpret_cast<uint8_t *>(record) + offset, &value, sizeof value);
+}
+
+bool IsText(const R12EntityField &f) {
+    return f.value == R12Value::kText || f.value == R12Value::kNameText;
+}
+
+char *CopyText(const char *text) {
+    size_t n = std::strlen(text) + 1;
+    char *copy = static_cast<char *>(std::malloc(n));
+    if (copy)
+        std::memcpy(copy, text, n);
+    return copy;
+}
+
+} // namespace
+
+// ---- CR12Entity ------------------------------------------------------------------------------
+
+CR12Entity::CR12Entity(CR12Drawing *owner, int16_t kind)
+    : drawing(owner), code(kind), layout(R12EntityLayoutFor(kind)) {
+    record = static_cast<CDB_ENTITY *>(std::calloc(1, sizeof(CDB_ENTITY)));
+    if (!record)
+        return;
+    record->entity_type = kind;
+    record->line_type_index = -1;
+    record->color = -1;
+    record->line_type_scale = 0.0;
+    record->extrusion.x = 0.0;
+    record->extrusion.y = 0.0;
+    record->extrusion.z = 1.0;
+}
+
+CR12Entity::~CR12Entity() {
+    if (!record)
+        return;
+    std::free(record->handle);
+    std::free(record->eed_data);
+    if (layout) {
+        for (size_t i = 0; i < layout->count; ++i)
+            if (IsText(layout->fields[i]))
+                std::free(Get<char *>(record, layout->fields[i].offset));
+    }
+    std::free(record);
+}
+
+void CR12Entity::GetRecord(CDB_ENTITY *out) {
+    if (!out || !record)
+        return;
+    const size_t bytes = layout ? layout->record_bytes : sizeof(CDB_ENTITY);
+    std::memcpy(static_cast<void *>(out), record, bytes);
+    if (!layout || (drawing && drawing->ViewFlag()))
+        return;
+    // List mode: the caller gets copies of the texts of its own.
+    for (size_t i = 0; i < layout->count; ++i) {
+        const R12EntityField &f = layout->fields[i];
+        if (!IsText(f))
+            continue;
+        const char *text = Get<char *>(record, f.offset);
+        Put(out, f.offset, text ? CopyText(text) : static_cast<char *>(nullptr));
+    }
+}
+
+CR12PlainEntity::CR12PlainEntity(CR12Drawing *owner, int16_t kind) : CR12Entity(owner, kind) {}
+
+void CR12Shape::GetRecord(CDB_ENTITY *out) {
+    if (record && drawing &&
+        drawing->GetShapeName(record->shape.shape_style_index, record->shape.shape_number,
+                              nullptr) == CDB_FAIL) {
+        record->shape.shape_style_index = -1;
+        record->shape.shape_number = -1;
+    }
+    CR12Entity::GetRecord(out);
+}
+
+CR12BeginBlock::~CR12BeginBlock() {
+    if (record)
+        std::free(record->block.name);
+}
+
+void CR12BeginBlock::ReleaseRecordTo(CDB_STARTBLOCK_ENTITY_type *out) {
+    static_assert(offsetof(CDB_ENTITY, block) == offsetof(CDB_STARTBLOCK_ENTITY_type, xref_path),
+                  "a block start record is the common part and the block part");
+    static_assert(sizeof(CDB_BLOCK_type) + offsetof(CDB_ENTITY, block) ==
+                      sizeof(CDB_STARTBLOCK_ENTITY_type),
+                  "a block start record is the common part and the block part");
+    if (!out || !record)
+        return;
+    std::memcpy(static_cast<void *>(out), record, sizeof(CDB_STARTBLOCK_ENTITY_type));
+    record->handle = nullptr;
+    record->eed_data = nullptr;
+    record->eed_size = 0;
+    record->block.xref_path = nullptr;
+    record->block.name = nullptr;
+    record->block.name_2 = nullptr;
+}
+
+CDB_ENTITY *CR12Insert::GetResolvedRecord() {
+    if (record && drawing && !block_name.empty()) {
+        int index = drawing->Table(kR12Blocks).FindByName(block_name.c_str());
+        record->insert.block_index = static_cast<int16_t>(index + drawing->Bases()[0]);
+    }
+    return record;
+}
+
+CDB_ENTITY *CR12Dimension::GetResolvedRecord() {
+    if (record && drawing && !block_name.empty()) {
+        int index = drawing->Table(kR12Blocks).FindByName(block_name.c_str());
+        record->dimension.block_index = static_cast<int16_t>(index + drawing->Bases()[0]);
+    }
+    return record;
+}
+
+// ---- The viewport ------------------------------------------------------------------------------
+
+CR12Viewport::CR12Viewport(CR12Drawing *owner) : CR12Entity(owner, CDB_VIEWPORT) {}
+
+CR12Viewport::~CR12Viewport() {
+    if (chain)
+        chain->Unlink(this);
+    if (record)
+        std::free(record->viewport.frozen_layers);
+}
+
+short CR12Viewport::ReadDWG(uint8_t &next_code) {
+    return ReadByLayout(next_code);
+}
+
+void CR12Viewport::GetRecord(CDB_ENTITY *out) {
+    CR12Entity::GetRecord(out);
+}
+
+namespace {
+
+// The "MVIEW" block at its fixed places. After the application (code 1, i16), the name
+// (code 0, length, bytes), an opening brace (code 2, 0) and the code of the data version,
+// every value stands behind one code byte; a point is one value of three doubles.
+enum class MviewKind : uint8_t { kI16, kF64, kAngle, kPoint3 };
+struct MviewValue {
+    MviewKind kind;
+    uint16_t offset; // in CDB_VIEWPORT_type
+};
+
+#define VP(member) static_cast<uint16_t>(offsetof(CDB_VIEWPORT_type, member))
+constexpr MviewValue kMviewValues[] = {
+    {MviewKind::kPoint3, VP(view_target)}, {MviewKind::kPoint3, VP(view_direction)},
+    {MviewKind::kAngle, VP(twist_angle)},  {MviewKind::kF64, VP(view_height)},
+    {MviewKind::kF64, VP(view_center.x)},  {MviewKind::kF64, VP(view_center.y)},
+    {MviewKind::kF64, VP(lens_length)},    {MviewKind::kF64, VP(front_clip)},
+    {MviewKind::kF64, VP(back_clip)},      {MviewKind::kI16, VP(view_mode)},
+    {MviewKind::kI16, VP(circle_zoom)},    {MviewKind::kI16, VP(fast_zoom)},
+    {MviewKind::kI16, VP(ucs_icon)},       {MviewKind::kI16, VP(snap_mode)},
+    {MviewKind::kI16, VP(grid_mode)},      {MviewKind::kI16, VP(snap_style)},
+    {MviewKind::kI16, VP(snap_isopair)},   {MviewKind::kAngle, VP(snap_angle)},
+    {MviewKind::kF64, VP(snap_base.x)},    {MviewKind::kF64, VP(snap_base.y)},
+    {MviewKind::kF64, VP(snap_spacing.x)}, {MviewKind::kF64, VP(snap_spacing.y)},
+    {MviewKind::kF64, VP(grid_spacing.x)}, {MviewKind::kF64, VP(grid_spacing.y)},
+    {MviewKind::kI16, VP(hidden_in_plot)},
+};
+#undef VP
+
+// A cursor over the block: a value that would pass the block's end is not read and
+// leaves its field as it is; the cursor moves on all the same.
+struct MviewCursor {
+    const uint8_t *data;
+    size_t size;
+    size_t at;
+
+    bool Fits(size_t n) const { return at <= size && n <= size - at; }
+    uint8_t Byte(size_t offset) const { return Fits(offset + 1) ? data[at + offset] : 0; }
+    void Skip(size_t n) { at += n; }
+    void I16(uint8_t *field) {
+        if (Fits(2)) {
+            const int16_t v =
+                static_cast<int16_t>(uint16_t(data[at]) | uint16_t(data[at + 1]) << 8);
+            std::memcpy(field, &v, sizeof v);
+        }
+        at += 2;
+    }
+    void F64(uint8_t *field, bool degrees) {
+        if (Fits(8)) {
+            uint64_t bits = 0;
+            for (int i = 7; i >= 0; --i)
+                bits = bits << 8 | data[at + size_t(i)];
+            double v;
+            std::memcpy(&v, &bits, sizeof v);
+            if (degrees)
+                v = v * 180.0 / 3.141592653589793;
+            std::memcpy(field, &v, sizeof v);
+        }
+        at += 8;
+    }
+};
+
+} // namespace
+
+void R12UnpackMview(const uint8_t *eed, size_t size, CDB_VIEWPORT_type *viewport) {
+    if (!eed || !viewport)
+        return;
+    auto *base = reinterpret_cast<uint8_t *>(viewport);
+    MviewCursor c{eed, size, 1};
+    c.I16(base + offsetof(CDB_VIEWPORT_type, eed_version));
+    const size_t name_length = c.Byte(1);
+    c.Skip(2);
+    char name[sizeof viewport->eed_application] = {};
+    for (size_t i = 0; i < name_length && i < sizeof name; ++i)
+        name[i] = static_cast<char>(c.Byte(i));
+    std::memcpy(viewport->eed_application, name, sizeof name);
+    c.Skip(name_length + 3);
+    c.I16(base + offsetof(CDB_VIEWPORT_type, data_version));
+    for (const MviewValue &value : kMviewValues) {
+        c.Skip(1);
+        uint8_t *field = base + value.offset;
+        switch (value.kind) {
+        case MviewKind::kI16:
+            c.I16(field);
+            break;
+        case MviewKind::kF64:
+            c.F64(field, false);
+            break;
+        case MviewKind::kAngle:
+            c.F64(field, true);
+            break;
+        case MviewKind::kPoint3:
+            c.F64(field, false);
+            c.F64(field + 8, false);
+            c.F64(field + 16, false);
+            break;
+        }
+    }
+
+    // The frozen layers: behind an opening brace, code 3 and an i16 each.
+    c.Skip(2);
+    const size_t first = c.at;
+    size_t count = 0;
+    while (c.Fits(3) && c.Byte(0) == 3) {
+        c.Skip(3);
+        ++count;
+    }
+    std::free(viewport->frozen_layers);
+    viewport->frozen_layers = nullptr;
+    viewport->frozen_layer_count = 0;
+    if (count == 0)
+        return;
+    if (count > 32767)
+        count = 32767;
+    auto *layers = static_cast<int16_t *>(std::malloc(count * sizeof(int16_t)));
+    if (!layers)
+        return;
+    for (size_t i = 0; i < count; ++i) {
+        const uint8_t *p = eed + first + 3 * i + 1;
+        layers[i] = static_cast<int16_t>(uint16_t(p[0]) | uint16_t(p[1]) << 8);
+    }
+    viewport->frozen_layers = layers;
+    viewport->frozen_layer_count = static_cast<int16_t>(count);
+}
+
+// ---- Making objects by code --------------------------------------------------------------------
+
+CR12Entity *MakeR12Entity(CR12Drawing *drawing, int code) {
+    switch (code) {
+    case 1:
+    case 21:
+        return new CR12Line(drawing, static_cast<int16_t>(code));
+    case 2:
+        return new CR12Point(drawing);
+    case 3:
+        return new CR12Circle(drawing);
+    case 4:
+        return new CR12Shape(drawing);
+    case 7:
+        return new CR12Text(drawing);
+    case 8:
+        return new CR12Arc(drawing);
+    case 9:
+        return new CR12Trace(drawing);
+    case 11:
+        return new CR12Solid(drawing);
+    case 12:
+        return new CR12BeginBlock(drawing);
+    case 13:
+        return new CR12EndBlock(drawing);
+    case 14:
+        return new CR12Insert(drawing);
+    case 15:
+        return new CR12AttDef(drawing);
+    case 16:
+        return new CR12Attrib(drawing);
+    case 17:
+        return new CR12SeqEnd(drawing);
+    case 19:
+        return new CR12Polyline(drawing);
+    case 20:
+        return new CR12Vertex(drawing);
+    case 22:
+        return new CR12Face(drawing);
+    case 23:
+        return new CR12Dimension(drawing);
+    case 24:
+        return new CR12Viewport(drawing);
+    default:
+        return nullptr;
+    }
+}
+
+// ---- CR12EntityList ----------------------------------------------------------------------------
+
+CR12EntityList::~CR12EntityList() {
+    for (CR12Entity *e : items_)
+        delete e;
+}
+
+int CR12EntityList::Append(CR12Entity *entity) {
+    items_.push_back(entity);
+    position_ = static_cast<int16_t>(items_.size() - 1);
+    return position_;
+}
+
+int CR12EntityList::RemoveAt(int index) {
+    if (index < 0 || index >= Count())
+        return 0;
+    items_.erase(items_.begin() + index);
+    return 1;
+}
+
+CR12Entity *CR12EntityList::First() {
+    if (items_.empty())
+        return nullptr;
+    position_ = 0;
+    return items_[0];
+}
+
+CR12Entity *CR12EntityList::Current() const {
+    return At(position_);
+}
+
+CR12Entity *CR12EntityList::At(int index) const {
+    return index >= 0 && index < Count() ? items_[static_cast<size_t>(index)] : nullptr;
+}
+
+int CR12EntityList::SetPosition(int index) {
+    if (index < 0 || index >= Count())
+        return 0;
+    position_ = static_cast<int16_t>(index);
+    return 1;
+}
+
+int CR12EntityList::FindByHandle(const char *text) {
+    if (!text)
+        return -1;
+    for (int i = 0; i < Count(); ++i) {
+        const CDB_ENTITY *r = items_[static_cast<size_t>(i)]->GetData();
+        if (r && r->handle && std::strcmp(r->handle, text) == 0) {
+            position_ = static_cast<int16_t>(i);
+            return i;
+        }
+    }
+    return -1;
+}
+
+// ---- CR12ViewportList --------------------------------------------------------------------------
+
+CR12ViewportList::~CR12ViewportList() {
+    for (CR12Viewport *v = head_; v; v = v->next)
+        v->chain = nullptr;
+}
+
+void CR12ViewportList::Append(CR12Viewport *viewport) {
+    if (!viewport || viewport->chain)
+        return;
+    viewport->previous = tail_;
+    viewport->next = nullptr;
+    viewport->chain = this;
+    if (tail_)
+        tail_->next = viewport;
+    else
+        head_ = viewport;
+    tail_ = viewport;
+}
+
+void CR12ViewportList::Unlink(CR12Viewport *viewport) {
+    if (!viewport || viewport->chain != this)
+        return;
+    if (viewport->previous)
+        viewport->previous->next = viewport->next;
+    else
+        head_ = viewport->next;
+    if (viewport->next)
+        viewport->next->previous = viewport->previous;
+    else
+        tail_ = viewport->previous;
+    if (cursor_ == viewport)
+        cursor_ = viewport->next;
+    viewport->next = viewport->previous = nullptr;
+    viewport->chain = nullptr;
+}
+
+CR12Viewport *CR12ViewportList::First() {
+    return cursor_ = head_;
+}
+
+CR12Viewport *CR12ViewportList::Next() {
+    if (cursor_)
+        cursor_ = cursor_->next;
+    return cursor_;
+}

@@ -1,0 +1,299 @@
+// The entities of a release 12 drawing: one small class per kind, the entity lists of the
+// main section and of the blocks, the blocks themselves and the chain of viewports.
+#ifndef VELKO_R12_ENTITIES_H
+#define VELKO_R12_ENTITIES_H
+
+#include "velkow32.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+class CR12Drawing;
+class CR12ViewportList;
+struct R12EntityLayout;
+struct R12BodyReader;
+
+// One entity: it owns its record (a CDB_ENTITY of the union's full size) and the blocks
+// that the record points at (handle, extended data, texts, frozen layers), all of malloc.
+//
+// The body of every kind is described as data (r12_entity_layout.h): ReadDWG of a kind
+// reads the frame by its layout, through ReadByLayout.
+class CR12Entity {
+public:
+    CR12Entity(CR12Drawing *drawing, int16_t code);
+    virtual ~CR12Entity();
+    CR12Entity(const CR12Entity &) = delete;
+    CR12Entity &operator=(const CR12Entity &) = delete;
+
+    // Decodes one frame at the file's position. `next_code` receives the code of the
+    // frame behind it, or 0x20 when there is none. Status: 1 good, 0 failure, -2 end of
+    // the section.
+    virtual short ReadDWG(uint8_t &next_code) = 0;
+    // The record, with references that need the drawing's tables resolved first.
+    virtual CDB_ENTITY *GetResolvedRecord() { return record; }
+    // Copies the record out to the caller: the common part and the kind's part. In list
+    // mode the texts are the caller's own copies (malloc), and a shape is checked against
+    // the shape table first.
+    virtual void GetRecord(CDB_ENTITY *out);
+    CDB_ENTITY *GetData() { return record; }
+
+    int16_t Code() const { return code; }
+    void SetCode(int16_t kind) { code = kind; }
+    CR12Drawing *Drawing() const { return drawing; }
+    // The kind's body layout; null for a class without one.
+    const R12EntityLayout *Layout() const { return layout; }
+    // The file position of the frame that was read (behind any jump), -1 before a read.
+    int32_t FilePosition() const { return file_position; }
+
+protected:
+    // Reads the frame of the layout's code: the common part, the kind's fields and the
+    // kind's rules, then the ending (the peek at the next frame). Status as ReadDWG.
+    short ReadByLayout(uint8_t &next_code);
+    // The object's own i32 of the layout's kI32 field.
+    virtual void StoreObjectI32(int32_t) {}
+
+    CR12Drawing *drawing;
+    int16_t code;
+    CDB_ENTITY *record;
+    const R12EntityLayout *layout = nullptr;
+    int32_t file_position = -1;
+
+private:
+    // The common fields at the body's start (r12_frames.cpp). False when the body is too
+    // short for what its flags announce.
+    bool DecodeCommon(const uint8_t head[8], R12BodyReader &body, bool &three_d);
+    bool DecodeFields(const uint8_t head[8], R12BodyReader &body, bool three_d);
+};
+
+// The kinds that need nothing beyond their layout.
+class CR12PlainEntity : public CR12Entity {
+public:
+    CR12PlainEntity(CR12Drawing *drawing, int16_t code);
+    short ReadDWG(uint8_t &next_code) override { return ReadByLayout(next_code); }
+};
+
+class CR12Line : public CR12PlainEntity {
+public:
+    // Codes 1 and 21; both ask the frame reader for code 1.
+    CR12Line(CR12Drawing *drawing, int16_t code = 1) : CR12PlainEntity(drawing, code) {}
+};
+class CR12Point : public CR12PlainEntity {
+public:
+    explicit CR12Point(CR12Drawing *drawing) : CR12PlainEntity(drawing, 2) {}
+};
+class CR12Circle : public CR12PlainEntity {
+public:
+    explicit CR12Circle(CR12Drawing *drawing) : CR12PlainEntity(drawing, 3) {}
+};
+class CR12Text : public CR12PlainEntity {
+public:
+    explicit CR12Text(CR12Drawing *drawing) : CR12PlainEntity(drawing, 7) {}
+};
+class CR12Arc : public CR12PlainEntity {
+public:
+    explicit CR12Arc(CR12Drawing *drawing) : CR12PlainEntity(drawing, 8) {}
+};
+class CR12Trace : public CR12PlainEntity {
+public:
+    explicit CR12Trace(CR12Drawing *drawing) : CR12PlainEntity(drawing, 9) {}
+};
+class CR12Solid : public CR12PlainEntity {
+public:
+    explicit CR12Solid(CR12Drawing *drawing) : CR12PlainEntity(drawing, 11) {}
+};
+class CR12EndBlock : public CR12PlainEntity {
+public:
+    explicit CR12EndBlock(CR12Drawing *drawing) : CR12PlainEntity(drawing, 13) {}
+};
+class CR12AttDef : public CR12PlainEntity {
+public:
+    explicit CR12AttDef(CR12Drawing *drawing) : CR12PlainEntity(drawing, 15) {}
+};
+class CR12Attrib : public CR12PlainEntity {
+public:
+    explicit CR12Attrib(CR12Drawing *drawing) : CR12PlainEntity(drawing, 16) {}
+};
+class CR12Vertex : public CR12PlainEntity {
+public:
+    explicit CR12Vertex(CR12Drawing *drawing) : CR12PlainEntity(drawing, 20) {}
+};
+class CR12Face : public CR12PlainEntity {
+public:
+    explicit CR12Face(CR12Drawing *drawing) : CR12PlainEntity(drawing, 22) {}
+};
+
+// The shape: GetRecord first asks the shape table for the glyph; when the table has no
+// such shape both shape_style_index and shape_number become -1 in the object's record.
+class CR12Shape : public CR12PlainEntity {
+public:
+    explicit CR12Shape(CR12Drawing *drawing) : CR12PlainEntity(drawing, 4) {}
+    void GetRecord(CDB_ENTITY *out) override;
+};
+
+// The block start frame (code 12). It is read into a temporary object whose content then
+// moves to the block (CR12Block): ReleaseRecordTo hands the record's blocks over.
+class CR12BeginBlock : public CR12PlainEntity {
+public:
+    explicit CR12BeginBlock(CR12Drawing *drawing) : CR12PlainEntity(drawing, 12) {}
+    ~CR12BeginBlock() override;
+    // Copies the common part and the block part to `out` and gives up the blocks they
+    // point at (handle, extended data, xref path, name, second name): `out` owns them.
+    void ReleaseRecordTo(CDB_STARTBLOCK_ENTITY_type *out);
+};
+
+class CR12SeqEnd : public CR12PlainEntity {
+public:
+    explicit CR12SeqEnd(CR12Drawing *drawing) : CR12PlainEntity(drawing, 17) {}
+    int32_t OwnerPosition() const { return owner_position; }
+    int32_t owner_position = 0;
+
+protected:
+    void StoreObjectI32(int32_t value) override { owner_position = value; }
+};
+
+class CR12Polyline : public CR12PlainEntity {
+public:
+    explicit CR12Polyline(CR12Drawing *drawing) : CR12PlainEntity(drawing, 19) {}
+};
+
+// Insert and dimension know their block by index; a name kept by the DXF road is looked up
+// in the block table by GetResolvedRecord (-1 plus the block base when it is not there).
+class CR12Insert : public CR12PlainEntity {
+public:
+    explicit CR12Insert(CR12Drawing *drawing) : CR12PlainEntity(drawing, 14) {}
+    CDB_ENTITY *GetResolvedRecord() override;
+    std::string block_name;
+};
+
+class CR12Dimension : public CR12PlainEntity {
+public:
+    explicit CR12Dimension(CR12Drawing *drawing) : CR12PlainEntity(drawing, 23) {}
+    CDB_ENTITY *GetResolvedRecord() override;
+    std::string block_name;
+};
+
+// A viewport entity also belongs to the drawing's chain of viewports. Its view stands in
+// its "MVIEW" extended data, unpacked into the record after the fields.
+class CR12Viewport : public CR12Entity {
+public:
+    explicit CR12Viewport(CR12Drawing *drawing);
+    ~CR12Viewport() override;
+    short ReadDWG(uint8_t &next_code) override;
+    void GetRecord(CDB_ENTITY *out) override;
+
+    CR12Viewport *next = nullptr;
+    CR12Viewport *previous = nullptr;
+    // The chain the viewport is linked into; it unlinks itself when it goes.
+    CR12ViewportList *chain = nullptr;
+};
+
+// Unpacks the "MVIEW" extended data of a viewport (`eed`, `size` bytes) into `viewport`,
+// at the block's fixed places; what lies beyond the block stays as it is. The frozen layer
+// list becomes a new array (malloc) in `frozen_layers` when it is not empty.
+void R12UnpackMview(const uint8_t *eed, size_t size, CDB_VIEWPORT_type *viewport);
+
+// Makes the object of the kind `code`, or null for a code that has no class.
+CR12Entity *MakeR12Entity(CR12Drawing *drawing, int code);
+
+// The entities of one section or one block, in file order. It owns them.
+class CR12EntityList {
+public:
+    explicit CR12EntityList(CR12Drawing *drawing) : drawing_(drawing) {}
+    ~CR12EntityList();
+    CR12EntityList(const CR12EntityList &) = delete;
+    CR12EntityList &operator=(const CR12EntityList &) = delete;
+
+    int Append(CR12Entity *entity);
+    // Takes the entity out of the list (the caller then owns it): 0 for a bad index.
+    int RemoveAt(int index);
+    CR12Entity *First();
+    CR12Entity *Current() const;
+    CR12Entity *At(int index) const;
+    int SetPosition(int index);
+    // The walk's step: the position goes one on, also to one past the last entity (where
+    // Current() is null), and stays there; the new position.
+    int Advance() {
+        if (position_ < Count())
+            position_ = static_cast<int16_t>(position_ + 1);
+        return position_;
+    }
+    int Position() const { return position_; }
+    int Count() const { return static_cast<int>(items_.size()); }
+    // Moves the position to the first entity whose handle equals `text`: its index, or -1.
+    int FindByHandle(const char *text);
+
+private:
+    CR12Drawing *drawing_;
+    int16_t position_ = 0;
+    std::vector<CR12Entity *> items_;
+};
+
+// A block definition: its start record, and the list of its entities (null when the
+// block is deleted, and in view mode), closed by its kind 13 entity. It owns the record
+// and the blocks the record points at (handle, extended data, xref path, names).
+struct CR12Block {
+    explicit CR12Block(CR12Drawing *drawing);
+    ~CR12Block();
+    CR12Block(const CR12Block &) = delete;
+    CR12Block &operator=(const CR12Block &) = delete;
+
+    CR12Drawing *drawing;
+    int16_t code = 12;
+    CDB_STARTBLOCK_ENTITY_type *record;
+    std::unique_ptr<CR12EntityList> entities;
+    int32_t plain = 1;
+};
+
+class CR12BlockList {
+public:
+    CR12BlockList() = default;
+    ~CR12BlockList();
+    CR12BlockList(const CR12BlockList &) = delete;
+    CR12BlockList &operator=(const CR12BlockList &) = delete;
+
+    CR12Block *At(int index) const;
+    CR12Block *First();
+    CR12Block *Next();
+    CR12Block *Current() const;
+    CR12Block *Last() const;
+    int Add(CR12Block *block);
+    // Stores a block at a given index (view mode), growing the list with empty places.
+    void Put(int index, CR12Block *block);
+    int Remove(int index);
+    // Compares the first 32 characters of each block's name: the index, or -2.
+    int FindByName(const char *name) const;
+    int Count() const { return static_cast<int>(items_.size()); }
+    int16_t Cursor() const { return cursor_; }
+    int32_t NextAnonymousNumber() { return anonymous_counter_++; }
+
+private:
+    int16_t cursor_ = 0;
+    int32_t anonymous_counter_ = 0;
+    std::vector<CR12Block *> items_;
+};
+
+// The drawing's viewports in file order, linked through the viewport objects themselves.
+class CR12ViewportList {
+public:
+    CR12ViewportList() = default;
+    // Leaves the viewports unlinked from a list that no longer exists.
+    ~CR12ViewportList();
+    CR12ViewportList(const CR12ViewportList &) = delete;
+    CR12ViewportList &operator=(const CR12ViewportList &) = delete;
+
+    void Append(CR12Viewport *viewport);
+    // Takes a viewport out of the chain (its destructor does so).
+    void Unlink(CR12Viewport *viewport);
+    CR12Viewport *First();
+    CR12Viewport *Next();
+    CR12Viewport *Head() const { return head_; }
+
+private:
+    CR12Viewport *head_ = nullptr;
+    CR12Viewport *tail_ = nullptr;
+    CR12Viewport *cursor_ = nullptr;
+};
+
+#endif
