@@ -152,6 +152,11 @@ void FreeCopies(CDB_ENTITY &r) {
     case CDB_DIMENSION:
         std::free(r.dimension.text);
         break;
+    case CDB_BLOCK:
+        std::free(r.block.xref_path);
+        std::free(r.block.name);
+        std::free(r.block.name_2);
+        break;
     default:
         break;
     }

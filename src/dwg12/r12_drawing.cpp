@@ -176,6 +176,15 @@ int CR12Drawing::TriggerLoading() {
         if (LoadBlockSection() == 0)
             return 0;
         HandOutViewportHeaders();
+        // Reading leaves every list on its last item; a walk starts where a new drawing
+        // stands: the main list at its first entity, the block walk at block 0.
+        entities.SetPosition(0);
+        blocks.First();
+        for (int i = 0; i < blocks.Count(); ++i) {
+            CR12Block *block = blocks.At(i);
+            if (block && block->entities)
+                block->entities->SetPosition(0);
+        }
     }
     blocks_loaded = 1;
     return 1;

@@ -93,6 +93,12 @@ CR12BeginBlock::~CR12BeginBlock() {
         std::free(record->block.name);
 }
 
+void CR12BeginBlock::GetRecord(CDB_ENTITY *out) {
+    CR12Entity::GetRecord(out);
+    if (out && record && !(drawing && drawing->ViewFlag()))
+        out->block.name = record->block.name ? CopyText(record->block.name) : nullptr;
+}
+
 void CR12BeginBlock::ReleaseRecordTo(CDB_STARTBLOCK_ENTITY_type *out) {
     static_assert(offsetof(CDB_ENTITY, block) == offsetof(CDB_STARTBLOCK_ENTITY_type, xref_path),
                   "a block start record is the common part and the block part");

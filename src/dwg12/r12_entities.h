@@ -138,6 +138,8 @@ class CR12BeginBlock : public CR12PlainEntity {
 public:
     explicit CR12BeginBlock(CR12Drawing *drawing) : CR12PlainEntity(drawing, 12) {}
     ~CR12BeginBlock() override;
+    // In list mode all three texts (xref path, name, second name) are the caller's copies.
+    void GetRecord(CDB_ENTITY *out) override;
     // Copies the common part and the block part to `out` and gives up the blocks they
     // point at (handle, extended data, xref path, name, second name): `out` owns them.
     void ReleaseRecordTo(CDB_STARTBLOCK_ENTITY_type *out);

@@ -77,24 +77,11 @@ short ReadBlockOut(const CR12Block &block, CDB_STARTBLOCK_ENTITY_type *out) {
     return (record->flags & kDeletedBlock) ? CDB_DELETED : CDB_OK;
 }
 
-// TriggerLoading for a walking operation: on failure the code -405 and false. When this
-// call is the one that read the drawing, the cursors start where a new drawing has them:
-// the main list at its first entity and the block walk at block 0 (reading leaves each
-// list's position on its last item).
-bool Ready(CR12Drawing &drawing, const int &blocks_loaded) {
-    const bool fresh = blocks_loaded == 0;
+// TriggerLoading for a walking operation: on failure the code -405 and false.
+bool Ready(CR12Drawing &drawing) {
     if (!drawing.TriggerLoading()) {
         drawing.SetError(CDB_ERR_INVALID_FILE);
         return false;
-    }
-    if (fresh && blocks_loaded != 0) {
-        drawing.Entities().SetPosition(0);
-        drawing.Blocks().First();
-        for (int i = 0; i < drawing.Blocks().Count(); ++i) {
-            CR12Block *block = drawing.Blocks().At(i);
-            if (block && block->entities)
-                block->entities->SetPosition(0);
-        }
     }
     return true;
 }
@@ -104,7 +91,7 @@ bool Ready(CR12Drawing &drawing, const int &blocks_loaded) {
 // ---- The entity cursor ------------------------------------------------------------------
 
 int32_t CR12Drawing::FirstEntity(short block) {
-    if (!Ready(*this, blocks_loaded))
+    if (!Ready(*this))
         return CDB_FAIL;
     current_block = block;
     current_block_object = block >= 0 ? blocks.At(block) : nullptr;
@@ -125,7 +112,7 @@ int32_t CR12Drawing::FirstEntity(short block) {
 }
 
 int32_t CR12Drawing::NextEntity() {
-    if (!Ready(*this, blocks_loaded))
+    if (!Ready(*this))
         return CDB_FAIL;
     CR12EntityList *list = nullptr;
     switch (FindList(*this, current_block, list)) {
@@ -146,7 +133,7 @@ int32_t CR12Drawing::NextEntity() {
 }
 
 int32_t CR12Drawing::GetCurrentEntity(CDB_ENTITY *entity) {
-    if (!Ready(*this, blocks_loaded))
+    if (!Ready(*this))
         return CDB_FAIL;
     CR12EntityList *list = nullptr;
     switch (FindList(*this, current_block, list)) {
@@ -168,7 +155,7 @@ int32_t CR12Drawing::GetCurrentEntity(CDB_ENTITY *entity) {
 }
 
 short CR12Drawing::EntityCount(short block) {
-    if (!Ready(*this, blocks_loaded))
+    if (!Ready(*this))
         return CDB_FAIL;
     CR12EntityList *list = nullptr;
     switch (FindList(*this, block, list)) {
@@ -184,7 +171,7 @@ short CR12Drawing::EntityCount(short block) {
 }
 
 short CR12Drawing::GotoEntity(int32_t id) {
-    if (!Ready(*this, blocks_loaded))
+    if (!Ready(*this))
         return CDB_FAIL;
     uint16_t position = 0;
     int16_t block = 0;
@@ -208,7 +195,7 @@ short CR12Drawing::GotoEntity(int32_t id) {
 }
 
 short CR12Drawing::GetEntity(int32_t id, CDB_ENTITY *entity) {
-    if (!Ready(*this, blocks_loaded))
+    if (!Ready(*this))
         return CDB_FAIL;
     uint16_t position = 0;
     int16_t block = 0;
@@ -237,7 +224,7 @@ short CR12Drawing::GetEntity(int32_t id, CDB_ENTITY *entity) {
 // ---- The block walk ---------------------------------------------------------------------
 
 short CR12Drawing::GetFirstBlock(CDB_STARTBLOCK_ENTITY_type *block) {
-    if (!Ready(*this, blocks_loaded))
+    if (!Ready(*this))
         return CDB_FAIL;
     if (!block) {
         SetError(CDB_ERR_INVALID_PARAMETER);
@@ -250,7 +237,7 @@ short CR12Drawing::GetFirstBlock(CDB_STARTBLOCK_ENTITY_type *block) {
 }
 
 short CR12Drawing::GetNextBlock(CDB_STARTBLOCK_ENTITY_type *block) {
-    if (!Ready(*this, blocks_loaded))
+    if (!Ready(*this))
         return CDB_FAIL;
     if (!block) {
         SetError(CDB_ERR_INVALID_PARAMETER);
@@ -263,7 +250,7 @@ short CR12Drawing::GetNextBlock(CDB_STARTBLOCK_ENTITY_type *block) {
 }
 
 short CR12Drawing::GetCurrentBlock(CDB_STARTBLOCK_ENTITY_type *block) {
-    if (!Ready(*this, blocks_loaded))
+    if (!Ready(*this))
         return CDB_FAIL;
     if (!block) {
         SetError(CDB_ERR_INVALID_PARAMETER);
@@ -280,7 +267,7 @@ short CR12Drawing::GetCurrentBlock(CDB_STARTBLOCK_ENTITY_type *block) {
 // ---- Viewports --------------------------------------------------------------------------
 
 int CR12Drawing::GetFirstViewport(CDB_ENTITY *entity) {
-    if (!Ready(*this, blocks_loaded))
+    if (!Ready(*this))
         return 0;
     CR12Viewport *viewport = viewports.First();
     if (!viewport)
@@ -291,7 +278,7 @@ int CR12Drawing::GetFirstViewport(CDB_ENTITY *entity) {
 }
 
 int CR12Drawing::GetNextViewport(CDB_ENTITY *entity) {
-    if (!Ready(*this, blocks_loaded))
+    if (!Ready(*this))
         return 0;
     CR12Viewport *viewport = viewports.Next();
     if (!viewport)

@@ -27,6 +27,13 @@ int16_t Flag(int ok) {
 
 // ---- The walk's helpers -------------------------------------------------------------------
 
+// TriggerLoading for the walks of this file, through a walking slot of the drawing: the
+// slot loads (a failure stores "Invalid File." in the drawing) and, when it is the one
+// that loads, puts the cursors where a new drawing has them. False on failure.
+bool Loaded(CBaseDrawing *drawing) {
+    return drawing->EntityCount(-1) != CDB_FAIL;
+}
+
 // Frees the texts that a list mode get-record copies for its caller, and nulls them:
 // TEXT one, ATTRIB two, ATTDEF three, DIMENSION one, block start three.
 void FreeRecordCopies(CDB_ENTITY *record) {
@@ -155,9 +162,10 @@ public:
             }
             if (!CheckFiltering(lib_, record_))
                 break;
-            // Hidden: step on. A hidden polyline takes its vertices along, up to and past
-            // the kind 17 that closes them; attributes likewise. A kind 13 met on the way
-            // ends the skip (a damaged list), so that the walk still leaves the block.
+            // Hidden: step on. When vertices or attributes follow, they go along up to the
+            // kind 17 that closes them; a kind 17 standing there then is passed as well. So
+            // a hidden polyline takes its vertices and its end along. A kind 13 met on the
+            // way ends the skip (a damaged list), so that the walk still leaves the block.
             drawing_->NextEntity();
             id = Current();
             if (id >= 0 &&
@@ -169,10 +177,10 @@ public:
                     drawing_->NextEntity();
                     id = Current();
                 }
-                if (id >= 0 && record_->entity_type == CDB_SEQEND) {
-                    drawing_->NextEntity();
-                    id = Current();
-                }
+            }
+            if (id >= 0 && record_->entity_type == CDB_SEQEND) {
+                drawing_->NextEntity();
+                id = Current();
             }
         }
         // The next call begins at the next entity; the caller owns the record's copies.
@@ -229,10 +237,8 @@ int16_t ViewportStep(int16_t h, CDB_ENTITY *entity, bool first) {
     if (!lib)
         return CDB_FAIL;
     CBaseDrawing *d = lib->Drawing();
-    if (!d->TriggerLoading()) {
-        d->SetError(CDB_ERR_INVALID_FILE);
+    if (!Loaded(d))
         return CDB_FAIL;
-    }
     CDB_ENTITY scratch;
     std::memset(static_cast<void *>(&scratch), 0, sizeof scratch);
     int found = first ? d->GetFirstViewport(&scratch) : d->GetNextViewport(&scratch);
@@ -358,10 +364,8 @@ int16_t CDBNavigate(int16_t h, CDB_ENTITY *entity) {
     if (!lib)
         return CDB_FAIL;
     CBaseDrawing *d = lib->Drawing();
-    if (!d->TriggerLoading()) {
-        d->SetError(CDB_ERR_INVALID_FILE);
+    if (!Loaded(d))
         return CDB_FAIL;
-    }
     if (!entity) {
         lib->SetError(CDB_ERR_INVALID_PARAMETER);
         return CDB_FAIL;

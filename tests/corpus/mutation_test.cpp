@@ -370,7 +370,9 @@ void ReadEntityList(CR12EntityList &list, ReadReport *report) {
                 report->sink += static_cast<size_t>(r.viewport.frozen_layers[k]);
             break;
         case CDB_BLOCK:
-            report->sink += Touch(r.block.xref_path, 4096) + Touch(r.block.name_2, 4096);
+            texts[0] = r.block.xref_path;
+            texts[1] = r.block.name;
+            texts[2] = r.block.name_2;
             break;
         default:
             break;

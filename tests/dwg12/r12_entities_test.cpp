@@ -2,6 +2,7 @@
 // every presence bit, decoded through a real drawing over a hand-made file.
 #include "dwg12/r12_entity_layout.h"
 #include "dwg12/r12_loaded_drawing.h"
+#include "fonts/shx_bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -358,6 +359,40 @@ TEST(R12Entities, ShapeWithoutItsFileReadsMinusOne) {
     // In the object's record too.
     EXPECT_EQ(Field(d->Entity(0)->shape.shape_number), -1);
     EXPECT_POINT(out.shape.insertion_point, 1, 2, 0);
+}
+
+TEST(R12Entities, ShapeFoundInItsFileKeepsItsNumbers) {
+    // The style's font lies beside the drawing: a shape it has keeps its numbers, one it
+    // lacks reads -1 and -1.
+    shx_test::ScratchDir dir("r12shape");
+    shx_test::ScratchDir no_index("r12shapenoindex");
+    shx_test::IndexDirectories index({no_index.path()});
+    dir.Write("romans.shx", shx_test::Shx({shx_test::FontInfo("ROMANS", 21),
+                                           {65, "CAPA", {2, 0x40, 1, 0x14, 0}}}));
+    Dwg12FileBuilder b;
+    b.AddMinimalTables();
+    b.records(kStyleTable).clear();
+    StyleRec style;
+    style.font_file = "romans";
+    b.Add(style);
+    FrameSpec known(4), unknown(4);
+    known.options_1 = unknown.options_1 = 0x02;
+    known.body = FrameBody().XY(1, 2).F64(1).U8(65).U8(0).bytes();
+    unknown.body = FrameBody().XY(1, 2).F64(1).U8(99).U8(0).bytes();
+    b.SetEntities(Concat({MakeFrame(known), MakeFrame(unknown)}));
+    std::string path = dir.Write("SHAPES.DWG", b.Build());
+    CR12Drawing d(nullptr, 0);
+    ASSERT_TRUE(d.OpenDWG(path.c_str(), CDB_OPEN_READ) && d.LoadDWG());
+    ASSERT_EQ(d.LoadEntitySection(), 1);
+    CDB_ENTITY out;
+    std::memset(&out, 0, sizeof out);
+    d.Entities().At(0)->GetRecord(&out);
+    EXPECT_EQ(Field(out.shape.shape_number), 65);
+    EXPECT_EQ(Field(out.shape.shape_style_index), 0);
+    std::memset(&out, 0, sizeof out);
+    d.Entities().At(1)->GetRecord(&out);
+    EXPECT_EQ(Field(out.shape.shape_number), -1);
+    EXPECT_EQ(Field(out.shape.shape_style_index), -1);
 }
 
 TEST(R12Entities, TextWithEveryOption) {
@@ -977,6 +1012,21 @@ TEST(R12Entities, BlockStartAndEndFramesInTheMainSection) {
     EXPECT_STREQ(begin->block.xref_path, "");
     EXPECT_EQ(Field(begin->block.name_2), nullptr);
     EXPECT_EQ(Field(d->Entity(1)->entity_type), 13);
+
+    // The record copy of list mode owns its texts.
+    begin->block.name = static_cast<char *>(std::calloc(3, 1));
+    begin->block.name[0] = 'B';
+    CDB_ENTITY out;
+    std::memset(&out, 0, sizeof out);
+    d->drawing().Entities().At(0)->GetRecord(&out);
+    ASSERT_NE(Field(out.block.xref_path), nullptr);
+    EXPECT_NE(Field(out.block.xref_path), Field(begin->block.xref_path));
+    ASSERT_NE(Field(out.block.name), nullptr);
+    EXPECT_NE(Field(out.block.name), Field(begin->block.name));
+    EXPECT_STREQ(out.block.name, "B");
+    EXPECT_EQ(Field(out.block.name_2), nullptr);
+    std::free(out.block.xref_path);
+    std::free(out.block.name);
 }
 
 TEST(R12Entities, ClassesByCode) {

@@ -16,14 +16,14 @@ namespace velko_test {
 namespace walk {
 namespace {
 
-struct Run {
+struct CliRun {
     int status = -1;
     std::string out;
 };
 
-Run Velko(const std::string &arguments) {
+CliRun Velko(const std::string &arguments) {
     std::string command = std::string(VELKO_CLI) + " " + arguments + " 2>/dev/null";
-    Run result;
+    CliRun result;
     FILE *pipe = popen(command.c_str(), "r");
     if (!pipe)
         return result;
@@ -66,7 +66,7 @@ protected:
 };
 
 TEST_F(WalkDumpCli, JsonGivesOneObjectPerEntityInAStableOrder) {
-    Run r = Velko("dump --json " + path_);
+    CliRun r = Velko("dump --json " + path_);
     ASSERT_EQ(r.status, 0) << r.out;
     std::vector<json::Value> lines = Lines(r.out);
     ASSERT_EQ(lines.size(), 3u) << r.out; // line, insert, sentinel
@@ -100,7 +100,7 @@ TEST_F(WalkDumpCli, JsonGivesOneObjectPerEntityInAStableOrder) {
 }
 
 TEST_F(WalkDumpCli, BlocksAddTheirRecordsAndEntities) {
-    Run r = Velko("dump --json --blocks " + path_);
+    CliRun r = Velko("dump --json --blocks " + path_);
     ASSERT_EQ(r.status, 0);
     std::vector<json::Value> lines = Lines(r.out);
     ASSERT_EQ(lines.size(), 6u) << r.out;
@@ -114,7 +114,7 @@ TEST_F(WalkDumpCli, BlocksAddTheirRecordsAndEntities) {
 }
 
 TEST_F(WalkDumpCli, NavigatePrintsTheDisplayWalk) {
-    Run r = Velko("dump --json --navigate " + path_);
+    CliRun r = Velko("dump --json --navigate " + path_);
     ASSERT_EQ(r.status, 0);
     std::vector<json::Value> lines = Lines(r.out);
     ASSERT_EQ(lines.size(), 2u) << r.out; // the line, then the block's text
@@ -124,7 +124,7 @@ TEST_F(WalkDumpCli, NavigatePrintsTheDisplayWalk) {
 }
 
 TEST_F(WalkDumpCli, TextForm) {
-    Run r = Velko("dump " + path_);
+    CliRun r = Velko("dump " + path_);
     ASSERT_EQ(r.status, 0);
     EXPECT_NE(r.out.find("0x40000000 LINE"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("start_point: 1, 2, 0"), std::string::npos) << r.out;

@@ -137,6 +137,19 @@ TEST_F(WalkNavigate, AHiddenPolylineTakesItsVerticesAlong) {
     EXPECT_EQ(Keys(steps), (std::vector<double>{1, 4}));
 }
 
+TEST_F(WalkNavigate, AHiddenLastVertexTakesTheEndAlong) {
+    LayerRec off;
+    off.name = "OFF";
+    off.color = -1;
+    // Only the last vertex stands on the off layer: the kind 17 behind it goes with it.
+    Bytes main = Join({Polyline(), Vertex(2, 0), Vertex(3, 0, 1), SeqEnd(), Circle(4, 0, 1)});
+    OpenDrawing d("pline_last.dwg", BuildDrawing(main, {}, {off}));
+    ASSERT_GE(d.handle, 0);
+    ASSERT_EQ(CDBLayerFilter(d.handle, 1), 1);
+    ASSERT_EQ(CDBFirstEntity(d.handle, -1), 0x40000000);
+    EXPECT_EQ(Kinds(Navigate(d.handle)), (std::vector<int>{CDB_POLYLINE, CDB_VERTEX, CDB_CIRCLE}));
+}
+
 TEST_F(WalkNavigate, HiddenAttributesAreSkippedUpToAndPastTheirEnd) {
     LayerRec off;
     off.name = "OFF";
@@ -258,6 +271,12 @@ TEST_F(WalkNavigate, AWalkStoppedInsideABlockLeavesItsInsertOnTheSharedStack) {
     ASSERT_EQ(CDBFirstEntity(b.handle, -1), 0x40000000);
     EXPECT_EQ(Keys(Navigate(b.handle)), (std::vector<double>{1, 2, 3, 3}));
     EXPECT_EQ(NavigateStackDepth(), 0u);
+}
+
+TEST_F(WalkNavigate, AFreshDrawingIsWalkedFromItsFirstEntity) {
+    OpenDrawing d("nav_fresh.dwg", BuildDrawing(Join({Line(1, 0, 0, 0), Circle(2, 0, 1)})));
+    ASSERT_GE(d.handle, 0);
+    EXPECT_EQ(Keys(Navigate(d.handle)), (std::vector<double>{1, 2}));
 }
 
 TEST_F(WalkNavigate, NullRecordFails) {

@@ -148,6 +148,41 @@ TEST(WalkViewMode, RecordsGoToTheCallsInsteadOfTheLists) {
     std::remove(path.c_str());
 }
 
+TEST(WalkViewMode, LoadBlockReadsOneBlockAgainForTheApplication) {
+    std::vector<BlockDef> blocks = {
+        {"B", 0, Join({BlockBegin(1, 2), Text(1, 2, 3, "IN"), BlockEnd()})},
+        {"GONE", 0x80, {}},
+        {"C", 0, Join({BlockBegin(7, 8), Circle(0, 0, 1), BlockEnd()})},
+    };
+    std::string path = ::testing::TempDir() + "velko_walk_load_block.dwg";
+    ASSERT_TRUE(WriteFile(path, BuildDrawing(Line(0, 0, 1, 1), blocks)));
+    Recorder view;
+    ASSERT_EQ(view.OpenDrawing(path.c_str(), nullptr), 1);
+    ASSERT_EQ(view.LoadDWG(), 1);
+    ASSERT_EQ(view.TriggerLoading(), 1);
+    ASSERT_EQ(view.blocks.size(), 4u); // text, end; circle, end
+    view.blocks.clear();
+
+    CDB_STARTBLOCK_ENTITY_type *c = view.LoadBlock(2);
+    ASSERT_NE(c, nullptr);
+    ASSERT_NE(Val(c->name), nullptr);
+    EXPECT_STREQ(c->name, "C");
+    EXPECT_EQ(Val(c->base_point.x), 7.0);
+    ASSERT_EQ(view.blocks.size(), 2u);
+    EXPECT_EQ(view.blocks[0].substr(0, 2), "3 ");
+    EXPECT_EQ(view.blocks[1].substr(0, 3), "13 ");
+
+    view.blocks.clear();
+    CDB_STARTBLOCK_ENTITY_type *gone = view.LoadBlock(1);
+    ASSERT_NE(gone, nullptr);
+    EXPECT_EQ(Val(gone->flags), 128);
+    EXPECT_TRUE(view.blocks.empty());
+
+    EXPECT_EQ(view.LoadBlock(3), nullptr);
+    EXPECT_EQ(view.LoadBlock(-1), nullptr);
+    std::remove(path.c_str());
+}
+
 std::vector<std::string> Dwg12Files() {
     std::vector<std::string> files;
     for (const json::Value *e : CorpusManifestEntries("dwg12/")) {

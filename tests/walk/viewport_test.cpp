@@ -59,6 +59,17 @@ TEST(WalkViewport, TheViewportWalkLeavesTheEntityCursorAlone) {
     EXPECT_EQ(Val(r.line.start_point.x), 7.0);
 }
 
+TEST(WalkViewport, AViewportWalkFirstLeavesTheEntityCursorAtTheStart) {
+    Bytes main = Join({Line(7, 0, 1, 1), Viewport(5, 6, 10, 8, 2)});
+    OpenDrawing d("vpfirst.dwg", BuildDrawing(main));
+    ASSERT_GE(d.handle, 0);
+    CDB_ENTITY r = NewRecord();
+    ASSERT_EQ(CDBGetFirstViewport(d.handle, &r), 0);
+    r = NewRecord();
+    EXPECT_EQ(CDBGetCurrentEntity(d.handle, &r), 0x40000000);
+    EXPECT_EQ(Val(r.entity_type), CDB_LINE);
+}
+
 TEST(WalkViewport, AViewportInABlockJoinsTheChainBehindTheMainSection) {
     std::vector<BlockDef> blocks = {
         {"B", 0, Join({BlockBegin(), Viewport(9, 9, 1, 1, 3), BlockEnd()})}};

@@ -1,5 +1,7 @@
 #include "walk/walk_support.h"
 
+#include "dwg12/r12_frame_bytes.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -79,59 +81,29 @@ FrameBytes &FrameBytes::Text(const std::string &text) {
     return *this;
 }
 
+// The frame goes through the shared frame maker of the release 12 tests.
 Bytes FrameBytes::Build() const {
-    uint8_t flags = flags_;
-    uint8_t extension = 0;
+    FrameSpec f(code_);
+    f.flags = flags_;
+    f.layer = layer_;
+    f.options_1 = options_1_;
+    f.options_2 = options_2_;
     if (has_eed_)
-        extension |= 0x02;
-    if (space_ != 0)
-        extension |= 0x04;
-    if (extension)
-        flags |= 0x40;
+        f.common.eed = eed_;
     if (color_ >= 0)
-        flags |= 0x01;
+        f.common.color = static_cast<uint8_t>(color_);
     if (line_type_ != -100000)
-        flags |= 0x02;
+        f.common.ltype = static_cast<int16_t>(line_type_);
     if (has_elevation_)
-        flags |= 0x04;
+        f.common.elevation = elevation_;
     if (has_thickness_)
-        flags |= 0x08;
+        f.common.thickness = thickness_;
     if (has_handle_)
-        flags |= 0x20;
-
-    Bytes body;
-    if (extension)
-        append_u8(body, extension);
-    if (has_eed_) {
-        append_u16(body, static_cast<uint16_t>(eed_.size()));
-        append_bytes(body, eed_);
-    }
-    if (color_ >= 0)
-        append_u8(body, static_cast<uint8_t>(color_));
-    if (line_type_ != -100000)
-        append_i16(body, static_cast<int16_t>(line_type_));
-    if (has_elevation_)
-        append_f64(body, elevation_);
-    if (has_thickness_)
-        append_f64(body, thickness_);
-    if (has_handle_) {
-        append_u8(body, static_cast<uint8_t>(handle_.size()));
-        append_bytes(body, handle_);
-    }
+        f.common.handle = handle_;
     if (space_ != 0)
-        append_i16(body, space_);
-    append_bytes(body, body_);
-
-    Bytes frame;
-    append_u8(frame, code_);
-    append_u8(frame, flags);
-    append_i16(frame, static_cast<int16_t>(8 + body.size() + 2));
-    append_i16(frame, layer_);
-    append_u8(frame, options_1_);
-    append_u8(frame, options_2_);
-    append_bytes(frame, body);
-    append_u16(frame, DwgCrc(frame.data(), frame.size()));
-    return frame;
+        f.common.space = space_;
+    f.body = body_;
+    return MakeFrame(f);
 }
 
 Bytes Line(double x1, double y1, double x2, double y2, int16_t layer) {

@@ -1,6 +1,7 @@
-// Helpers of the walk tests: entity frames of release 12 made by hand, small drawings
-// built from them, an opened drawing that closes itself, and the freeing of the texts
-// that a list mode record hands to its caller.
+// Helpers of the walk tests: entity frames of release 12 made by hand (a fluent face on
+// the frame maker of dwg12/r12_frame_bytes.h), small drawings built from them, an opened
+// drawing that closes itself, and the freeing of the texts that a list mode record hands
+// to its caller.
 //
 // A frame: code u8, flags u8, length i16 (the whole frame, CRC included), layer i16,
 // options_1 u8, options_2 u8, the common fields that the flags announce, the kind's

@@ -20,8 +20,9 @@ const Command kCommands[] = {
      RunInfo},
     {"dump",
      "velko dump FILE [--json] [--blocks] [--navigate]\n    every entity with all fields of "
-     "its record and its extended data; --blocks adds each block's record and entities,\n    "
-     "--navigate prints the display walk instead; --json one object per line",
+     "its record and its extended data; --blocks adds\n    each block's record and "
+     "entities, --navigate gives the display walk instead;\n    --json prints one object "
+     "per line",
      RunDump},
     {"shapes",
      "velko shapes FILE.SHX [--json]\n    number, name, data length and width of each shape "
