@@ -71,13 +71,31 @@ private:
 // 0x20; extended data and paper space set 0x40 and the extension byte's 0x02 and 0x04.
 // For kinds 1, 2, 21 and 22 bit 0x04 means two-dimensional coordinates, not an
 // elevation: there an elevation that is set only sets the bit and writes nothing.
+// An optional run of bytes. std::optional<std::vector> trips a false "may be used
+// uninitialized" warning of g++ 12 in sanitizer builds; this plain pair does not.
+struct OptionalBytes {
+    OptionalBytes() = default;
+    OptionalBytes(Bytes bytes) : set(true), value(std::move(bytes)) {}
+    OptionalBytes &operator=(Bytes bytes) {
+        set = true;
+        value = std::move(bytes);
+        return *this;
+    }
+    explicit operator bool() const { return set; }
+    const Bytes &operator*() const { return value; }
+    const Bytes *operator->() const { return &value; }
+
+    bool set = false;
+    Bytes value;
+};
+
 struct FrameCommon {
-    std::optional<Bytes> eed; // written as u16 size and the bytes
+    OptionalBytes eed; // written as u16 size and the bytes
     std::optional<uint8_t> color;
     std::optional<int16_t> ltype;
     std::optional<double> elevation;
     std::optional<double> thickness;
-    std::optional<Bytes> handle; // written as u8 length and the bytes
+    OptionalBytes handle; // written as u8 length and the bytes
     std::optional<int16_t> space;
     // An extension byte to write even without extended data or paper space (its bits as
     // given; 0x02 and 0x04 are added for what is set above).
