@@ -66,7 +66,7 @@ CR12Block *CR12BlockList::Next() {
     return items_[static_cast<size_t>(++cursor_)];
 }
 
-CR12Block *CR12BlockList::Current() const {
+CR12Block *CR12BlockList::Current() {
     return At(cursor_);
 }
 

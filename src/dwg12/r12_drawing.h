@@ -121,6 +121,11 @@ public:
     CDB_STARTBLOCK_ENTITY_type *LoadBlock(int index) override;
 
 private:
+    short BlockWalkStep(CDB_STARTBLOCK_ENTITY_type *block, CR12Block *(CR12BlockList::*step)(),
+                        short missing);
+
+public:
+private:
     // Reads the ten tables in the order the file's layout asks for: 1, or 0 on failure.
     int LoadTables();
     // Reads and decodes the header block, leaving the read position where it was.

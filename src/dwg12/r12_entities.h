@@ -258,7 +258,7 @@ public:
     CR12Block *At(int index) const;
     CR12Block *First();
     CR12Block *Next();
-    CR12Block *Current() const;
+    CR12Block *Current();
     CR12Block *Last() const;
     int Add(CR12Block *block);
     // Stores a block at a given index (view mode), growing the list with empty places.

@@ -223,45 +223,35 @@ short CR12Drawing::GetEntity(int32_t id, CDB_ENTITY *entity) {
 
 // ---- The block walk ---------------------------------------------------------------------
 
-short CR12Drawing::GetFirstBlock(CDB_STARTBLOCK_ENTITY_type *block) {
+// One step of the block walk: the block the step lands on is read out to the caller, or
+// `missing` comes back when there is none (the current block sets -411 besides).
+short CR12Drawing::BlockWalkStep(CDB_STARTBLOCK_ENTITY_type *block,
+                                 CR12Block *(CR12BlockList::*step)(), short missing) {
     if (!Ready(*this))
         return CDB_FAIL;
     if (!block) {
         SetError(CDB_ERR_INVALID_PARAMETER);
         return CDB_FAIL;
     }
-    CR12Block *first = blocks.First();
-    if (!first)
-        return CDB_END_OF_BLOCKS;
-    return ReadBlockOut(*first, block);
+    CR12Block *found = (blocks.*step)();
+    if (!found) {
+        if (missing == CDB_FAIL)
+            SetError(CDB_ERR_BLOCK_NOT_FOUND);
+        return missing;
+    }
+    return ReadBlockOut(*found, block);
+}
+
+short CR12Drawing::GetFirstBlock(CDB_STARTBLOCK_ENTITY_type *block) {
+    return BlockWalkStep(block, &CR12BlockList::First, CDB_END_OF_BLOCKS);
 }
 
 short CR12Drawing::GetNextBlock(CDB_STARTBLOCK_ENTITY_type *block) {
-    if (!Ready(*this))
-        return CDB_FAIL;
-    if (!block) {
-        SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
-    CR12Block *next = blocks.Next();
-    if (!next)
-        return CDB_END_OF_BLOCKS;
-    return ReadBlockOut(*next, block);
+    return BlockWalkStep(block, &CR12BlockList::Next, CDB_END_OF_BLOCKS);
 }
 
 short CR12Drawing::GetCurrentBlock(CDB_STARTBLOCK_ENTITY_type *block) {
-    if (!Ready(*this))
-        return CDB_FAIL;
-    if (!block) {
-        SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
-    CR12Block *current = blocks.Current();
-    if (!current) {
-        SetError(CDB_ERR_BLOCK_NOT_FOUND);
-        return CDB_FAIL;
-    }
-    return ReadBlockOut(*current, block);
+    return BlockWalkStep(block, &CR12BlockList::Current, CDB_FAIL);
 }
 
 // ---- Viewports --------------------------------------------------------------------------
