@@ -2,6 +2,7 @@
 // section and the blocks, and the kinds are counted against MANIFEST.json; two drawings
 // are checked field by field against values read off their DXF twins
 // (dxf12/entities-2d.dxf and dxf12/entities-3d.dxf, written into this file as constants).
+#include "records/kind_names.h"
 #include "support/corpus.h"
 #include "support/mini_json.h"
 #include "walk/walk_support.h"
@@ -22,50 +23,7 @@ namespace walk {
 namespace {
 
 const char *KindName(int kind) {
-    switch (kind) {
-    case CDB_LINE:
-        return "LINE";
-    case CDB_POINT:
-        return "POINT";
-    case CDB_CIRCLE:
-        return "CIRCLE";
-    case CDB_SHAPE:
-        return "SHAPE";
-    case CDB_TEXT:
-        return "TEXT";
-    case CDB_ARC:
-        return "ARC";
-    case CDB_TRACE:
-        return "TRACE";
-    case CDB_SOLID:
-        return "SOLID";
-    case CDB_BLOCK:
-        return "BLOCK";
-    case CDB_ENDBLK:
-        return "ENDBLK";
-    case CDB_INSERT:
-        return "INSERT";
-    case CDB_ATTDEF:
-        return "ATTDEF";
-    case CDB_ATTRIB:
-        return "ATTRIB";
-    case CDB_SEQEND:
-        return "SEQEND";
-    case CDB_POLYLINE:
-        return "POLYLINE";
-    case CDB_VERTEX:
-        return "VERTEX";
-    case CDB_3DLINE:
-        return "3DLINE";
-    case CDB_3DFACE:
-        return "3DFACE";
-    case CDB_DIMENSION:
-        return "DIMENSION";
-    case CDB_VIEWPORT:
-        return "VIEWPORT";
-    default:
-        return "?";
-    }
+    return EntityKindName(kind);
 }
 
 using Counts = std::map<std::string, int>;

@@ -1,6 +1,7 @@
 // The records are byte-packed, so their fields may sit at any address. gtest binds its
 // arguments by reference; a packed field is therefore handed over as a copy, through
 // unary plus.
+#include "records/kind_names.h"
 #include "records/entity_defaults.h"
 
 #include <gtest/gtest.h>
@@ -331,4 +332,14 @@ TEST(EntityDefaults, ToleranceDefaults) {
     EXPECT_STREQ(+e.tolerance.text, "NOT_ASSIGNED");
     EXPECT_EQ(+e.tolerance.dimstyle_index, 0);
     EXPECT_EQ(+e.tolerance.dimstyle_handle, nullptr);
+}
+
+TEST(KindNames, EveryKindHasItsDxfName) {
+    EXPECT_STREQ(EntityKindName(CDB_LINE), "LINE");
+    EXPECT_STREQ(EntityKindName(CDB_3DFACE), "3DFACE");
+    EXPECT_STREQ(EntityKindName(CDB_VIEWPORT), "VIEWPORT");
+    EXPECT_STREQ(EntityKindName(CDB_MTEXT), "MTEXT");
+    EXPECT_STREQ(EntityKindName(CDB_OLEFRAME), "OLEFRAME");
+    EXPECT_STREQ(EntityKindName(5), "UNKNOWN");
+    EXPECT_STREQ(EntityKindName(18), "UNKNOWN");
 }

@@ -2,6 +2,7 @@
 // extended data; with --blocks each block's record and entities too; with --navigate the
 // display walk of CDBNavigate instead. --json prints one object per line, in a stable key
 // order, so that two drawings can be compared line by line.
+#include "records/kind_names.h"
 #include "commands.h"
 #include "json_writer.h"
 #include "velkow32.h"
@@ -21,50 +22,7 @@ const char *Usage() {
 }
 
 const char *KindName(int kind) {
-    switch (kind) {
-    case CDB_LINE:
-        return "LINE";
-    case CDB_POINT:
-        return "POINT";
-    case CDB_CIRCLE:
-        return "CIRCLE";
-    case CDB_SHAPE:
-        return "SHAPE";
-    case CDB_TEXT:
-        return "TEXT";
-    case CDB_ARC:
-        return "ARC";
-    case CDB_TRACE:
-        return "TRACE";
-    case CDB_SOLID:
-        return "SOLID";
-    case CDB_BLOCK:
-        return "BLOCK";
-    case CDB_ENDBLK:
-        return "ENDBLK";
-    case CDB_INSERT:
-        return "INSERT";
-    case CDB_ATTDEF:
-        return "ATTDEF";
-    case CDB_ATTRIB:
-        return "ATTRIB";
-    case CDB_SEQEND:
-        return "SEQEND";
-    case CDB_POLYLINE:
-        return "POLYLINE";
-    case CDB_VERTEX:
-        return "VERTEX";
-    case CDB_3DLINE:
-        return "3DLINE";
-    case CDB_3DFACE:
-        return "3DFACE";
-    case CDB_DIMENSION:
-        return "DIMENSION";
-    case CDB_VIEWPORT:
-        return "VIEWPORT";
-    default:
-        return "UNKNOWN";
-    }
+    return EntityKindName(kind);
 }
 
 // The records are byte-packed: points are copied out before their address is taken.
