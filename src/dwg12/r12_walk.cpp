@@ -41,6 +41,23 @@ ListLookup FindList(CR12Drawing &drawing, int block, CR12EntityList *&list) {
     return ListLookup::kFound;
 }
 
+// The list of a block for a walk, with the walk's codes: no such block sets -411 and
+// answers `no_block`; a deleted block or one without list sets -412 and answers -133.
+// 0 when the list exists.
+int32_t WalkList(CR12Drawing &drawing, int block, CR12EntityList *&list, int32_t no_block) {
+    switch (FindList(drawing, block, list)) {
+    case ListLookup::kNoBlock:
+        drawing.SetError(CDB_ERR_BLOCK_NOT_FOUND);
+        return no_block;
+    case ListLookup::kNoList:
+        drawing.SetError(CDB_ERR_ENTITY_NOT_FOUND);
+        return CDB_END_OF_WALK;
+    case ListLookup::kFound:
+        break;
+    }
+    return 0;
+}
+
 int32_t PackId(int block, int position) {
     return CDBPackEntityId(static_cast<int16_t>(block), static_cast<uint16_t>(position));
 }
@@ -96,16 +113,8 @@ int32_t CR12Drawing::FirstEntity(short block) {
     current_block = block;
     current_block_object = block >= 0 ? blocks.At(block) : nullptr;
     CR12EntityList *list = nullptr;
-    switch (FindList(*this, block, list)) {
-    case ListLookup::kNoBlock:
-        SetError(CDB_ERR_BLOCK_NOT_FOUND);
-        return CDB_END_OF_WALK;
-    case ListLookup::kNoList:
-        SetError(CDB_ERR_ENTITY_NOT_FOUND);
-        return CDB_END_OF_WALK;
-    case ListLookup::kFound:
-        break;
-    }
+    if (int32_t missing = WalkList(*this, block, list, CDB_END_OF_WALK))
+        return missing;
     if (!list->SetPosition(0))
         return CDB_END_OF_WALK;
     return PackId(block, list->Position());
@@ -115,16 +124,8 @@ int32_t CR12Drawing::NextEntity() {
     if (!Ready(*this))
         return CDB_FAIL;
     CR12EntityList *list = nullptr;
-    switch (FindList(*this, current_block, list)) {
-    case ListLookup::kNoBlock:
-        SetError(CDB_ERR_BLOCK_NOT_FOUND);
-        return CDB_END_OF_WALK;
-    case ListLookup::kNoList:
-        SetError(CDB_ERR_ENTITY_NOT_FOUND);
-        return CDB_END_OF_WALK;
-    case ListLookup::kFound:
-        break;
-    }
+    if (int32_t missing = WalkList(*this, current_block, list, CDB_END_OF_WALK))
+        return missing;
     // Past the end the position stays there: Current() is null until it is set again.
     int position = list->Advance();
     if (position >= list->Count())
@@ -136,16 +137,8 @@ int32_t CR12Drawing::GetCurrentEntity(CDB_ENTITY *entity) {
     if (!Ready(*this))
         return CDB_FAIL;
     CR12EntityList *list = nullptr;
-    switch (FindList(*this, current_block, list)) {
-    case ListLookup::kNoBlock:
-        SetError(CDB_ERR_BLOCK_NOT_FOUND);
-        return CDB_END_OF_WALK;
-    case ListLookup::kNoList:
-        SetError(CDB_ERR_ENTITY_NOT_FOUND);
-        return CDB_END_OF_WALK;
-    case ListLookup::kFound:
-        break;
-    }
+    if (int32_t missing = WalkList(*this, current_block, list, CDB_END_OF_WALK))
+        return missing;
     CR12Entity *current = list->Current();
     if (!current)
         return CDB_END_OF_WALK;
@@ -179,16 +172,8 @@ short CR12Drawing::GotoEntity(int32_t id) {
     current_block = block;
     current_block_object = block >= 0 ? blocks.At(block) : nullptr;
     CR12EntityList *list = nullptr;
-    switch (FindList(*this, block, list)) {
-    case ListLookup::kNoBlock:
-        SetError(CDB_ERR_BLOCK_NOT_FOUND);
-        return CDB_FAIL;
-    case ListLookup::kNoList:
-        SetError(CDB_ERR_ENTITY_NOT_FOUND);
-        return CDB_END_OF_WALK;
-    case ListLookup::kFound:
-        break;
-    }
+    if (int32_t missing = WalkList(*this, block, list, CDB_FAIL))
+        return missing;
     if (!list->SetPosition(position))
         return CDB_FAIL;
     return static_cast<short>(position);
@@ -201,16 +186,8 @@ short CR12Drawing::GetEntity(int32_t id, CDB_ENTITY *entity) {
     int16_t block = 0;
     CDBUnpackEntityId(id, &position, &block);
     CR12EntityList *list = nullptr;
-    switch (FindList(*this, block, list)) {
-    case ListLookup::kNoBlock:
-        SetError(CDB_ERR_BLOCK_NOT_FOUND);
-        return CDB_FAIL;
-    case ListLookup::kNoList:
-        SetError(CDB_ERR_ENTITY_NOT_FOUND);
-        return CDB_END_OF_WALK;
-    case ListLookup::kFound:
-        break;
-    }
+    if (int32_t missing = WalkList(*this, block, list, CDB_FAIL))
+        return missing;
     CR12Entity *object = list->At(position);
     if (!object) {
         SetError(CDB_ERR_ENTITY_NOT_FOUND);
