@@ -19,6 +19,8 @@ CR12Drawing::CR12Drawing(CLibDrawing *owner, int flag) : CBaseDrawing(flag) {
     SetLib(owner);
     for (int t = 0; t < 10; ++t)
         tables[t] = std::make_unique<CR12TableList>(this, static_cast<int16_t>(t));
+    eed_lookup.appid = [this](const char *name) { return Table(kR12Appids).FindNoCase(name); };
+    eed_lookup.layer = [this](const char *name) { return Table(kR12Layers).FindNoCase(name); };
 }
 
 CR12Drawing::~CR12Drawing() = default;
@@ -60,17 +62,6 @@ int CR12Drawing::OpenDWG(const char *name, CDB_OPEN_MODE mode) {
     file_kind = kDwg;
     ArmFrameBudget();
     return 1;
-}
-
-int CR12Drawing::OpenDXF(const char *, CDB_OPEN_MODE) {
-    // Reading DXF is not built yet: every file is refused as no DXF of a known release.
-    if (file) {
-        SetError(CDB_ERR_FILE_ALREADY_OPEN);
-        return 0;
-    }
-    file_kind = kNone;
-    SetError(CDB_ERR_INVALID_FILE);
-    return 0;
 }
 
 int CR12Drawing::Rewind() {
@@ -157,13 +148,9 @@ int CR12Drawing::LoadHeader() {
     return 1;
 }
 
-int CR12Drawing::LoadDXF() {
-    return Unsupported();
-}
-
 int CR12Drawing::TriggerLoading() {
     if (file_kind != kDwg)
-        return Unsupported();
+        return LoadDXF();
     if (!entities_loaded) {
         // Only a list that was not empty fails; a broken or empty section counts as read.
         if (LoadEntitySection() == 0)
@@ -176,23 +163,29 @@ int CR12Drawing::TriggerLoading() {
         if (LoadBlockSection() == 0)
             return 0;
         HandOutViewportHeaders();
-        // Reading leaves every list on its last item; a walk starts where a new drawing
-        // stands: the main list at its first entity, the block walk at block 0.
-        entities.SetPosition(0);
-        blocks.First();
-        for (int i = 0; i < blocks.Count(); ++i) {
-            CR12Block *block = blocks.At(i);
-            if (block && block->entities)
-                block->entities->SetPosition(0);
-        }
+        RewindCursors();
     }
     blocks_loaded = 1;
     return 1;
 }
 
+void CR12Drawing::RewindCursors() {
+    // Reading leaves every list on its last item; a walk starts where a new drawing
+    // stands: the main list at its first entity, the block walk at block 0.
+    entities.SetPosition(0);
+    blocks.First();
+    for (int i = 0; i < blocks.Count(); ++i) {
+        CR12Block *block = blocks.At(i);
+        if (block && block->entities)
+            block->entities->SetPosition(0);
+    }
+}
+
 void CR12Drawing::LoadEntities() {
     if (file_kind != kDwg) {
-        Unsupported();
+        // View mode leaves the entities of a DXF file for this call.
+        if (ViewFlag() && std::strcmp(next_section, "ENTITIES") == 0 && ReadEntitiesDxf())
+            next_section[0] = 0;
         return;
     }
     LoadEntitySection();

@@ -5,6 +5,8 @@
 #include "dwg12/r12_entities.h"
 #include "dwg12/r12_header.h"
 #include "dwg12/r12_tables.h"
+#include "dxf/dxf_eed.h"
+#include "dxf/dxf_stream.h"
 #include "interface/base_drawing.h"
 
 #include <memory>
@@ -61,6 +63,12 @@ public:
 
     // Moves the file's read position back to the start: 1, or 0 with -406 / -403.
     int Rewind();
+
+    // ---- DXF ------------------------------------------------------------------------------
+    // The group stream of a DXF drawing.
+    CDxfStream &Dxf() { return dxf; }
+    // The table lookups of the extended data reader.
+    const DxfEedLookup &EedLookup() const { return eed_lookup; }
 
     // ---- Entities and blocks ------------------------------------------------------------
     CR12EntityList &Entities() { return entities; }
@@ -159,6 +167,30 @@ private:
     // goes to the application (`to_block` chooses BlockCall over EntityCall; `drop`
     // hands nothing out) and the object is destroyed, so no viewport joins the chain.
     void KeepEntity(CR12EntityList *list, CR12Entity *entity, bool to_block, bool drop);
+    // After a load: every list stands at its first entity, the block walk at block 0.
+    void RewindCursors();
+
+    // The DXF reader (src/dxf). Each returns 1, or 0 with the code set as the reader says;
+    // a file that ends too early sets "Invalid File.".
+    int LoadDxfUpToBlocks();
+    int LoadDxfBlocksAndEntities();
+    int ReadHeaderDxf();
+    int ReadTablesDxf();
+    int ReadTableDxf(int t);
+    int ReadBlocksDxf();
+    int ReadBlockDxf(int16_t &block_number);
+    int ReadEntitiesDxf();
+    // Reads the next group into dxf_code / dxf_value: false when the file has ended.
+    bool NextGroup();
+    // Ends a load that met the end of the file or a group it cannot go past.
+    int InvalidDxf();
+
+    CDxfStream dxf;
+    DxfEedLookup eed_lookup;
+    int16_t dxf_code = 0;
+    char dxf_value[CDxfStream::kValueSize] = {};
+    // The section at which the first phase stopped.
+    char next_section[256] = {};
 
 public:
     // Called with the two progress counters after each entity that is added; no exported

@@ -116,20 +116,42 @@ void CR12BeginBlock::ReleaseRecordTo(CDB_STARTBLOCK_ENTITY_type *out) {
     record->block.name_2 = nullptr;
 }
 
+namespace {
+// The block table index of a name kept from a DXF file, plus the drawing's block base (-1
+// plus the base when the table has no such block).
+int16_t ResolveBlockName(CR12Drawing *drawing, const std::string &name) {
+    const int index = drawing->Table(kR12Blocks).FindNoCase(name.c_str());
+    return static_cast<int16_t>(index + drawing->Bases()[0]);
+}
+} // namespace
+
 CDB_ENTITY *CR12Insert::GetResolvedRecord() {
-    if (record && drawing && !block_name.empty()) {
-        int index = drawing->Table(kR12Blocks).FindByName(block_name.c_str());
-        record->insert.block_index = static_cast<int16_t>(index + drawing->Bases()[0]);
-    }
+    if (record && drawing && named)
+        record->insert.block_index = ResolveBlockName(drawing, block_name);
     return record;
 }
 
+void CR12Insert::GetRecord(CDB_ENTITY *out) {
+    GetResolvedRecord();
+    CR12PlainEntity::GetRecord(out);
+}
+
 CDB_ENTITY *CR12Dimension::GetResolvedRecord() {
-    if (record && drawing && !block_name.empty()) {
-        int index = drawing->Table(kR12Blocks).FindByName(block_name.c_str());
-        record->dimension.block_index = static_cast<int16_t>(index + drawing->Bases()[0]);
-    }
+    if (record && drawing && named)
+        record->dimension.block_index = ResolveBlockName(drawing, block_name);
     return record;
+}
+
+void CR12Dimension::GetRecord(CDB_ENTITY *out) {
+    GetResolvedRecord();
+    CR12PlainEntity::GetRecord(out);
+}
+
+void CR12Dimension::KeepBlockName(const char *name) {
+    block_name = name;
+    named = true;
+    if (record)
+        record->dimension.block_index = 0;
 }
 
 // ---- The viewport ------------------------------------------------------------------------------
@@ -149,6 +171,11 @@ short CR12Viewport::ReadDWG(uint8_t &next_code) {
 
 void CR12Viewport::GetRecord(CDB_ENTITY *out) {
     CR12Entity::GetRecord(out);
+}
+
+void CR12Viewport::AfterReadDxf() {
+    if (record)
+        R12UnpackMview(record->eed_data, record->eed_size, &record->viewport);
 }
 
 namespace {

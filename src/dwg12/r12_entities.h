@@ -14,6 +14,7 @@ class CR12Drawing;
 class CR12ViewportList;
 struct R12EntityLayout;
 struct R12BodyReader;
+struct R12DxfGroup;
 
 // One entity: it owns its record (a CDB_ENTITY of the union's full size) and the blocks
 // that the record points at (handle, extended data, texts, frozen layers), all of malloc.
@@ -31,6 +32,11 @@ public:
     // frame behind it, or 0x20 when there is none. Status: 1 good, 0 failure, -2 end of
     // the section.
     virtual short ReadDWG(uint8_t &next_code) = 0;
+    // Reads the entity's groups from the drawing's DXF stream. `name` (a value buffer of
+    // the stream's size) holds the kind's DXF name on entry and, on return, the value of
+    // the group 0 that ended the entity. 1; 0 when `name` is not the kind's own name
+    // (nothing is read); -1 when the file ended inside the entity.
+    virtual int ReadDXF(char *name);
     // The record, with references that need the drawing's tables resolved first.
     virtual CDB_ENTITY *GetResolvedRecord() { return record; }
     // Copies the record out to the caller: the common part and the kind's part. In list
@@ -53,6 +59,12 @@ protected:
     short ReadByLayout(uint8_t &next_code);
     // The object's own i32 of the layout's kI32 field.
     virtual void StoreObjectI32(int32_t) {}
+    // A block name that a DXF group gives (insert, dimension): kept by the object.
+    virtual void KeepBlockName(const char *) {}
+    // The kind's own step after its DXF groups.
+    virtual void AfterReadDxf() {}
+    // One group of the kind's DXF layout into the record.
+    void ReadDxfGroup(const R12DxfGroup &group, const char *value);
 
     CR12Drawing *drawing;
     int16_t code;
@@ -166,14 +178,28 @@ class CR12Insert : public CR12PlainEntity {
 public:
     explicit CR12Insert(CR12Drawing *drawing) : CR12PlainEntity(drawing, 14) {}
     CDB_ENTITY *GetResolvedRecord() override;
+    void GetRecord(CDB_ENTITY *out) override;
     std::string block_name;
+    bool named = false;
+
+protected:
+    void KeepBlockName(const char *name) override {
+        block_name = name;
+        named = true;
+    }
 };
 
+// Group 2 of a dimension also clears the block index until the name is looked up.
 class CR12Dimension : public CR12PlainEntity {
 public:
     explicit CR12Dimension(CR12Drawing *drawing) : CR12PlainEntity(drawing, 23) {}
     CDB_ENTITY *GetResolvedRecord() override;
+    void GetRecord(CDB_ENTITY *out) override;
     std::string block_name;
+    bool named = false;
+
+protected:
+    void KeepBlockName(const char *name) override;
 };
 
 // A viewport entity also belongs to the drawing's chain of viewports. Its view stands in
@@ -189,6 +215,10 @@ public:
     CR12Viewport *previous = nullptr;
     // The chain the viewport is linked into; it unlinks itself when it goes.
     CR12ViewportList *chain = nullptr;
+
+protected:
+    // The view stands in the "MVIEW" extended data, as in a DWG.
+    void AfterReadDxf() override;
 };
 
 // Unpacks the "MVIEW" extended data of a viewport (`eed`, `size` bytes) into `viewport`,

@@ -3,6 +3,7 @@
 #include "records/handle_text.h"
 #include "records/header_vars.h"
 
+#include <cmath>
 #include <cstddef>
 #include <cstring>
 #include <string>
@@ -246,6 +247,55 @@ void CopyBoundedText(char *dest, size_t room, const uint8_t *src, size_t count) 
     dest[n] = 0;
 }
 
+// The length of `text`, counted no further than `limit` bytes.
+size_t BoundedLength(const char *text, size_t limit) {
+    size_t n = 0;
+    while (n < limit && text[n] != 0)
+        ++n;
+    return n;
+}
+
+// Writes the text at `text` (null is empty) into `dest[0 .. size)`: at most `size`
+// characters, the rest zero. The text is read no further than `size` bytes.
+void PutBoundedText(uint8_t *dest, size_t size, const char *text) {
+    const size_t n = text ? BoundedLength(text, size) : 0;
+    if (n > 0)
+        std::memcpy(dest, text, n);
+    if (n < size)
+        std::memset(dest + n, 0, size - n);
+}
+
+int HexDigitValue(char c) {
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    return -1;
+}
+
+// The value of the hexadecimal text at `text`, read no further than `limit` bytes and up
+// to the first character that is not a digit; digits beyond 16 push the high ones out.
+uint64_t HexTextValue(const char *text, size_t limit) {
+    uint64_t value = 0;
+    if (!text)
+        return value;
+    for (size_t i = 0; i < limit; ++i) {
+        const int digit = HexDigitValue(text[i]);
+        if (digit < 0)
+            break;
+        value = (value << 4) | uint64_t(digit);
+    }
+    return value;
+}
+
+template <typename T> T LoadRecordField(const uint8_t *record, size_t offset) {
+    T value;
+    std::memcpy(&value, record + offset, sizeof(value));
+    return value;
+}
+
 } // namespace
 
 int16_t R12GetI16(const uint8_t *p) {
@@ -304,6 +354,81 @@ bool R12DecodePlainField(const R12Field &field, const uint8_t *block, size_t blo
     case R12Kind::kU24: {
         uint32_t v = R12GetU32(src) & 0x00FFFFFFu;
         std::memcpy(dest, &v, sizeof(v));
+        return true;
+    }
+    default:
+        return false;
+    }
+}
+
+void R12PutI16(uint8_t *p, int16_t value) {
+    const uint16_t u = static_cast<uint16_t>(value);
+    p[0] = static_cast<uint8_t>(u & 0xFF);
+    p[1] = static_cast<uint8_t>(u >> 8);
+}
+
+void R12PutU32(uint8_t *p, uint32_t value) {
+    for (int i = 0; i < 4; ++i)
+        p[i] = static_cast<uint8_t>(value >> (8 * i));
+}
+
+void R12PutF64(uint8_t *p, double value) {
+    uint64_t bits;
+    std::memcpy(&bits, &value, sizeof(bits));
+    for (int i = 0; i < 8; ++i)
+        p[i] = static_cast<uint8_t>(bits >> (8 * i));
+}
+
+double R12AngleToFile(double degrees) {
+    const double radians = R12DegreesToRadians(degrees);
+    if (!std::isfinite(radians) || R12RadiansToDegrees(radians) == degrees)
+        return radians;
+    // The conversion to degrees never falls as its argument rises, so a double that maps
+    // back onto `degrees` lies on the side that the first miss points to, a few steps away.
+    const bool upward = R12RadiansToDegrees(radians) < degrees;
+    const double toward = upward ? HUGE_VAL : -HUGE_VAL;
+    double candidate = radians;
+    for (int step = 0; step < 8; ++step) {
+        candidate = std::nextafter(candidate, toward);
+        const double back = R12RadiansToDegrees(candidate);
+        if (back == degrees)
+            return candidate;
+        if (upward ? back > degrees : back < degrees)
+            break;
+    }
+    return radians;
+}
+
+bool R12EncodePlainField(const R12Field &field, const void *record, uint8_t *block,
+                         size_t block_size) {
+    if (!record || !block || size_t(field.file_offset) + field.size > block_size)
+        return false;
+    const uint8_t *src = static_cast<const uint8_t *>(record);
+    uint8_t *dest = block + field.file_offset;
+    switch (field.kind) {
+    case R12Kind::kI16:
+        R12PutI16(dest, LoadRecordField<int16_t>(src, field.field_offset));
+        return true;
+    case R12Kind::kI8:
+    case R12Kind::kU8:
+        // The low byte: the reader widens it back, signed or unsigned by the kind.
+        dest[0] = static_cast<uint8_t>(
+            static_cast<uint16_t>(LoadRecordField<int16_t>(src, field.field_offset)) & 0xFF);
+        return true;
+    case R12Kind::kByte:
+        dest[0] = src[field.field_offset];
+        return true;
+    case R12Kind::kReal:
+        for (size_t i = 0; i + 8 <= field.size; i += 8)
+            R12PutF64(dest + i, LoadRecordField<double>(src, field.field_offset + i));
+        return true;
+    case R12Kind::kAngle:
+        R12PutF64(dest, R12AngleToFile(LoadRecordField<double>(src, field.field_offset)));
+        return true;
+    case R12Kind::kU24: {
+        const uint32_t flag = R12GetU32(dest) & 0xFF000000u;
+        const uint32_t low = LoadRecordField<uint32_t>(src, field.field_offset) & 0x00FFFFFFu;
+        R12PutU32(dest, flag | low);
         return true;
     }
     default:
@@ -390,6 +515,69 @@ void CR12Header::Decode(const uint8_t *block) {
             if (CodePageText(index, dwgcodepage_, kCodePageSize) != 1)
                 std::memset(dwgcodepage_, 0, kCodePageSize);
             dwgcodepage_[kCodePageSize - 1] = 0;
+            break;
+        }
+        default:
+            break;
+        }
+    }
+}
+
+void CR12Header::Encode(uint8_t *block) const {
+    if (!block)
+        return;
+    std::memcpy(block + kDescriptorCopiesAt, descriptor_copies, kDescriptorCopiesSize);
+
+    const uint8_t *record = reinterpret_cast<const uint8_t *>(&vars);
+    for (size_t i = 0; i < kHeaderFieldCount; ++i) {
+        const R12Field &f = kHeaderLayout[i];
+        if (R12EncodePlainField(f, record, block, kBlockSize))
+            continue;
+        if (size_t(f.file_offset) + f.size > kBlockSize)
+            continue;
+        uint8_t *dest = block + f.file_offset;
+        switch (f.kind) {
+        case R12Kind::kCeltype:
+            R12PutI16(dest, R12CeltypeToFile(LoadRecordField<int16_t>(record, f.field_offset)));
+            break;
+        case R12Kind::kTreedepth:
+            R12PutI16(dest, R12TreedepthToFile(LoadRecordField<int16_t>(record, f.field_offset)));
+            break;
+        case R12Kind::kFixedText:
+            PutBoundedText(dest, f.size, TextField(vars, f.field_offset));
+            break;
+        case R12Kind::kMenuHead:
+            PutBoundedText(dest, f.size, TextField(vars, f.field_offset));
+            break;
+        case R12Kind::kMenuTail: {
+            // The reader takes the tail only behind a head of all its 15 characters.
+            const char *menu = TextField(vars, f.field_offset);
+            if (menu && BoundedLength(menu, kMenuHeadLength) == kMenuHeadLength)
+                PutBoundedText(dest, f.size, menu + kMenuHeadLength);
+            else
+                PutBoundedText(dest, f.size, nullptr);
+            break;
+        }
+        case R12Kind::kHandseed: {
+            // Right-aligned, most significant byte first, as the reader turns them to text.
+            const uint64_t value = HexTextValue(TextField(vars, f.field_offset), f.capacity);
+            for (size_t b = 0; b < f.size; ++b) {
+                const size_t shift = 8 * (f.size - 1 - b);
+                dest[b] = shift < 64 ? static_cast<uint8_t>(value >> shift) : 0;
+            }
+            break;
+        }
+        case R12Kind::kCodePage: {
+            // Compared in a bounded copy: the record's pointer need not be terminated
+            // within its block.
+            char text[kCodePageSize] = {};
+            const char *source = TextField(vars, f.field_offset);
+            if (source)
+                std::memcpy(text, source, BoundedLength(source, kCodePageSize - 1));
+            int16_t number = -1;
+            if (CodePageNumber(text, number) != 1)
+                number = -1;
+            R12PutI16(dest, number);
             break;
         }
         default:

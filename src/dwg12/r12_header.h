@@ -71,17 +71,40 @@ inline int16_t R12CeltypeToFile(int16_t value) {
 inline int16_t R12TreedepthFromFile(int16_t value) {
     return value == 0 ? int16_t(3020) : value;
 }
+// The writer stores the depth as it stands: 3020 reads back as 3020 whichever way it is
+// stored, and a literal value does not depend on the reader's mapping of 0.
+inline int16_t R12TreedepthToFile(int16_t value) {
+    return value;
+}
+
+// An angle of a record (degrees) as the file keeps it (radians). Of the doubles near the
+// plain conversion it picks one that converts back to exactly `degrees`, so that a value
+// read from a file survives being written again.
+double R12AngleToFile(double degrees);
 
 // Little-endian access to a block; the caller has checked the bounds.
 int16_t R12GetI16(const uint8_t *p);
 uint32_t R12GetU32(const uint8_t *p);
 double R12GetF64(const uint8_t *p);
 
+// Little-endian stores into a block; the caller has checked the bounds.
+void R12PutI16(uint8_t *p, int16_t value);
+void R12PutU32(uint8_t *p, uint32_t value);
+void R12PutF64(uint8_t *p, double value);
+
 // Decodes one field of the plain kinds (kI16, kI8, kU8, kByte, kReal, kAngle, kU24) from
 // `block` (of `block_size` bytes) into `record`. Returns false for a kind it does not
 // handle, or for a field that does not lie inside the block (nothing is written then).
 bool R12DecodePlainField(const R12Field &field, const uint8_t *block, size_t block_size,
                          void *record);
+
+// The inverse of R12DecodePlainField: encodes one field of the plain kinds from `record`
+// into `block` (of `block_size` bytes). Angles go back to radians; a kU24 field keeps the
+// flag byte that the block already holds in its top byte. Returns false for a kind it
+// does not handle, or for a field that does not lie inside the block (nothing is written
+// then).
+bool R12EncodePlainField(const R12Field &field, const void *record, uint8_t *block,
+                         size_t block_size);
 
 class CR12Header {
 public:
@@ -111,6 +134,23 @@ public:
     // Decodes a whole header block (kBlockSize bytes) into `vars`, field by field. The
     // record is cleared first; variables the block does not carry stay zero.
     void Decode(const uint8_t *block);
+
+    // The inverse of Decode: writes every field of the layout from `vars`, and the raw
+    // descriptor copies at 0x2C, into `block` (kBlockSize bytes). Bytes the layout does
+    // not cover are left as the block holds them; the caller clears the block first when
+    // it wants them zero. Decode(Encode(x)) gives x back for every record that Decode
+    // can produce. Rules of the special fields:
+    // - texts are written up to their field's size and zero-padded, a null text as empty;
+    // - `menu` is split into its head of 15 characters and its tail, which is written only
+    //   behind a full head;
+    // - `celtype` -1 and -2 go back to 0x7FFF and 0x7FFE, `treedepth` is written as it
+    //   stands;
+    // - `handseed` is hexadecimal text (case ignored, up to the first other character);
+    //   its value goes to the 8 bytes, most significant byte first, and digits beyond 16
+    //   keep only the low 64 bits;
+    // - `dwgcodepage` is written as its number in the code page table; a text the table
+    //   lacks (the empty one too) is written as -1, which reads back as an empty text.
+    void Encode(uint8_t *block) const;
 
     // The layout of the header block: every field that goes to `vars`, in file order.
     // Field offsets are offsets into CDB_HEADER_type.

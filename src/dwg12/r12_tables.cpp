@@ -251,6 +251,14 @@ void CR12LayoutRecord::SetNameField(char *name) {
     StoreField<char *>(body, name_offset, name);
 }
 
+void CR12LayoutRecord::SetFlagsField(uint8_t flags) {
+    body[flags_offset] = flags;
+}
+
+int CR12TableRecord::ReadDXF(R12DxfRecordContext &, char *) {
+    return 0;
+}
+
 const char *CR12LayoutRecord::Name() const {
     return NameField();
 }
@@ -372,6 +380,10 @@ int CR12BlockRecord::AfterDecode(const uint8_t *, size_t) {
 }
 
 int CR12StyleRecord::AfterDecode(const uint8_t *, size_t) {
+    return LoadFont();
+}
+
+int CR12StyleRecord::LoadFont() {
     shape_index = -1;
     CShapeTable *shapes = drawing ? drawing->ShapeTable() : nullptr;
     if (!shapes)
@@ -497,6 +509,8 @@ CR12TableRecord *CR12TableList::At(int index) const {
 int CR12TableList::Add(CR12TableRecord *record) {
     items.push_back(record);
     int index = Count() - 1;
+    if (index_valid)
+        IndexRecord(index);
     cursor = static_cast<int16_t>(index > INT16_MAX ? INT16_MAX : index);
     return index;
 }
@@ -506,6 +520,7 @@ void CR12TableList::Remove(int index) {
         return;
     delete items[static_cast<size_t>(index)];
     items.erase(items.begin() + index);
+    index_valid = false;
 }
 
 CR12TableRecord *CR12TableList::First() {
@@ -524,6 +539,43 @@ int CR12TableList::FindByName(const char *name) const {
         if (items[static_cast<size_t>(i)] && items[static_cast<size_t>(i)]->CompareName(name))
             return i;
     return -1;
+}
+
+namespace {
+// Upper case in the "C" locale: only the letters a to z change.
+void UpperAscii(std::string &text) {
+    for (char &c : text)
+        if (c >= 'a' && c <= 'z')
+            c = static_cast<char>(c - 'a' + 'A');
+}
+} // namespace
+
+void CR12TableList::IndexRecord(int index) const {
+    const CR12TableRecord *record = items[static_cast<size_t>(index)];
+    if (!record || (record->Flags() & kR12DeletedFlag))
+        return;
+    char name[kR12NameBufferSize];
+    record->GetName(name);
+    std::string key(name);
+    UpperAscii(key);
+    // The first record of a name wins; later ones are never found.
+    name_index.emplace(std::move(key), index);
+}
+
+int CR12TableList::FindNoCase(const char *name) const {
+    if (!name || items.empty())
+        return -1;
+    if (!index_valid) {
+        name_index.clear();
+        name_index.reserve(items.size());
+        for (int i = 0; i < Count(); ++i)
+            IndexRecord(i);
+        index_valid = true;
+    }
+    scratch.assign(name);
+    UpperAscii(scratch);
+    auto found = name_index.find(scratch);
+    return found == name_index.end() ? -1 : found->second;
 }
 
 // ---- Loading one table ----------------------------------------------------------------------

@@ -14,10 +14,20 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 class CBaseDrawing;
 class CDrawingFile;
+class CDxfStream;
+class CR12TableList;
+
+// What a record needs while it reads itself from a DXF file.
+struct R12DxfRecordContext {
+    CDxfStream &stream;
+    // The line type table, in which a layer finds its line type by name.
+    const CR12TableList *ltypes;
+};
 
 // Table numbers, as the trailer's descriptors count them.
 enum R12Table : int16_t {
@@ -84,6 +94,11 @@ public:
     // The public record held inside the object.
     virtual void *GetRecord() = 0;
     virtual uint8_t Flags() const = 0;
+    // Reads the record's groups from a DXF file. `name` (a value buffer of the stream's
+    // size) holds the record's group 0 value on entry and, on return, the value of the
+    // group 0 that ended the record. 1; 0 when `name` is not the name of the record's
+    // table (nothing is read); -1 when the file ended inside the record.
+    virtual int ReadDXF(R12DxfRecordContext &context, char *name);
 
     int16_t table_id = 0;
 
@@ -114,6 +129,9 @@ public:
     const char *Name() const;
     int16_t TableNumber() const { return table; }
 
+    // The DXF road: the groups of the table's DXF layout into the record.
+    int ReadDXF(R12DxfRecordContext &context, char *name) override;
+
 protected:
     // `body` is the object's body (of `body_size` bytes) that the table's layout addresses;
     // the opening's name pointer and flags byte stand at the given offsets in it.
@@ -122,16 +140,21 @@ protected:
 
     // The class's own step after the layout; its result is the result of Decode.
     virtual int AfterDecode(const uint8_t *bytes, size_t size);
+    // The class's own step after a DXF read; its result is ignored.
+    virtual void AfterReadDxf() {}
     // Frees the name and every heap block of the layout, and nulls their pointers. The
     // derived class calls it from its destructor, while the body still lives.
     void ReleaseBlocks();
     // Clears the body after releasing its blocks.
     void Clear();
 
-private:
     char *NameField() const;
+    // Replaces the name (the old block is freed).
     void SetNameField(char *name);
+    void SetFlagsField(uint8_t flags);
+    uint8_t *BodyBytes() const { return body; }
 
+private:
     int16_t table;
     uint8_t *body;
     size_t body_size;
@@ -210,8 +233,10 @@ protected:
     // Loads the style's font into the drawing's shape table, falling back to "TXT.SHX";
     // 0 when neither loads (the record keeps its slot all the same).
     int AfterDecode(const uint8_t *bytes, size_t size) override;
+    void AfterReadDxf() override { LoadFont(); }
 
 private:
+    int LoadFont();
     int shape_index = -1;
 };
 
@@ -259,6 +284,13 @@ public:
     CR12TableRecord *Next();
     // The index of the first record whose CompareName matches, or -1.
     int FindByName(const char *name) const;
+    // The lookup of the DXF readers: the index of the first record in table order whose
+    // flags are below 128 and whose name equals `name` ignoring case, or -1. It is served
+    // by an index of the names, which Add keeps up to date and every other change of the
+    // list rebuilds; a caller that changes a record's name or flags in place calls
+    // NamesChanged().
+    int FindNoCase(const char *name) const;
+    void NamesChanged() { index_valid = false; }
     int16_t TableNumber() const { return table_number; }
     CBaseDrawing *Drawing() const { return drawing; }
 
@@ -267,6 +299,12 @@ private:
     int16_t table_number;
     std::vector<CR12TableRecord *> items;
     int16_t cursor = -1;
+
+    // Upper-case name to the first live record that has it.
+    void IndexRecord(int index) const;
+    mutable std::unordered_map<std::string, int> name_index;
+    mutable bool index_valid = false;
+    mutable std::string scratch;
 };
 
 // Loads one table into `list` (whose TableNumber() tells the record class) from the

@@ -12,7 +12,10 @@ public:
     // Refuses the file with "Version Mismatch.", so that a release 13 DWG does not go on
     // to the DXF road.
     int OpenDWG(const char *name, CDB_OPEN_MODE mode);
-    // Refuses the file with "Invalid File.".
+    // The version check of a DXF file: a binary file of another release gives "Invalid
+    // File."; an ASCII one "Drawing File Corrupted.", or code -419 when its groups
+    // cannot be read at all, which the caller replaces by "Invalid File.". A DXF of this
+    // release is refused with "Invalid File." too until its reader exists.
     int OpenDXF(const char *name, CDB_OPEN_MODE mode);
 };
 

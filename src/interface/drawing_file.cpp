@@ -245,6 +245,24 @@ char *CDrawingFile::ReadLine(char *dest, int max) {
     return stored ? dest : nullptr;
 }
 
+// The part of Span that finds the position outside the buffer: refills it there.
+const uint8_t *CDrawingFile::SpanAfterRefill(uint32_t &available) {
+    available = 0;
+    if (fd < 0 || !buffer || position < 0 || static_cast<uint32_t>(position) >= length)
+        return nullptr;
+    uint32_t pos = static_cast<uint32_t>(position);
+    if (!(buffer_start <= pos && pos < buffer_end)) {
+        if (!Refill())
+            return nullptr;
+    }
+    // Bytes past the length taken at open are not delivered by Read either.
+    uint32_t end = buffer_end < length ? buffer_end : length;
+    if (pos >= end || pos < buffer_start)
+        return nullptr;
+    available = end - pos;
+    return buffer + (pos - buffer_start);
+}
+
 int CDrawingFile::Flush() {
     if (!write_buffer || write_buffer->fill == 0)
         return 1;

@@ -29,6 +29,24 @@ public:
     int32_t GetPosition() const { return position; }
     int Read(void *dest, uint32_t size);
     char *ReadLine(char *dest, int max);
+    // Bulk access for scanning: the bytes from the read position to the end of the read
+    // buffer's fill (refilled when the position lies outside it), their count in
+    // `available`, 0 at the end of the file. They are the bytes that Read would deliver one
+    // at a time from the same position. Advance moves the position over `count` of them.
+    const uint8_t *Span(uint32_t &available) {
+        uint32_t pos = static_cast<uint32_t>(position);
+        if (fd >= 0 && position >= 0 && buffer_start <= pos && pos < buffer_end && pos < length &&
+            buffer) {
+            uint32_t end = buffer_end < length ? buffer_end : length;
+            available = end - pos;
+            return buffer + (pos - buffer_start);
+        }
+        return SpanAfterRefill(available);
+    }
+    void Advance(uint32_t count) {
+        int64_t target = static_cast<int64_t>(position) + count;
+        position = target > INT32_MAX ? INT32_MAX : static_cast<int32_t>(target);
+    }
     int Write(const void *source, uint32_t size);
     int WriteString(const char *text);
     int Flush();
@@ -45,6 +63,7 @@ public:
 
 private:
     int Refill();
+    const uint8_t *SpanAfterRefill(uint32_t &available);
 
     int fd = -1;
     std::string name;

@@ -464,7 +464,14 @@ void WalkEverything(int16_t h, ReadReport *report) {
             report->Note("a failed load answered a walk");
         return;
     }
-    if (count < 1) {
+    if (count == 0) {
+        // A DXF without an ENTITIES section has an empty main list, not even its sentinel:
+        // a walk of it ends at once.
+        if (CDBFirstEntity(h, -1) != CDB_END_OF_WALK)
+            report->Note("CDBFirstEntity of an empty main section");
+        return;
+    }
+    if (count < 0) {
         report->Note("entity count " + std::to_string(count));
         return;
     }

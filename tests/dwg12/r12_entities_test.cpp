@@ -765,6 +765,7 @@ TEST(R12Entities, InsertKnownByNameResolvesItsBlock) {
     // Read from a DWG the index stands as it is.
     EXPECT_EQ(Field(insert->GetResolvedRecord()->insert.block_index), 10);
     insert->block_name = "SECOND";
+    insert->named = true;
     EXPECT_EQ(Field(insert->GetResolvedRecord()->insert.block_index), 4);
     insert->block_name = "MISSING";
     EXPECT_EQ(Field(insert->GetResolvedRecord()->insert.block_index), 2);

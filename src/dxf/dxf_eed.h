@@ -1,0 +1,69 @@
+// Extended entity data in DXF: the groups 1000 and up, turned into the stored byte form
+// that a release 12 DWG holds, and back.
+//
+// Stored form of one item: a byte with the group code minus 1000, then
+//   1000        1 byte length, the characters
+//   1001        2 bytes: the APPID table index of the name (-1 when missing)
+//   1002        1 byte: 0 for "{" (case ignored), 1 for anything else
+//   1003        2 bytes: the LAYER table index of the name
+//   1004        1 byte length, the data bytes
+//   1005        8 bytes: the handle, big-endian, right-aligned in zeros
+//   1010-1013   8 bytes, the double; 1020-1023 and 1030-1033 follow as 8 bytes each with
+//               no code byte: they continue the point that 1010-1013 began
+//   1040-1042   8 bytes, the double
+//   1070        2 bytes
+//   1071        4 bytes
+// Every other code from 1000 up is dropped with its value.
+#ifndef VELKO_DXF_EED_H
+#define VELKO_DXF_EED_H
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+class CDxfStream;
+
+// The table lookups the collector needs (first match, case ignored, deleted skipped; -1
+// when none).
+struct DxfEedLookup {
+    std::function<int(const char *)> appid;
+    std::function<int(const char *)> layer;
+};
+
+// Collects the extended data of one entity.
+class CDxfEedCollector {
+public:
+    // `binary`: the values come from a binary file, where a 1004 value begins with its
+    // length byte; in ASCII it is hexadecimal text, two digits a byte.
+    CDxfEedCollector(const DxfEedLookup &lookup, bool binary) : lookup_(lookup), binary_(binary) {}
+
+    // Takes the group in `code`/`value` (code 1000 or more) and the following ones, until
+    // a group with a code below 1000 comes or the stream ends. That group is left in
+    // `code` and `value` for the caller to go on with. `value` has kValueSize bytes.
+    // When the stream ends, `code` may still be 1000 or more (an ASCII stream keeps the
+    // last group it delivered): the caller looks at stream.AtEnd() before handing it over
+    // again. A group from the read that met the end is not stored.
+    void Collect(CDxfStream &stream, int16_t &code, char *value);
+    // Converts one group to its stored form and appends it (used by Collect; open for
+    // tests).
+    void Add(int16_t code, const char *value);
+
+    const std::vector<uint8_t> &Bytes() const { return bytes_; }
+
+private:
+    static constexpr size_t kNoPoint = static_cast<size_t>(-1);
+
+    // True when `count` more bytes keep the block within 65535 bytes. Once an item is
+    // refused the block is closed and later items are refused too.
+    bool Reserve(size_t count);
+
+    const DxfEedLookup &lookup_;
+    bool binary_;
+    std::vector<uint8_t> bytes_;
+    // Offset of the code byte of the point that 1020-1033 groups still fill, or kNoPoint.
+    size_t point_at_ = kNoPoint;
+    bool closed_ = false;
+};
+
+#endif

@@ -1,0 +1,399 @@
+#include "dxf/dxf_numbers.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace {
+
+bool IsBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
+}
+
+bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+bool IsHexDigit(char c) {
+    return IsDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
+// For a number that the parser found out of range: whether it was too large (true) or too
+// small (false). Estimates the order of magnitude from the text: digits before the point
+// of the mantissa raise it, zeros right after the point lower it, and the exponent adds to
+// it. Only extreme values reach here, so the sign of the estimate is all that matters.
+bool TooLarge(const char *begin, const char *end, bool hex) {
+    const char exponent_mark = hex ? 'p' : 'e';
+    long long magnitude = 0;
+    bool seen_point = false;
+    bool seen_nonzero = false;
+    const char *p = begin;
+    const int per_digit = hex ? 4 : 1;
+    for (; p < end; ++p) {
+        char c = *p;
+        if (c == '.') {
+            seen_point = true;
+            continue;
+        }
+        if (!(hex ? IsHexDigit(c) : IsDigit(c)))
+            break;
+        if (c != '0')
+            seen_nonzero = true;
+        if (!seen_point && seen_nonzero)
+            magnitude += per_digit;
+        else if (seen_point && !seen_nonzero)
+            magnitude -= per_digit;
+    }
+    if (p < end && (*p | 0x20) == exponent_mark) {
+        ++p;
+        bool negative = false;
+        if (p < end && (*p == '+' || *p == '-'))
+            negative = *p++ == '-';
+        long long exponent = 0;
+        for (; p < end && IsDigit(*p); ++p)
+            if (exponent < 100000000)
+                exponent = exponent * 10 + (*p - '0');
+        magnitude += negative ? -exponent : exponent;
+    }
+    return magnitude > 0;
+}
+
+// The powers of ten that a double holds exactly.
+constexpr double kPow10Exact[23] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                    1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                    1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+} // namespace
+
+double DxfTextToReal(const char *text) {
+    if (!text)
+        return 0.0;
+    const char *p = text;
+    while (IsBlank(*p))
+        ++p;
+    // The parser below takes a minus sign but no plus sign; a plus is stepped over here,
+    // and a second sign after it is no number.
+    bool negative = false;
+    if (*p == '+' || *p == '-') {
+        negative = *p == '-';
+        ++p;
+        if (*p == '+' || *p == '-')
+            return 0.0;
+    }
+    // Plain decimals with few digits and no exponent, the usual form in a drawing, are
+    // exact: the digits as an integer and the power of ten are both exact doubles, and one
+    // division rounds correctly.
+    {
+        const char *q = p;
+        uint64_t mantissa = 0;
+        int count = 0;
+        int fraction = 0;
+        for (; IsDigit(*q); ++q, ++count)
+            mantissa = mantissa * 10 + static_cast<uint64_t>(*q - '0');
+        if (*q == '.')
+            for (++q; IsDigit(*q); ++q, ++count, ++fraction)
+                mantissa = mantissa * 10 + static_cast<uint64_t>(*q - '0');
+        if (count > 0 && count <= 19 && fraction <= 22 && mantissa <= (1ull << 53) && *q != 'e' &&
+            *q != 'E' && *q != 'x' && *q != 'X') {
+            double value = static_cast<double>(mantissa) / kPow10Exact[fraction];
+            return negative ? -value : value;
+        }
+    }
+    const char *end = p + std::strlen(p);
+    bool hex = false;
+    if (p[0] == '0' && (p[1] == 'x' || p[1] == 'X') &&
+        (IsHexDigit(p[2]) || (p[2] == '.' && IsHexDigit(p[3])))) {
+        hex = true;
+        p += 2;
+    }
+    double value = 0.0;
+    auto result =
+        std::from_chars(p, end, value, hex ? std::chars_format::hex : std::chars_format::general);
+    if (result.ec == std::errc::result_out_of_range) {
+        value = TooLarge(p, result.ptr, hex) ? std::numeric_limits<double>::infinity() : 0.0;
+    } else if (result.ec != std::errc()) {
+        return 0.0; // no number: no sign either
+    }
+    return negative ? -value : value;
+}
+
+int32_t DxfTextToInt(const char *text) {
+    if (!text)
+        return 0;
+    const char *p = text;
+    while (IsBlank(*p))
+        ++p;
+    bool negative = false;
+    if (*p == '+' || *p == '-')
+        negative = *p++ == '-';
+    int64_t value = 0;
+    for (; IsDigit(*p); ++p) {
+        value = value * 10 + (*p - '0');
+        if (value > static_cast<int64_t>(INT32_MAX) + 1)
+            value = static_cast<int64_t>(INT32_MAX) + 1; // held; more digits change nothing
+    }
+    if (negative)
+        value = -value;
+    if (value > INT32_MAX)
+        return INT32_MAX;
+    if (value < INT32_MIN)
+        return INT32_MIN;
+    return static_cast<int32_t>(value);
+}
+
+namespace {
+
+constexpr uint64_t kPow10Int[19] = {1ull,
+                                    10ull,
+                                    100ull,
+                                    1000ull,
+                                    10000ull,
+                                    100000ull,
+                                    1000000ull,
+                                    10000000ull,
+                                    100000000ull,
+                                    1000000000ull,
+                                    10000000000ull,
+                                    100000000000ull,
+                                    1000000000000ull,
+                                    10000000000000ull,
+                                    100000000000000ull,
+                                    1000000000000000ull,
+                                    10000000000000000ull,
+                                    100000000000000000ull,
+                                    1000000000000000000ull};
+
+// Powers of five up to the largest below 2^64.
+constexpr uint64_t kPow5Max = 27;
+constexpr uint64_t Pow5(uint64_t k) {
+    return k == 0 ? 1 : 5 * Pow5(k - 1);
+}
+constexpr uint64_t kPow5[kPow5Max + 1] = {
+    Pow5(0),  Pow5(1),  Pow5(2),  Pow5(3),  Pow5(4),  Pow5(5),  Pow5(6),
+    Pow5(7),  Pow5(8),  Pow5(9),  Pow5(10), Pow5(11), Pow5(12), Pow5(13),
+    Pow5(14), Pow5(15), Pow5(16), Pow5(17), Pow5(18), Pow5(19), Pow5(20),
+    Pow5(21), Pow5(22), Pow5(23), Pow5(24), Pow5(25), Pow5(26), Pow5(27)};
+
+using Wide = unsigned __int128;
+
+// The integer nearest to m * 2^shift * 10^k (ties to the even one) in `rounded`, and the
+// integer part in `floor`. The computation is exact: the powers of five fit 64 bits and the
+// products 128. False when the operands lie outside what it handles.
+bool ScaleAndRound(uint64_t m, int shift, int k, uint64_t &floor_part, uint64_t &rounded) {
+    if (k > static_cast<int>(kPow5Max) || -k > static_cast<int>(kPow5Max))
+        return false;
+    // 10^k = 5^k * 2^k: the power of two joins the binary shift.
+    int t = shift + k;
+    Wide numerator;
+    Wide denominator;
+    if (k >= 0) {
+        numerator = static_cast<Wide>(m) * kPow5[k];
+        denominator = 1;
+    } else {
+        numerator = m;
+        denominator = kPow5[-k];
+    }
+    if (t >= 0) {
+        // Nothing is lost to the right; the result must still fit.
+        if (t > 60 || (numerator >> (127 - t)) != 0)
+            return false;
+        numerator <<= t;
+        if (k >= 0) {
+            if (numerator >> 63)
+                return false;
+            floor_part = rounded = static_cast<uint64_t>(numerator);
+            return true;
+        }
+    } else {
+        if (-t >= 64)
+            return false;
+        if (k >= 0) {
+            // A division by a power of two: the rest is the bits shifted out.
+            int s = -t;
+            Wide q = numerator >> s;
+            Wide rest = numerator & ((static_cast<Wide>(1) << s) - 1);
+            Wide half = static_cast<Wide>(1) << (s - 1);
+            if (q >> 63)
+                return false;
+            floor_part = static_cast<uint64_t>(q);
+            rounded = floor_part + ((rest > half || (rest == half && (floor_part & 1))) ? 1 : 0);
+            return true;
+        }
+        denominator <<= -t;
+    }
+    Wide q = numerator / denominator;
+    Wide rest = numerator - q * denominator;
+    if (q >> 63)
+        return false;
+    floor_part = static_cast<uint64_t>(q);
+    Wide twice = rest << 1;
+    rounded =
+        floor_part + ((twice > denominator || (twice == denominator && (floor_part & 1))) ? 1 : 0);
+    return true;
+}
+
+// Rounds a positive finite normal `v` to `digits` significant digits: the digits as an
+// integer in [10^(digits-1), 10^digits) and the decimal exponent of the first one. Exact;
+// false only for values outside the range it serves (tiny, subnormal or huge ones).
+bool FastDigits(double v, int digits, uint64_t &mantissa, int &exponent) {
+    uint64_t bits;
+    std::memcpy(&bits, &v, sizeof bits);
+    int biased = static_cast<int>(bits >> 52) & 0x7FF;
+    if (biased == 0 || biased == 0x7FF)
+        return false;
+    uint64_t m = (bits & ((1ull << 52) - 1)) | (1ull << 52);
+    int shift = biased - 1075; // v = m * 2^shift
+    // floor(log10(2^(biased - 1023))): the exponent of v's first digit or one less.
+    int e = ((biased - 1023) * 78913) >> 18;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        uint64_t floor_part, n;
+        if (!ScaleAndRound(m, shift, digits - 1 - e, floor_part, n))
+            return false;
+        if (floor_part >= kPow10Int[digits]) {
+            ++e; // the estimate was one too small
+            continue;
+        }
+        if (n >= kPow10Int[digits]) {
+            // Rounding carried into a new digit: 9.99... became 10.0...
+            n = kPow10Int[digits - 1];
+            ++e;
+        }
+        mantissa = n;
+        exponent = e;
+        return true;
+    }
+    return false;
+}
+
+// The digits of a positive finite `v` rounded to `digits` significant digits, by the exact
+// conversion of the standard library: fills `out` with the digit characters and returns
+// the exponent of the first.
+int ExactDigits(double v, int digits, char *out) {
+    char text[64];
+    auto result =
+        std::to_chars(text, text + sizeof text, v, std::chars_format::scientific, digits - 1);
+    const char *p = text;
+    int count = 0;
+    for (; p < result.ptr && *p != 'e'; ++p)
+        if (IsDigit(*p) && count < digits)
+            out[count++] = *p;
+    int exponent = 0;
+    bool negative = false;
+    if (p < result.ptr && *p == 'e') {
+        ++p;
+        if (p < result.ptr && (*p == '+' || *p == '-'))
+            negative = *p++ == '-';
+        for (; p < result.ptr && IsDigit(*p); ++p)
+            exponent = exponent * 10 + (*p - '0');
+    }
+    for (; count < digits; ++count)
+        out[count] = '0';
+    return negative ? -exponent : exponent;
+}
+
+const char kDigitPairs[201] = "00010203040506070809"
+                              "10111213141516171819"
+                              "20212223242526272829"
+                              "30313233343536373839"
+                              "40414243444546474849"
+                              "50515253545556575859"
+                              "60616263646566676869"
+                              "70717273747576777879"
+                              "80818283848586878889"
+                              "90919293949596979899";
+
+// Writes the `digits` decimal digits of n (leading zeros included) to out.
+void WriteDigits(uint64_t n, int digits, char *out) {
+    int i = digits;
+    while (i >= 2) {
+        unsigned pair = static_cast<unsigned>(n % 100);
+        n /= 100;
+        out[--i] = kDigitPairs[2 * pair + 1];
+        out[--i] = kDigitPairs[2 * pair];
+    }
+    if (i == 1)
+        out[0] = static_cast<char>('0' + n % 10);
+}
+
+} // namespace
+
+size_t DxfFormatSignificant(double value, int digits, bool append_zero, char *out) {
+    if (digits < 1)
+        digits = 1;
+    if (digits > 17)
+        digits = 17;
+    char *p = out;
+    if (std::isnan(value)) {
+        std::memcpy(out, "nan", 4);
+        return 3;
+    }
+    if (std::signbit(value)) {
+        *p++ = '-';
+        value = -value;
+    }
+    if (std::isinf(value)) {
+        std::memcpy(p, "inf", 4);
+        return static_cast<size_t>(p - out) + 3;
+    }
+
+    // The digits go in one run after a free byte; the layout then moves the leading ones
+    // left to make room for the point.
+    char *run = p + 1;
+    int e = 0;
+    if (value == 0.0) {
+        std::memset(run, '0', static_cast<size_t>(digits));
+    } else {
+        uint64_t mantissa = 0;
+        if (FastDigits(value, digits, mantissa, e))
+            WriteDigits(mantissa, digits, run);
+        else
+            e = ExactDigits(value, digits, run);
+    }
+
+    const bool fixed = e >= -1 && e <= digits - 1;
+    char *end = run + digits;
+    char *point = nullptr;
+    if (fixed && e == -1) {
+        // "0." and all the digits behind the point.
+        std::memmove(p + 2, run, static_cast<size_t>(digits));
+        p[0] = '0';
+        p[1] = '.';
+        point = p + 1;
+        end = p + 2 + digits;
+    } else {
+        // The first digit (fixed form: the integer part) moves one place left.
+        int lead = fixed ? e + 1 : 1;
+        for (int i = 0; i < lead; ++i)
+            p[i] = run[i];
+        if (lead < digits || !fixed) {
+            point = p + lead;
+            *point = '.';
+        } else {
+            end = p + digits; // all digits stand before the point: no point at all
+        }
+    }
+    if (point) {
+        // Trailing zeros of the fraction go; the point stays.
+        while (end > point + 1 && end[-1] == '0')
+            --end;
+    }
+    p = end;
+    if (!fixed) {
+        *p++ = 'e';
+        int magnitude = e;
+        if (magnitude < 0) {
+            *p++ = '-';
+            magnitude = -magnitude;
+        } else {
+            *p++ = '+';
+        }
+        *p++ = static_cast<char>('0' + magnitude / 100 % 10);
+        *p++ = static_cast<char>('0' + magnitude / 10 % 10);
+        *p++ = static_cast<char>('0' + magnitude % 10);
+    } else if (append_zero && p[-1] == '.') {
+        *p++ = '0';
+    }
+    *p = 0;
+    return static_cast<size_t>(p - out);
+}

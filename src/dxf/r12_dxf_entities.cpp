@@ -1,0 +1,201 @@
+// Release 12 entities read from a DXF file: the common groups, the kind's groups of
+// r12_dxf_layout.h, and the extended data.
+#include "dwg12/r12_drawing.h"
+#include "dwg12/r12_entity_layout.h"
+#include "dxf/dxf_eed.h"
+#include "dxf/dxf_numbers.h"
+#include "dxf/dxf_stream.h"
+#include "dxf/r12_dxf_layout.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+template <typename T> void Store(CDB_ENTITY *record, size_t offset, T value) {
+    std::memcpy(reinterpret_cast<uint8_t *>(record) + offset, &value, sizeof value);
+}
+template <typename T> T Load(const CDB_ENTITY *record, size_t offset) {
+    T value;
+    std::memcpy(&value, reinterpret_cast<const uint8_t *>(record) + offset, sizeof value);
+    return value;
+}
+
+char *CopyText(const char *text) {
+    const size_t n = std::strlen(text) + 1;
+    char *copy = static_cast<char *>(std::malloc(n));
+    if (copy)
+        std::memcpy(copy, text, n);
+    return copy;
+}
+
+void ReplaceText(CDB_ENTITY *record, size_t offset, const char *text) {
+    std::free(Load<char *>(record, offset));
+    Store<char *>(record, offset, CopyText(text));
+}
+
+// Bases of the drawing, as the DWG reader numbers them.
+constexpr int kLayerBase = 1;
+constexpr int kLtypeBase = 2;
+constexpr int kDimstyleBase = 3;
+constexpr int kStyleBase = 4;
+
+} // namespace
+
+int CR12Entity::ReadDXF(char *name) {
+    const R12DxfLayout *layout = R12DxfEntityLayout(code);
+    if (!layout || !record || !name || std::strcmp(name, layout->name) != 0)
+        return 0;
+    CDxfStream &stream = drawing->Dxf();
+    const int32_t *bases = drawing->Bases();
+    // The block start takes its line type and layer without the BYBLOCK test and the base.
+    const bool block_start = code == CDB_BLOCK;
+
+    // A field that the writer leaves out when it is 1 starts at 1.
+    for (size_t i = 0; i < layout->count; ++i) {
+        const R12DxfGroup &g = layout->groups[i];
+        if (g.when != R12DxfWhen::kNotOne)
+            continue;
+        if (g.value == R12DxfValue::kReal)
+            Store<double>(record, g.offset, 1.0);
+        else if (g.value == R12DxfValue::kInt16)
+            Store<int16_t>(record, g.offset, 1);
+    }
+
+    int16_t group = 0;
+    stream.ReadGroup(&group, name);
+    for (;;) {
+        if (stream.AtEnd())
+            return -1;
+        if (group == 0)
+            break;
+        if (group >= 1000) {
+            // The collector reads on to the first group below 1000 and hands it back.
+            CDxfEedCollector collector(drawing->EedLookup(),
+                                       stream.InputForm() == CDxfStream::kBinary);
+            collector.Collect(stream, group, name);
+            // A second run of extended data in the same entity goes behind the first.
+            const std::vector<uint8_t> &bytes = collector.Bytes();
+            const size_t kept = record->eed_data ? record->eed_size : 0;
+            const size_t total = kept + bytes.size();
+            if (!bytes.empty() && total <= 0xFFFF) {
+                auto *joined = static_cast<uint8_t *>(std::malloc(total));
+                if (joined) {
+                    if (kept)
+                        std::memcpy(joined, record->eed_data, kept);
+                    std::memcpy(joined + kept, bytes.data(), bytes.size());
+                    std::free(record->eed_data);
+                    record->eed_data = joined;
+                    record->eed_size = static_cast<uint16_t>(total);
+                }
+            }
+            continue;
+        }
+        switch (group) {
+        case 5:
+            std::free(record->handle);
+            record->handle = CopyText(name);
+            break;
+        case 6:
+            if (!block_start && std::strcmp(name, "BYBLOCK") == 0)
+                record->line_type_index = -2;
+            else
+                record->line_type_index = static_cast<int16_t>(
+                    drawing->Table(kR12Ltypes).FindNoCase(name) + bases[kLtypeBase]);
+            break;
+        case 8:
+            record->layer_index = static_cast<int16_t>(drawing->Table(kR12Layers).FindNoCase(name) +
+                                                       (block_start ? 0 : bases[kLayerBase]));
+            break;
+        case 38:
+            record->elevation = DxfTextToReal(name);
+            break;
+        case 39:
+            record->thickness = DxfTextToReal(name);
+            break;
+        case 62:
+            record->color = static_cast<int16_t>(DxfTextToInt(name));
+            break;
+        case 67:
+            record->space = static_cast<int16_t>(DxfTextToInt(name));
+            if (record->space != 0)
+                drawing->MarkPaperSpace();
+            break;
+        case 210:
+            record->extrusion.x = DxfTextToReal(name);
+            break;
+        case 220:
+            record->extrusion.y = DxfTextToReal(name);
+            break;
+        case 230:
+            record->extrusion.z = DxfTextToReal(name);
+            break;
+        default:
+            if (const R12DxfGroup *g = layout->Find(group))
+                ReadDxfGroup(*g, name);
+            break;
+        }
+        stream.ReadGroup(&group, name);
+    }
+    AfterReadDxf();
+    // A block start's xref path is an empty text when the file gives none.
+    if (block_start && !record->block.xref_path)
+        record->block.xref_path = CopyText("");
+    return 1;
+}
+
+void CR12Entity::ReadDxfGroup(const R12DxfGroup &g, const char *value) {
+    const int32_t *bases = drawing->Bases();
+    switch (g.value) {
+    case R12DxfValue::kReal:
+        Store<double>(record, g.offset, DxfTextToReal(value));
+        break;
+    case R12DxfValue::kZElevation:
+        record->elevation = DxfTextToReal(value);
+        break;
+    case R12DxfValue::kZBoth:
+        record->elevation = DxfTextToReal(value);
+        Store<double>(record, g.offset, record->elevation);
+        break;
+    case R12DxfValue::kInt16:
+        Store<int16_t>(record, g.offset, static_cast<int16_t>(DxfTextToInt(value)));
+        break;
+    case R12DxfValue::kByte:
+        Store<uint8_t>(record, g.offset, static_cast<uint8_t>(DxfTextToInt(value)));
+        break;
+    case R12DxfValue::kText:
+        if (*value)
+            ReplaceText(record, g.offset, value);
+        break;
+    case R12DxfValue::kTextKept:
+        ReplaceText(record, g.offset, value);
+        break;
+    case R12DxfValue::kStyle:
+        Store<int16_t>(
+            record, g.offset,
+            static_cast<int16_t>(drawing->Table(kR12Styles).FindNoCase(value) + bases[kStyleBase]));
+        break;
+    case R12DxfValue::kDimstyle:
+        Store<int16_t>(record, g.offset,
+                       static_cast<int16_t>(drawing->Table(kR12Dimstyles).FindNoCase(value) +
+                                            bases[kDimstyleBase]));
+        break;
+    case R12DxfValue::kBlockName:
+        KeepBlockName(value);
+        break;
+    case R12DxfValue::kShapeName: {
+        // The shape tables know the name: its number and the style of its file.
+        short style = -1;
+        short number = -1;
+        if (drawing->GetShapeId(style, number, value) != 0) {
+            style = -1;
+            number = -1;
+        }
+        record->shape.shape_number = number;
+        record->shape.shape_style_index = style;
+        break;
+    }
+    default:
+        break;
+    }
+}

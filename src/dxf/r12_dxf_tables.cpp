@@ -1,0 +1,141 @@
+// Release 12 table records read from a DXF file, by the groups of r12_dxf_layout.h.
+#include "dwg12/r12_tables.h"
+#include "dxf/dxf_numbers.h"
+#include "dxf/dxf_stream.h"
+#include "dxf/r12_dxf_layout.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+template <typename T> void Store(uint8_t *body, size_t offset, T value) {
+    std::memcpy(body + offset, &value, sizeof value);
+}
+template <typename T> T Load(const uint8_t *body, size_t offset) {
+    T value;
+    std::memcpy(&value, body + offset, sizeof value);
+    return value;
+}
+
+// A new heap copy of `text` with at most `limit` characters.
+char *CopyText(const char *text, size_t limit) {
+    size_t n = std::strlen(text);
+    if (n > limit)
+        n = limit;
+    char *copy = static_cast<char *>(std::malloc(n + 1));
+    if (copy) {
+        std::memcpy(copy, text, n);
+        copy[n] = 0;
+    }
+    return copy;
+}
+
+// `tail` appended to the text `head` (null for none), in a new block.
+char *Append(const char *head, const char *tail) {
+    const size_t a = head ? std::strlen(head) : 0;
+    const size_t b = std::strlen(tail);
+    char *joined = static_cast<char *>(std::malloc(a + b + 1));
+    if (joined) {
+        if (a)
+            std::memcpy(joined, head, a);
+        std::memcpy(joined + a, tail, b + 1);
+    }
+    return joined;
+}
+
+} // namespace
+
+int CR12LayoutRecord::ReadDXF(R12DxfRecordContext &context, char *name) {
+    const R12DxfLayout *layout = R12DxfTableLayout(TableNumber());
+    if (!layout || !name || std::strcmp(name, layout->name) != 0)
+        return 0;
+    Clear();
+    CDxfStream &stream = context.stream;
+    uint8_t *body = BodyBytes();
+    std::vector<double> dashes;
+
+    int16_t code = 0;
+    for (;;) {
+        stream.ReadGroup(&code, name);
+        if (stream.AtEnd())
+            return -1;
+        if (code == 0)
+            break;
+        const R12DxfGroup *group = layout->Find(code);
+        if (group) {
+            switch (group->value) {
+            case R12DxfValue::kName:
+                // Every reader keeps a name in 32 bytes: 31 characters and the terminator.
+                std::free(NameField());
+                SetNameField(CopyText(name, kR12NameBufferSize - 1));
+                break;
+            case R12DxfValue::kFlags:
+                SetFlagsField(static_cast<uint8_t>(DxfTextToInt(name)));
+                break;
+            case R12DxfValue::kReal:
+                Store<double>(body, group->offset, DxfTextToReal(name));
+                break;
+            case R12DxfValue::kInt16:
+                Store<int16_t>(body, group->offset, static_cast<int16_t>(DxfTextToInt(name)));
+                break;
+            case R12DxfValue::kByte:
+                body[group->offset] = static_cast<uint8_t>(DxfTextToInt(name));
+                break;
+            case R12DxfValue::kTextKept:
+                std::free(Load<char *>(body, group->offset));
+                Store<char *>(body, group->offset, CopyText(name, CDxfStream::kValueSize));
+                break;
+            case R12DxfValue::kAppendText: {
+                char *old = Load<char *>(body, group->offset);
+                Store<char *>(body, group->offset, Append(old, name));
+                std::free(old);
+                break;
+            }
+            case R12DxfValue::kLtypeName:
+                // A layer cannot be read without a line type table to look in.
+                if (!context.ltypes)
+                    return -1;
+                Store<int16_t>(body, group->offset,
+                               static_cast<int16_t>(context.ltypes->FindNoCase(name)));
+                break;
+            case R12DxfValue::kDash:
+                // A dash count is 16 bits: more lengths than that are not kept.
+                if (dashes.size() < 32767)
+                    dashes.push_back(DxfTextToReal(name));
+                break;
+            case R12DxfValue::kPoint2Next:
+            case R12DxfValue::kPoint3Next: {
+                // The groups behind the first coordinate are taken by position.
+                const int coordinates = group->value == R12DxfValue::kPoint2Next ? 2 : 3;
+                Store<double>(body, group->offset, DxfTextToReal(name));
+                for (int i = 1; i < coordinates; ++i) {
+                    stream.ReadGroup(&code, name);
+                    if (stream.AtEnd())
+                        return -1;
+                    Store<double>(body, group->offset + 8 * size_t(i), DxfTextToReal(name));
+                }
+                break;
+            }
+            default:
+                break;
+            }
+        }
+    }
+
+    if (TableNumber() == kR12Ltypes) {
+        // The dash lengths in order of arrival, as many as the record's count announces.
+        auto &ltype = *reinterpret_cast<CDB_LTYPE_TBL_type *>(body);
+        const int16_t count = ltype.dash_count;
+        if (count > 0) {
+            auto *lengths = static_cast<double *>(std::calloc(size_t(count), sizeof(double)));
+            if (lengths)
+                for (size_t i = 0; i < dashes.size() && i < size_t(count); ++i)
+                    lengths[i] = dashes[i];
+            ltype.dashes = lengths;
+        }
+    }
+    AfterReadDxf();
+    return 1;
+}

@@ -1,0 +1,52 @@
+// A builder of small DXF files for tests: groups in, ASCII text or release 12 binary bytes
+// out.
+#ifndef VELKO_TEST_DXF_TEXT_H
+#define VELKO_TEST_DXF_TEXT_H
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace velko_test {
+
+class DxfText {
+public:
+    DxfText &G(int code, const std::string &value) {
+        groups_.emplace_back(code, value);
+        return *this;
+    }
+    DxfText &G(int code, double value);
+    DxfText &G(int code, int value);
+
+    // 0 SECTION, 2 name / 0 ENDSEC.
+    DxfText &Section(const char *name) { return G(0, "SECTION").G(2, name); }
+    DxfText &EndSection() { return G(0, "ENDSEC"); }
+    // A HEADER that holds only $ACADVER "AC1009".
+    DxfText &MinimalHeader() {
+        return Section("HEADER").G(9, "$ACADVER").G(1, "AC1009").EndSection();
+    }
+    DxfText &Eof() { return G(0, "EOF"); }
+    // 0 TABLE, 2 name, 70 count.
+    DxfText &Table(const char *name, int count) { return G(0, "TABLE").G(2, name).G(70, count); }
+    DxfText &EndTable() { return G(0, "ENDTAB"); }
+    DxfText &Layer(const char *name, int color = 7, const char *ltype = "CONTINUOUS",
+                   int flags = 0) {
+        return G(0, "LAYER").G(2, name).G(70, flags).G(62, color).G(6, ltype);
+    }
+
+    // The groups as ASCII: code line and value line, each ended by `eol`.
+    std::string Ascii(const char *eol = "\n") const;
+    // The groups as a release 12 binary file: the 22-byte sentinel, one code byte (255 and
+    // two bytes from 255 up), and each value by the release 12 type of its code.
+    std::vector<uint8_t> Binary() const;
+
+    const std::vector<std::pair<int, std::string>> &Groups() const { return groups_; }
+
+private:
+    std::vector<std::pair<int, std::string>> groups_;
+};
+
+} // namespace velko_test
+
+#endif
