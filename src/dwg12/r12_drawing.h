@@ -180,6 +180,9 @@ private:
     int ReadBlocksDxf();
     int ReadBlockDxf(int16_t &block_number);
     int ReadEntitiesDxf();
+    // Reads the entity whose name stands in dxf_value and keeps it: 1, or 0 when its kind
+    // has no class or the file ended inside it.
+    int ReadEntityDxf(CR12EntityList *list, bool in_block);
     // Reads the next group into dxf_code / dxf_value: false when the file has ended.
     bool NextGroup();
     // Ends a load that met the end of the file or a group it cannot go past.

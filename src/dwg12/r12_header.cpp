@@ -265,31 +265,6 @@ void PutBoundedText(uint8_t *dest, size_t size, const char *text) {
         std::memset(dest + n, 0, size - n);
 }
 
-int HexDigitValue(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    return -1;
-}
-
-// The value of the hexadecimal text at `text`, read no further than `limit` bytes and up
-// to the first character that is not a digit; digits beyond 16 push the high ones out.
-uint64_t HexTextValue(const char *text, size_t limit) {
-    uint64_t value = 0;
-    if (!text)
-        return value;
-    for (size_t i = 0; i < limit; ++i) {
-        const int digit = HexDigitValue(text[i]);
-        if (digit < 0)
-            break;
-        value = (value << 4) | uint64_t(digit);
-    }
-    return value;
-}
-
 template <typename T> T LoadRecordField(const uint8_t *record, size_t offset) {
     T value;
     std::memcpy(&value, record + offset, sizeof(value));
@@ -560,7 +535,7 @@ void CR12Header::Encode(uint8_t *block) const {
         }
         case R12Kind::kHandseed: {
             // Right-aligned, most significant byte first, as the reader turns them to text.
-            const uint64_t value = HexTextValue(TextField(vars, f.field_offset), f.capacity);
+            const uint64_t value = HandleTextToValue(TextField(vars, f.field_offset), f.capacity);
             for (size_t b = 0; b < f.size; ++b) {
                 const size_t shift = 8 * (f.size - 1 - b);
                 dest[b] = shift < 64 ? static_cast<uint8_t>(value >> shift) : 0;

@@ -27,6 +27,8 @@
 #include "dxf/dxf_numbers.h"
 #include "dxf/dxf_stream.h"
 
+#include "records/handle_text.h"
+
 #include <cstring>
 
 namespace {
@@ -34,17 +36,6 @@ namespace {
 constexpr size_t kMaxBlock = 65535;
 constexpr size_t kMaxPayload = 255;
 constexpr size_t kValueSize = static_cast<size_t>(CDxfStream::kValueSize);
-
-// The value of a hexadecimal digit, or -1.
-int HexDigit(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    return -1;
-}
 
 char FoldLetter(char c) {
     return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c;
@@ -85,10 +76,10 @@ void PutDouble(std::vector<uint8_t> &out, double d) {
 std::vector<uint8_t> HexBytes(const char *text) {
     std::vector<uint8_t> out;
     for (size_t i = 0; i + 1 < kValueSize && out.size() < kMaxPayload; i += 2) {
-        const int high = HexDigit(text[i]);
+        const int high = HexDigitValue(text[i]);
         if (high < 0)
             break;
-        const int low = HexDigit(text[i + 1]);
+        const int low = HexDigitValue(text[i + 1]);
         if (low < 0)
             break;
         out.push_back(static_cast<uint8_t>(high * 16 + low));
@@ -173,14 +164,7 @@ void CDxfEedCollector::Add(int16_t code, const char *value) {
         break;
     }
     case 1005: {
-        // Shifting a 64-bit value by a digit at a time keeps the last 16 digits.
-        uint64_t handle = 0;
-        for (size_t i = 0; i < length; ++i) {
-            const int d = HexDigit(value[i]);
-            if (d < 0)
-                break;
-            handle = (handle << 4) | static_cast<uint64_t>(d);
-        }
+        const uint64_t handle = HandleTextToValue(value, length);
         if (!Reserve(9))
             return;
         bytes_.push_back(tag);

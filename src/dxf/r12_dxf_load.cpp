@@ -283,20 +283,9 @@ int CR12Drawing::ReadBlockDxf(int16_t &block_number) {
     block->code = CDB_BLOCK;
     block->entities = std::make_unique<CR12EntityList>(this);
 
-    while (!Is(dxf_value, "ENDBLK")) {
-        const int kind = R12DxfEntityKind(dxf_value, true);
-        if (kind == 0)
+    while (!Is(dxf_value, "ENDBLK"))
+        if (!ReadEntityDxf(block->entities.get(), true))
             return InvalidDxf();
-        CR12Entity *entity = MakeR12Entity(this, kind);
-        const int read = entity ? entity->ReadDXF(dxf_value) : 0;
-        if (read != 1) {
-            // A name the class refuses ("3DLINE") cannot be gone past.
-            delete entity;
-            return InvalidDxf();
-        }
-        entity->SetCode(static_cast<int16_t>(kind));
-        KeepEntity(block->entities.get(), entity, true, false);
-    }
     auto end = std::make_unique<CR12EndBlock>(this);
     if (end->ReadDXF(dxf_value) != 1)
         return InvalidDxf();
@@ -313,18 +302,22 @@ int CR12Drawing::ReadEntitiesDxf() {
     if (!NextGroup())
         return InvalidDxf();
     block_counter = -1;
-    while (!Is(dxf_value, "ENDSEC")) {
-        const int kind = R12DxfEntityKind(dxf_value, false);
-        if (kind == 0)
+    while (!Is(dxf_value, "ENDSEC"))
+        if (!ReadEntityDxf(&entities, false))
             return InvalidDxf();
-        CR12Entity *entity = MakeR12Entity(this, kind);
-        const int read = entity ? entity->ReadDXF(dxf_value) : 0;
-        if (read != 1) {
-            delete entity;
-            return InvalidDxf();
-        }
-        entity->SetCode(static_cast<int16_t>(kind));
-        KeepEntity(&entities, entity, false, false);
+    return 1;
+}
+
+int CR12Drawing::ReadEntityDxf(CR12EntityList *list, bool in_block) {
+    const int kind = R12DxfEntityKind(dxf_value, in_block);
+    CR12Entity *entity = kind ? MakeR12Entity(this, kind) : nullptr;
+    // A kind without a class, or a name that its class refuses ("3DLINE" in a block),
+    // cannot be gone past.
+    if (!entity || entity->ReadDXF(dxf_value) != 1) {
+        delete entity;
+        return 0;
     }
+    entity->SetCode(static_cast<int16_t>(kind));
+    KeepEntity(list, entity, in_block, false);
     return 1;
 }

@@ -20,3 +20,27 @@ std::string HandleBytesToText(const uint8_t *bytes, size_t count) {
         text = "0";
     return text;
 }
+
+int HexDigitValue(char c) {
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    return -1;
+}
+
+uint64_t HandleTextToValue(const char *text, size_t limit) {
+    uint64_t value = 0;
+    if (!text)
+        return value;
+    // Shifting a 64-bit value by a digit at a time keeps the last 16 digits.
+    for (size_t i = 0; i < limit; ++i) {
+        const int digit = HexDigitValue(text[i]);
+        if (digit < 0)
+            break;
+        value = (value << 4) | uint64_t(digit);
+    }
+    return value;
+}

@@ -9,4 +9,12 @@
 // Bytes of a handle, first byte most significant, as text; all zero bytes give "0".
 std::string HandleBytesToText(const uint8_t *bytes, size_t count);
 
+// The value of a hexadecimal digit (either case), or -1.
+int HexDigitValue(char c);
+
+// The value of a handle's text: hexadecimal digits from the start, at most `limit` bytes
+// read, up to the first character that is not a digit; of a longer run the last 16 digits
+// count. Null or no digit gives 0.
+uint64_t HandleTextToValue(const char *text, size_t limit);
+
 #endif
