@@ -1,6 +1,8 @@
 // velko_bench: times opening and reading drawings.
 //
 //   velko_bench [--iterations N] [--seconds S] [--json] FILE...
+//   velko_bench --dxf [--entities N] [--keep DIR] [--form ascii|binary|both]
+//               [--iterations N] [--seconds S] [--json]
 //
 // For each file: opens it with CDBStartFileReading, reads every record of
 // every table with CDB<T>TableGet and the whole header with
@@ -15,8 +17,21 @@
 // CDBGetNextBlock, which loads entities and blocks; it prints the entities
 // walked per second and MB/s of the file for these rounds (open, load, walk,
 // close).
+//
+// --dxf makes two large release 12 DXF drawings of N entities (200 000 by default), one
+// ASCII and one binary, in a new temporary directory (or in DIR with --keep, where they
+// stay), and times, round by round, their load (CDBStartFileReading: a DXF loads whole)
+// and their walk (the main list and every block's list, entity by entity) apart. Per form
+// it prints the file's size and, for load, walk and load + walk, the best and the median
+// time of the rounds with MB/s and entities/s at each; the close that ends a round is
+// timed too but counted in neither. Rounds: N with --iterations, 5 by default; with
+// --seconds, also at least S seconds; the two forms take turns round by round. One untimed
+// round first checks that the walk visits every entity that was written.
 #include "velkow32.h"
 
+#include "dxf_maker.h"
+
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -26,26 +41,43 @@
 #include <string>
 #include <vector>
 
+#include <stdlib.h> // mkdtemp
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+// Entities of the drawings of the DXF mode unless --entities says otherwise.
+constexpr long kDefaultDxfEntities = 200000;
 
 struct Options {
     long iterations = 0; // 0: not given
     double seconds = 0;  // 0: not given
     bool json = false;
     std::vector<std::string> files;
+    // The DXF mode.
+    bool dxf = false;
+    long entities = kDefaultDxfEntities;
+    std::string keep_dir; // empty: a temporary directory, removed at the end
+    bool ascii = true;
+    bool binary = true;
 };
 
 void Usage(FILE *out) {
     std::fprintf(out,
                  "usage: velko_bench [--iterations N] [--seconds S] [--json] FILE...\n"
+                 "       velko_bench --dxf [--entities N] [--keep DIR] [--form ascii|binary|both]\n"
+                 "                   [--iterations N] [--seconds S] [--json]\n"
                  "Opens each drawing, reads all its table records and header variables and\n"
                  "closes it, N times or for at least S seconds (default 1 s; with both, until\n"
                  "both are reached), and prints bytes, iterations, opens per second, MB/s and\n"
                  "table records per second. Then, timed alike, opens and walks each drawing\n"
                  "(main section and every block) and prints entities per second and MB/s.\n"
-                 "--json prints one JSON object per file.\n");
+                 "--json prints one JSON object per file.\n"
+                 "--dxf makes a release 12 DXF of N entities (default 200000) in ASCII and in\n"
+                 "binary form, in a temporary directory or in DIR (kept), and times the load\n"
+                 "and the walk of each apart, N rounds (default 5) or at least S seconds;\n"
+                 "prints best and median times, MB/s and entities/s for load, walk and both.\n");
 }
 
 bool ParseArgs(int argc, char **argv, Options *o) {
@@ -83,6 +115,35 @@ bool ParseArgs(int argc, char **argv, Options *o) {
             }
         } else if (a == "--json") {
             o->json = true;
+        } else if (a == "--dxf") {
+            o->dxf = true;
+        } else if (a == "--entities") {
+            const char *v = value("--entities");
+            if (!v)
+                return false;
+            char *end = nullptr;
+            o->entities = std::strtol(v, &end, 10);
+            if (*end || o->entities < velko_bench::kMinEntities) {
+                std::fprintf(stderr, "velko_bench: bad entity count '%s' (at least %ld)\n", v,
+                             velko_bench::kMinEntities);
+                return false;
+            }
+        } else if (a == "--keep") {
+            const char *v = value("--keep");
+            if (!v)
+                return false;
+            o->keep_dir = v;
+        } else if (a == "--form") {
+            const char *v = value("--form");
+            if (!v)
+                return false;
+            std::string form = v;
+            o->ascii = form == "ascii" || form == "both";
+            o->binary = form == "binary" || form == "both";
+            if (!o->ascii && !o->binary) {
+                std::fprintf(stderr, "velko_bench: bad form '%s'\n", v);
+                return false;
+            }
         } else if (a.size() > 1 && a[0] == '-') {
             std::fprintf(stderr, "velko_bench: unknown option '%s'\n", a.c_str());
             return false;
@@ -90,12 +151,10 @@ bool ParseArgs(int argc, char **argv, Options *o) {
             o->files.push_back(a);
         }
     }
-    if (o->files.empty()) {
+    if (o->files.empty() && !o->dxf) {
         std::fprintf(stderr, "velko_bench: no drawing given\n");
         return false;
     }
-    if (o->iterations == 0 && o->seconds == 0)
-        o->seconds = 1.0;
     return true;
 }
 
@@ -291,6 +350,252 @@ bool BenchFile(const std::string &path, const Options &o, Result *r, int16_t *co
     return true;
 }
 
+// ---- The DXF mode ------------------------------------------------------------------------
+
+// Times of one phase over all rounds, in seconds.
+struct Phase {
+    std::vector<double> times;
+    double Best() const {
+        return times.empty() ? 0 : *std::min_element(times.begin(), times.end());
+    }
+    double Median() const {
+        if (times.empty())
+            return 0;
+        std::vector<double> sorted = times;
+        std::sort(sorted.begin(), sorted.end());
+        size_t n = sorted.size();
+        return n % 2 ? sorted[n / 2] : (sorted[n / 2 - 1] + sorted[n / 2]) / 2;
+    }
+};
+
+struct DxfResult {
+    Phase load, walk, both, close;
+};
+
+double Since(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// Opens the drawing and walks it, once; the phase times go to `r` when `timed`.
+// Returns the entities walked, or -1 with `code` set when the drawing does not open or
+// its entities cannot be loaded.
+long DxfRound(const std::string &path, DxfResult *r, bool timed, int16_t *code) {
+    Clock::time_point start = Clock::now();
+    int16_t h = CDBStartFileReading(path.c_str(), nullptr);
+    double load = Since(start);
+    if (h < 0) {
+        *code = CDBGetErrorNumber(-123);
+        return -1;
+    }
+    Clock::time_point walk_start = Clock::now();
+    long walked = WalkDrawing(h);
+    double walk = Since(walk_start);
+    if (walked < 0)
+        *code = CDBGetErrorNumber(h);
+    Clock::time_point close_start = Clock::now();
+    CDBEndOperation(h);
+    double close = Since(close_start);
+    if (timed && walked >= 0) {
+        r->load.times.push_back(load);
+        r->walk.times.push_back(walk);
+        r->both.times.push_back(load + walk);
+        r->close.times.push_back(close);
+    }
+    return walked;
+}
+
+void PrintPhase(const char *name, const Phase &p, long long bytes, long entities) {
+    auto rates = [&](double t, double *mbps, double *eps) {
+        *mbps = t > 0 ? static_cast<double>(bytes) / t / 1e6 : 0;
+        *eps = t > 0 ? static_cast<double>(entities) / t : 0;
+    };
+    double best = p.Best(), median = p.Median();
+    double best_mbps, best_eps, median_mbps, median_eps;
+    rates(best, &best_mbps, &best_eps);
+    rates(median, &median_mbps, &median_eps);
+    std::printf("  %-10s best %8.4f s %8.1f MB/s %11.0f entities/s   median %8.4f s %8.1f MB/s "
+                "%11.0f entities/s\n",
+                name, best, best_mbps, best_eps, median, median_mbps, median_eps);
+}
+
+std::string JsonPhase(const char *name, const Phase &p, long long bytes, long entities) {
+    double best = p.Best(), median = p.Median();
+    char buf[320];
+    std::snprintf(buf, sizeof buf,
+                  "\"%s\": {\"best_seconds\": %.6f, \"median_seconds\": %.6f, "
+                  "\"best_mb_per_second\": %.3f, \"median_mb_per_second\": %.3f, "
+                  "\"best_entities_per_second\": %.1f, \"median_entities_per_second\": %.1f}",
+                  name, best, median, best > 0 ? static_cast<double>(bytes) / best / 1e6 : 0,
+                  median > 0 ? static_cast<double>(bytes) / median / 1e6 : 0,
+                  best > 0 ? static_cast<double>(entities) / best : 0,
+                  median > 0 ? static_cast<double>(entities) / median : 0);
+    return buf;
+}
+
+// One form of the DXF mode: its file, what was written and what the rounds measured.
+struct DxfForm {
+    bool binary = false;
+    const char *name = "";
+    std::string path;
+    velko_bench::DxfLayout layout;
+    double make_seconds = 0;
+    long walked = 0;   // entities one walk visits
+    long expected = 0; // entities a walk should visit
+    bool ok = false;   // made and loaded; rounds go on while it stays set
+    DxfResult r;
+};
+
+// Makes the form's file and runs the untimed first round: the drawing opens, the walk
+// visits all, the caches are warm. Failures are reported.
+bool PrepareDxfForm(const std::string &dir, const Options &o, DxfForm *f) {
+    f->name = f->binary ? "binary" : "ascii";
+    f->path = dir + (f->binary ? "/bench_binary.dxf" : "/bench_ascii.dxf");
+    std::string error;
+    Clock::time_point make_start = Clock::now();
+    if (!velko_bench::MakeBenchDxf(f->path, f->binary, o.entities, &f->layout, &error)) {
+        std::fprintf(stderr, "velko_bench: %s: %s\n", f->name, error.c_str());
+        return false;
+    }
+    f->make_seconds = Since(make_start);
+    f->expected = velko_bench::ExpectedWalk(f->layout);
+    int16_t code = 0;
+    f->walked = DxfRound(f->path, &f->r, false, &code);
+    if (f->walked < 0) {
+        char message[64] = {};
+        CDBGetErrorMessage(code, message, sizeof message - 1);
+        std::fprintf(stderr, "velko_bench: %s: %s: does not load: %d %s\n", f->name,
+                     f->path.c_str(), code, message);
+        return false;
+    }
+    return true;
+}
+
+// Prints the figures of one form; true when its walk visited every entity written.
+bool ReportDxfForm(const DxfForm &f, const Options &o) {
+    const DxfResult &r = f.r;
+    const long long bytes = f.layout.bytes;
+    const bool complete = f.walked == f.expected;
+    if (o.json) {
+        std::printf("{\"form\": \"%s\", \"file\": %s, \"bytes\": %lld, \"entities\": %ld, "
+                    "\"main_entities\": %ld, \"blocks\": %ld, \"make_seconds\": %.6f, "
+                    "\"walked\": %ld, \"expected\": %ld, \"rounds\": %zu, %s, %s, %s, %s}\n",
+                    f.name, JsonString(f.path).c_str(), bytes, f.layout.entities,
+                    f.layout.main_entities, f.layout.blocks, f.make_seconds, f.walked, f.expected,
+                    r.load.times.size(), JsonPhase("load", r.load, bytes, f.walked).c_str(),
+                    JsonPhase("walk", r.walk, bytes, f.walked).c_str(),
+                    JsonPhase("load_walk", r.both, bytes, f.walked).c_str(),
+                    JsonPhase("close", r.close, bytes, f.walked).c_str());
+    } else {
+        std::printf("%s: %s: %lld bytes (%.2f MB), made in %.3f s\n", f.name, f.path.c_str(), bytes,
+                    static_cast<double>(bytes) / 1e6, f.make_seconds);
+        std::printf("  %ld entities: %ld in the main section, %ld in %ld block(s); "
+                    "a walk visits %ld (expected %ld%s)\n",
+                    f.layout.entities, f.layout.main_entities,
+                    f.layout.entities - f.layout.main_entities, f.layout.blocks, f.walked,
+                    f.expected, complete ? "" : ": MISMATCH");
+        std::printf("  %zu rounds; rates below count the file's bytes and the entities walked\n",
+                    r.load.times.size());
+        PrintPhase("load", r.load, bytes, f.walked);
+        PrintPhase("walk", r.walk, bytes, f.walked);
+        PrintPhase("load+walk", r.both, bytes, f.walked);
+        PrintPhase("close", r.close, bytes, f.walked);
+    }
+    std::fflush(stdout);
+    return complete;
+}
+
+// The DXF mode: 0 when every form made, loaded and walked in full.
+int RunDxf(const Options &o) {
+    namespace fs = std::filesystem;
+    std::string dir;
+    bool temporary = o.keep_dir.empty();
+    if (temporary) {
+        std::error_code ec;
+        fs::path base = fs::temp_directory_path(ec);
+        if (ec)
+            base = "/tmp";
+        std::string pattern = (base / "velko_bench.XXXXXX").string();
+        std::vector<char> name(pattern.begin(), pattern.end());
+        name.push_back('\0');
+        if (!mkdtemp(name.data())) {
+            std::fprintf(stderr, "velko_bench: cannot make a directory like %s\n", pattern.c_str());
+            return 1;
+        }
+        dir = name.data();
+    } else {
+        std::error_code ec;
+        fs::create_directories(o.keep_dir, ec);
+        if (!fs::is_directory(o.keep_dir, ec)) {
+            std::fprintf(stderr, "velko_bench: %s is no directory\n", o.keep_dir.c_str());
+            return 1;
+        }
+        dir = o.keep_dir;
+    }
+
+    std::vector<DxfForm> forms;
+    if (o.ascii)
+        forms.emplace_back();
+    if (o.binary) {
+        forms.emplace_back();
+        forms.back().binary = true;
+    }
+    int failures = 0;
+    for (DxfForm &f : forms) {
+        f.ok = PrepareDxfForm(dir, o, &f);
+        if (!f.ok)
+            ++failures;
+    }
+
+    // The forms take turns round by round, so that a change in the machine's load between
+    // two stretches of time does not fall on one form alone.
+    const long rounds = o.iterations > 0 ? o.iterations : (o.seconds > 0 ? 1 : 5);
+    Clock::time_point start = Clock::now();
+    for (long done = 0;; ++done) {
+        if (done >= rounds && (o.seconds == 0 || Since(start) >= o.seconds))
+            break;
+        bool any = false;
+        for (DxfForm &f : forms) {
+            if (!f.ok)
+                continue;
+            int16_t code = 0;
+            if (DxfRound(f.path, &f.r, true, &code) != f.walked) {
+                std::fprintf(stderr, "velko_bench: %s: a later round walked otherwise\n", f.name);
+                f.ok = false;
+                ++failures;
+                continue;
+            }
+            any = true;
+        }
+        if (!any)
+            break;
+    }
+
+    for (const DxfForm &f : forms)
+        if (f.ok && !ReportDxfForm(f, o))
+            ++failures;
+
+    if (!o.json && failures == 0 && o.entities == kDefaultDxfEntities) {
+        // The goal for the default drawing: the ASCII one loads and is walked in under 0.2 s,
+        // the binary one faster.
+        const DxfForm *ascii = nullptr, *binary = nullptr;
+        for (const DxfForm &f : forms)
+            (f.binary ? binary : ascii) = &f;
+        if (ascii)
+            std::printf("ascii load+walk: best %.4f s, median %.4f s: %s the 0.2 s goal\n",
+                        ascii->r.both.Best(), ascii->r.both.Median(),
+                        ascii->r.both.Best() < 0.2 ? "within" : "above");
+        if (ascii && binary)
+            std::printf("binary load+walk: best %.4f s, median %.4f s: %s than ascii\n",
+                        binary->r.both.Best(), binary->r.both.Median(),
+                        binary->r.both.Best() < ascii->r.both.Best() ? "faster" : "not faster");
+    }
+    if (temporary) {
+        std::error_code ec;
+        fs::remove_all(dir, ec);
+    }
+    return failures ? 1 : 0;
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -300,6 +605,10 @@ int main(int argc, char **argv) {
         return 2;
     }
     int failures = 0;
+    if (o.dxf && RunDxf(o) != 0)
+        ++failures;
+    if (o.iterations == 0 && o.seconds == 0)
+        o.seconds = 1.0;
     for (const std::string &path : o.files) {
         long long bytes = FileSize(path);
         Result r;

@@ -236,6 +236,39 @@ bool ScaleAndRound(uint64_t m, int shift, int k, uint64_t &floor_part, uint64_t 
 // Rounds a positive finite normal `v` to `digits` significant digits: the digits as an
 // integer in [10^(digits-1), 10^digits) and the decimal exponent of the first one. Exact;
 // false only for values outside the range it serves (tiny, subnormal or huge ones).
+// The quick road of FastDigits for the usual values: with P = 10^k exact and v * P below
+// 2^53, the product is exactly hi + lo (lo from a fused multiply-add), and the integer
+// nearest to it, ties to the even one, follows from hi's nearest integer and lo's sign.
+// False when the value lies outside that range.
+bool ProductDigits(double v, int digits, int e, uint64_t &mantissa, int &exponent) {
+    const int k = digits - 1 - e;
+    if (k < 0 || k > 22)
+        return false;
+    const double scale = kPow10Exact[k];
+    const double hi = v * scale;
+    if (!(hi < 9007199254740992.0)) // 2^53
+        return false;
+    const double lo = std::fma(v, scale, -hi);
+    double n = std::nearbyint(hi);
+    const double d = hi - n; // exact, at most one half
+    if (d == 0.5 && lo > 0)
+        n += 1.0;
+    else if (d == -0.5 && lo < 0)
+        n -= 1.0;
+    const uint64_t digits_value = static_cast<uint64_t>(n);
+    if (digits_value < kPow10Int[digits - 1] || digits_value > kPow10Int[digits])
+        return false; // the exponent's estimate was off: the exact road decides
+    if (digits_value == kPow10Int[digits]) {
+        // Rounding carried into a new digit: 9.99... became 10.0...
+        mantissa = kPow10Int[digits - 1];
+        exponent = e + 1;
+        return true;
+    }
+    mantissa = digits_value;
+    exponent = e;
+    return true;
+}
+
 bool FastDigits(double v, int digits, uint64_t &mantissa, int &exponent) {
     uint64_t bits;
     std::memcpy(&bits, &v, sizeof bits);
@@ -246,6 +279,13 @@ bool FastDigits(double v, int digits, uint64_t &mantissa, int &exponent) {
     int shift = biased - 1075; // v = m * 2^shift
     // floor(log10(2^(biased - 1023))): the exponent of v's first digit or one less.
     int e = ((biased - 1023) * 78913) >> 18;
+    if (digits <= 15) {
+        // The estimate is the exponent or one less; the larger is tried first when v
+        // reaches its power of ten.
+        const int guess = (e + 1 >= 0 && e + 1 <= 22 && v >= kPow10Exact[e + 1]) ? e + 1 : e;
+        if (ProductDigits(v, digits, guess, mantissa, exponent))
+            return true;
+    }
     for (int attempt = 0; attempt < 2; ++attempt) {
         uint64_t floor_part, n;
         if (!ScaleAndRound(m, shift, digits - 1 - e, floor_part, n))
@@ -303,32 +343,113 @@ const char kDigitPairs[201] = "00010203040506070809"
                               "80818283848586878889"
                               "90919293949596979899";
 
-// Writes the `digits` decimal digits of n (leading zeros included) to out.
+// Writes the four decimal digits of n (below 10000) to out.
+inline void WriteFour(uint32_t n, char *out) {
+    const uint32_t high = n / 100;
+    const uint32_t low = n - high * 100;
+    std::memcpy(out, kDigitPairs + 2 * high, 2);
+    std::memcpy(out + 2, kDigitPairs + 2 * low, 2);
+}
+
+// Writes the eight decimal digits of n (below 10^8) to out.
+inline void WriteEight(uint32_t n, char *out) {
+    const uint32_t high = n / 10000;
+    WriteFour(high, out);
+    WriteFour(n - high * 10000, out + 4);
+}
+
+// Writes the `digits` (1 to 17) decimal digits of n, leading zeros included, to out: all
+// sixteen or eight places are written into a scratch run in fixed steps and the wanted last
+// ones copied, which costs less than a division per digit.
 void WriteDigits(uint64_t n, int digits, char *out) {
-    int i = digits;
-    while (i >= 2) {
-        unsigned pair = static_cast<unsigned>(n % 100);
-        n /= 100;
-        out[--i] = kDigitPairs[2 * pair + 1];
-        out[--i] = kDigitPairs[2 * pair];
+    char run[24];
+    if (digits <= 8) {
+        WriteEight(static_cast<uint32_t>(n), run);
+        std::memcpy(out, run + 8 - digits, static_cast<size_t>(digits));
+        return;
     }
-    if (i == 1)
-        out[0] = static_cast<char>('0' + n % 10);
+    const uint64_t high = n / 100000000u;
+    WriteEight(static_cast<uint32_t>(n - high * 100000000u), run + 16);
+    if (digits <= 16) {
+        WriteEight(static_cast<uint32_t>(high), run + 8);
+        std::memcpy(out, run + 24 - digits, static_cast<size_t>(digits));
+        return;
+    }
+    const uint64_t top = high / 100000000u;
+    WriteEight(static_cast<uint32_t>(high - top * 100000000u), run + 8);
+    WriteEight(static_cast<uint32_t>(top), run);
+    std::memcpy(out, run + 24 - digits, static_cast<size_t>(digits));
+}
+
+// The double nearest to mantissa x 10^(exponent - digits + 1), when one exact operation
+// gives it: the digits are an integer below 2^53 and the power of ten is exact up to 10^22,
+// so a single multiplication or division rounds correctly, as the parser does.
+bool ExactlyRounded(uint64_t mantissa, int exponent, int digits, double &out) {
+    const int scale = digits - 1 - exponent;
+    if (scale >= 0 && scale <= 22) {
+        out = static_cast<double>(mantissa) / kPow10Exact[scale];
+        return true;
+    }
+    if (scale < 0 && scale >= -22) {
+        out = static_cast<double>(mantissa) * kPow10Exact[-scale];
+        return true;
+    }
+    return false;
+}
+
+// The fixed form of `mantissa` (`digits` digits, at most 12, the first of exponent e,
+// -1 <= e <= digits - 1) at `p`, trailing zeros of the fraction dropped: "12.5", "0.25",
+// "12345679", "3."; with `append_zero` a text that ends in the point gets a "0". The
+// digits are moved in fixed blocks of 16 bytes, so `p` needs 30 bytes of room. The end of
+// the text.
+char *WriteFixed(uint64_t mantissa, int digits, int e, bool append_zero, char *p) {
+    char run[48];
+    const uint64_t high = mantissa / 100000000u;
+    WriteEight(static_cast<uint32_t>(high), run);
+    WriteEight(static_cast<uint32_t>(mantissa - high * 100000000u), run + 8);
+    const char *first = run + 16 - digits;
+    char *point;
+    if (e >= 0) {
+        const int whole = e + 1;
+        if (whole == digits) {
+            std::memcpy(p, first, 16);
+            return p + digits; // all digits stand before the point: no point at all
+        }
+        std::memcpy(p, first, 16);
+        std::memcpy(p + whole + 1, first + whole, 16);
+        point = p + whole;
+    } else {
+        p[0] = '0';
+        std::memcpy(p + 2, first, 16);
+        point = p + 1;
+    }
+    *point = '.';
+    char *end = p + digits + 1 + (e < 0 ? 1 : 0);
+    // Trailing zeros of the fraction go; the point stays.
+    while (end > point + 1 && end[-1] == '0')
+        --end;
+    if (end == point + 1 && append_zero)
+        *end++ = '0';
+    return end;
 }
 
 } // namespace
 
-size_t DxfFormatSignificant(double value, int digits, bool append_zero, char *out) {
+size_t DxfFormatSignificant(double value, int digits, bool append_zero, char *out,
+                            double *rounded) {
     if (digits < 1)
         digits = 1;
     if (digits > 17)
         digits = 17;
+    if (rounded)
+        *rounded = value;
     char *p = out;
     if (std::isnan(value)) {
         std::memcpy(out, "nan", 4);
         return 3;
     }
-    if (std::signbit(value)) {
+    const bool negative = std::signbit(value);
+    if (negative) {
         *p++ = '-';
         value = -value;
     }
@@ -336,6 +457,8 @@ size_t DxfFormatSignificant(double value, int digits, bool append_zero, char *ou
         std::memcpy(p, "inf", 4);
         return static_cast<size_t>(p - out) + 3;
     }
+    // Without an exact road to the rounded value the text is parsed at the end.
+    bool rounded_known = rounded == nullptr || value == 0.0;
 
     // The digits go in one run after a free byte; the layout then moves the leading ones
     // left to make room for the point.
@@ -345,10 +468,24 @@ size_t DxfFormatSignificant(double value, int digits, bool append_zero, char *ou
         std::memset(run, '0', static_cast<size_t>(digits));
     } else {
         uint64_t mantissa = 0;
-        if (FastDigits(value, digits, mantissa, e))
+        if (FastDigits(value, digits, mantissa, e)) {
+            double magnitude = 0.0;
+            if (rounded && ExactlyRounded(mantissa, e, digits, magnitude)) {
+                *rounded = negative ? -magnitude : magnitude;
+                rounded_known = true;
+            }
+            if (digits <= 12 && e >= -1 && e <= digits - 1) {
+                // The usual case: the fixed form, written straight from the integer.
+                p = WriteFixed(mantissa, digits, e, append_zero, p);
+                *p = 0;
+                if (!rounded_known)
+                    *rounded = DxfTextToReal(out);
+                return static_cast<size_t>(p - out);
+            }
             WriteDigits(mantissa, digits, run);
-        else
+        } else {
             e = ExactDigits(value, digits, run);
+        }
     }
 
     const bool fixed = e >= -1 && e <= digits - 1;
@@ -395,5 +532,14 @@ size_t DxfFormatSignificant(double value, int digits, bool append_zero, char *ou
         *p++ = '0';
     }
     *p = 0;
+    if (!rounded_known)
+        *rounded = DxfTextToReal(out);
     return static_cast<size_t>(p - out);
+}
+
+double DxfRoundSignificant(double value, int digits) {
+    char text[40];
+    double rounded = value;
+    DxfFormatSignificant(value, digits, false, text, &rounded);
+    return rounded;
 }

@@ -31,6 +31,14 @@ int32_t DxfTextToInt(const char *text);
 //
 // So with 8 digits and append_zero: 1 -> "1.0", 0.05 -> "5.e-002", 12345678.9 ->
 // "12345679", 100000000 -> "1.e+008", 0.099 -> "9.9e-002".
-size_t DxfFormatSignificant(double value, int digits, bool append_zero, char *out);
+// With `rounded`, the value of the text is stored there too, as DxfTextToReal would read
+// it, without parsing the text where an exact road exists.
+size_t DxfFormatSignificant(double value, int digits, bool append_zero, char *out,
+                            double *rounded = nullptr);
+
+// The double that DxfTextToReal gives for the text of DxfFormatSignificant(value, digits):
+// `value` rounded to `digits` significant digits, without going through text. NaN and the
+// infinities stand as they are.
+double DxfRoundSignificant(double value, int digits);
 
 #endif

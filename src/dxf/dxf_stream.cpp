@@ -205,6 +205,7 @@ void CDxfStream::AttachInput(CDrawingFile *input, Form form, Release release) {
 }
 
 int CDxfStream::ReadGroup(int16_t *code, char *value) {
+    real_buffer_ = nullptr;
     if (input_ && code && value) {
         if (form_ == kAscii)
             return ReadGroupAscii(code, value);
@@ -379,7 +380,58 @@ int CDxfStream::ReadBinaryString(char *out) {
     return stored;
 }
 
+double CDxfStream::Real(const char *value) const {
+    if (value && value == real_buffer_)
+        return real_value_;
+    return DxfTextToReal(value);
+}
+
+void CDxfStream::DeliverReal(double real, char *value) {
+    DxfFormatSignificant(real, 12, false, value, &real_value_);
+    real_buffer_ = value;
+}
+
+bool CDxfStream::ReadGroupBinaryInSpan(int16_t *code, char *value) {
+    uint32_t available = 0;
+    const uint8_t *p = input_->Span(available);
+    // A code byte and the largest fixed value.
+    if (release_ != kRelease12 || !p || available < 9 || p[0] == 255)
+        return false;
+    const int c = p[0];
+    switch (Release12Value(c)) {
+    case BinaryValue::kReal:
+        *code = static_cast<int16_t>(c);
+        DeliverReal(LeDouble(p + 1), value);
+        input_->Advance(9);
+        return true;
+    case BinaryValue::kInt16:
+        *code = static_cast<int16_t>(c);
+        IntText(static_cast<int16_t>(Le16(p + 1)), value);
+        input_->Advance(3);
+        return true;
+    case BinaryValue::kString: {
+        const uint32_t room = available - 1 < uint32_t(kBinaryStringSize)
+                                  ? available - 1
+                                  : uint32_t(kBinaryStringSize);
+        const void *nul = std::memchr(p + 1, 0, room);
+        if (!nul)
+            return false;
+        const uint32_t length = static_cast<uint32_t>(static_cast<const uint8_t *>(nul) - p - 1);
+        if (length >= uint32_t(kBinaryStringSize))
+            return false;
+        *code = static_cast<int16_t>(c);
+        std::memcpy(value, p + 1, length + 1);
+        input_->Advance(length + 2);
+        return true;
+    }
+    default:
+        return false;
+    }
+}
+
 int CDxfStream::ReadGroupBinary(int16_t *code, char *value) {
+    if (ReadGroupBinaryInSpan(code, value))
+        return 1;
     int16_t c = 0;
     if (!ReadBinaryCode(&c)) {
         // No whole code is left: an empty group 0 stands for the end of the input, and
@@ -400,7 +452,7 @@ int CDxfStream::ReadGroupBinary(int16_t *code, char *value) {
         break;
     case BinaryValue::kReal:
         ReadBytes(raw, 8);
-        DxfFormatSignificant(LeDouble(raw), 12, false, value);
+        DeliverReal(LeDouble(raw), value);
         break;
     case BinaryValue::kInt16:
         ReadBytes(raw, 2);

@@ -52,6 +52,11 @@ public:
     // room for kValueSize bytes.
     int ReadGroup(int16_t *code, char *value);
 
+    // The real that the value of the group just read stands for: `value` is the buffer that
+    // ReadGroup filled. A binary real comes back as the stream rounded it to its text,
+    // without parsing that text again; any other value is parsed (DxfTextToReal).
+    double Real(const char *value) const;
+
     // True once a read has met the end of the input, in either form. The section readers
     // look at it so that a file that ends too early ends the load instead of stalling it.
     bool AtEnd() const { return at_end_; }
@@ -107,6 +112,11 @@ private:
     // LF or CR LF, no zero byte. False (nothing consumed) for anything else.
     bool ReadGroupAsciiInSpan(int16_t *code, char *value);
     int ReadGroupBinary(int16_t *code, char *value);
+    // The common case of a binary group of release 12: a one-byte code and its value whole
+    // in the input's buffer. False (nothing consumed) for anything else.
+    bool ReadGroupBinaryInSpan(int16_t *code, char *value);
+    // Delivers a binary real as text at 12 significant digits and keeps its value.
+    void DeliverReal(double real, char *value);
     // One line into `buffer` (of `size` bytes): at most size - 1 bytes taken from the file,
     // carriage returns counted among them but dropped wherever they stand, a line feed
     // stored and ending the line. 0 at the end of the file (also with bytes stored) or when
@@ -134,6 +144,9 @@ private:
     Release release_ = kRelease12;
     int32_t output_binary_ = 0;
     bool at_end_ = false;
+    // The last binary real: the buffer it was delivered in and its rounded value.
+    const char *real_buffer_ = nullptr;
+    double real_value_ = 0.0;
     char line_[kValueSize] = {};     // an ASCII value line, before it goes to the caller
     char scratch_[kValueSize] = {};  // the group of a typed header read
     std::vector<char> text_scratch_; // WriteText's copy of its text

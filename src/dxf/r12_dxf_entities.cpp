@@ -108,10 +108,10 @@ int CR12Entity::ReadDXF(char *name) {
                                                        (block_start ? 0 : bases[kLayerBase]));
             break;
         case 38:
-            record->elevation = DxfTextToReal(name);
+            record->elevation = stream.Real(name);
             break;
         case 39:
-            record->thickness = DxfTextToReal(name);
+            record->thickness = stream.Real(name);
             break;
         case 62:
             record->color = static_cast<int16_t>(DxfTextToInt(name));
@@ -122,13 +122,13 @@ int CR12Entity::ReadDXF(char *name) {
                 drawing->MarkPaperSpace();
             break;
         case 210:
-            record->extrusion.x = DxfTextToReal(name);
+            record->extrusion.x = stream.Real(name);
             break;
         case 220:
-            record->extrusion.y = DxfTextToReal(name);
+            record->extrusion.y = stream.Real(name);
             break;
         case 230:
-            record->extrusion.z = DxfTextToReal(name);
+            record->extrusion.z = stream.Real(name);
             break;
         default:
             if (const R12DxfGroup *g = layout->Find(group))
@@ -146,15 +146,16 @@ int CR12Entity::ReadDXF(char *name) {
 
 void CR12Entity::ReadDxfGroup(const R12DxfGroup &g, const char *value) {
     const int32_t *bases = drawing->Bases();
+    const CDxfStream &stream = drawing->Dxf();
     switch (g.value) {
     case R12DxfValue::kReal:
-        Store<double>(record, g.offset, DxfTextToReal(value));
+        Store<double>(record, g.offset, stream.Real(value));
         break;
     case R12DxfValue::kZElevation:
-        record->elevation = DxfTextToReal(value);
+        record->elevation = stream.Real(value);
         break;
     case R12DxfValue::kZBoth:
-        record->elevation = DxfTextToReal(value);
+        record->elevation = stream.Real(value);
         Store<double>(record, g.offset, record->elevation);
         break;
     case R12DxfValue::kInt16:

@@ -75,7 +75,7 @@ int CR12LayoutRecord::ReadDXF(R12DxfRecordContext &context, char *name) {
                 SetFlagsField(static_cast<uint8_t>(DxfTextToInt(name)));
                 break;
             case R12DxfValue::kReal:
-                Store<double>(body, group->offset, DxfTextToReal(name));
+                Store<double>(body, group->offset, stream.Real(name));
                 break;
             case R12DxfValue::kInt16:
                 Store<int16_t>(body, group->offset, static_cast<int16_t>(DxfTextToInt(name)));
@@ -103,18 +103,18 @@ int CR12LayoutRecord::ReadDXF(R12DxfRecordContext &context, char *name) {
             case R12DxfValue::kDash:
                 // A dash count is 16 bits: more lengths than that are not kept.
                 if (dashes.size() < 32767)
-                    dashes.push_back(DxfTextToReal(name));
+                    dashes.push_back(stream.Real(name));
                 break;
             case R12DxfValue::kPoint2Next:
             case R12DxfValue::kPoint3Next: {
                 // The groups behind the first coordinate are taken by position.
                 const int coordinates = group->value == R12DxfValue::kPoint2Next ? 2 : 3;
-                Store<double>(body, group->offset, DxfTextToReal(name));
+                Store<double>(body, group->offset, stream.Real(name));
                 for (int i = 1; i < coordinates; ++i) {
                     stream.ReadGroup(&code, name);
                     if (stream.AtEnd())
                         return -1;
-                    Store<double>(body, group->offset + 8 * size_t(i), DxfTextToReal(name));
+                    Store<double>(body, group->offset + 8 * size_t(i), stream.Real(name));
                 }
                 break;
             }

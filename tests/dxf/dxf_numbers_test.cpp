@@ -299,3 +299,31 @@ TEST(DxfFormatSignificant, NeighboursOfPowersOfTenMatchTheExactConversion) {
         }
     }
 }
+
+TEST(DxfRoundSignificant, EqualsTheValueOfTheFormattedText) {
+    std::mt19937_64 random(20261122);
+    std::uniform_real_distribution<double> nice(-1e6, 1e6);
+    for (int digits : {8, 12}) {
+        for (int i = 0; i < 400000; ++i) {
+            double v;
+            if (i % 2) {
+                uint64_t bits = random();
+                std::memcpy(&v, &bits, sizeof v);
+            } else {
+                v = std::round(nice(random) * 1000.0) / 1000.0;
+            }
+            char text[48];
+            double rounded = 0.0;
+            DxfFormatSignificant(v, digits, false, text, &rounded);
+            const double parsed = DxfTextToReal(text);
+            if (std::isnan(v)) {
+                EXPECT_TRUE(std::isnan(rounded));
+                continue;
+            }
+            ASSERT_EQ(std::memcmp(&rounded, &parsed, sizeof rounded), 0)
+                << text << " from " << v << " at " << digits << " digits";
+            const double again = DxfRoundSignificant(v, digits);
+            ASSERT_EQ(std::memcmp(&again, &parsed, sizeof again), 0) << text;
+        }
+    }
+}
