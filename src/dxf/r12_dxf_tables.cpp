@@ -67,9 +67,10 @@ int CR12LayoutRecord::ReadDXF(R12DxfRecordContext &context, char *name) {
         if (group) {
             switch (group->value) {
             case R12DxfValue::kName:
-                // Every reader keeps a name in 32 bytes: 31 characters and the terminator.
+                // Every reader keeps a name in 32 bytes: 31 characters and the terminator;
+                // an empty name is none, as in a DWG.
                 std::free(NameField());
-                SetNameField(CopyText(name, kR12NameBufferSize - 1));
+                SetNameField(*name ? CopyText(name, kR12NameBufferSize - 1) : nullptr);
                 break;
             case R12DxfValue::kFlags:
                 SetFlagsField(static_cast<uint8_t>(DxfTextToInt(name)));

@@ -864,3 +864,17 @@ TEST(R12DxfRead, ViewModeLeavesTheEntitiesForLoadEntities) {
     viewer.LoadEntities();
     EXPECT_EQ(viewer.kinds, (std::vector<int>{CDB_LINE, CDB_POINT}));
 }
+
+TEST(R12DxfRead, ReleaseThirteenDxfIsRefusedAsInvalidUntilItsReaderExists) {
+    DxfText dxf;
+    dxf.Section("HEADER").G(9, "$ACADVER").G(1, "AC1012").EndSection();
+    dxf.Section("ENTITIES").EndSection().Eof();
+    OpenDxf ascii(dxf);
+    EXPECT_FALSE(ascii.ok());
+    EXPECT_EQ(ascii.error(), CDB_ERR_INVALID_FILE);
+    // The release 13 check reads two-byte codes: a release 12 binary file is none of its,
+    // and the release 12 reader reports its own version mismatch.
+    OpenDxf binary(dxf, true);
+    EXPECT_FALSE(binary.ok());
+    EXPECT_EQ(binary.error(), CDB_ERR_VERSION_MISMATCH);
+}

@@ -66,6 +66,24 @@ void AddVariable(Report &report, int16_t h, const char *name) {
     }
 }
 
+// Whether the file is a binary DXF: its first 255 bytes hold the binary sentinel, the
+// test by which the library's open tells the two DXF forms apart.
+bool IsBinaryDxf(const char *file) {
+    char head[256] = {};
+    std::FILE *f = std::fopen(file, "rb");
+    if (!f)
+        return false;
+    size_t n = std::fread(head, 1, 255, f);
+    std::fclose(f);
+    static const char sentinel[] = "AutoCAD Binary DXF";
+    const size_t length = sizeof sentinel - 1;
+    for (size_t i = 0; i + length <= n; ++i) {
+        if (std::memcmp(head + i, sentinel, length) == 0)
+            return true;
+    }
+    return false;
+}
+
 int Refused(const char *file) {
     char message[64] = {};
     int16_t code = CDBGetErrorNumber(CDB_FAIL);
@@ -96,11 +114,21 @@ int RunInfo(int argc, char **argv) {
 
     CDB_FILE_INFO info;
     std::memset(&info, 0, sizeof info);
-    if (CDBGetDrawingFileInfo(file, &info) != 0)
-        return Refused(file);
+    const bool sniffed = CDBGetDrawingFileInfo(file, &info) == 0;
     int16_t h = CDBStartFileReading(file, nullptr);
     if (h == CDB_FAIL)
         return Refused(file);
+    if (!sniffed) {
+        // The sniff looks for the version as text in the first bytes, where a binary DXF
+        // keeps it behind the zero byte of its sentinel (and a text DXF may keep it further
+        // on): such a drawing opens all the same. Its kind comes from the sentinel, its
+        // version from the header that was read.
+        info.file_kind = IsBinaryDxf(file) ? CDB_FILE_BINARY_DXF : CDB_FILE_TEXT_DXF;
+        CDB_VAR_VALUE_type acadver;
+        std::memset(&acadver, 0, sizeof acadver);
+        if (CDBGetVariableValue(h, "acadver", &acadver) == CDB_VAR_TEXT)
+            std::snprintf(info.version, sizeof info.version, "%.6s", acadver.text);
+    }
 
     Report report;
     report.AddText("file", file);

@@ -1,0 +1,1799 @@
+// Robustness of release 12 DXF reading: damaged copies of every dxf12 drawing of the
+// corpus, and hand-made files on which a loose reader would stall.
+//
+// A damaged copy is made by the group structure of the file: group codes changed, lines
+// cut, values cut, the file truncated, bytes flipped, lines or groups swapped, sections
+// duplicated, values replaced by section words, extreme numbers or overlong text, line
+// ends broken, end markers taken out, extended data thrown in. An ASCII drawing is also
+// damaged in a binary rendition of its groups. Each copy is opened, and if it opens, its
+// main list, blocks, tables and header are read to the end; that must end without a
+// crash, a hang or a sanitizer report, within a time bound.
+//
+// Every copy is read in a child process, so that a crash or a stall is reported as a
+// failure that names the drawing, the copy's number, the seed and the damage, and the
+// run goes on; the damaged file is kept under the test's temporary folder for a rerun.
+// The copies come from std::mt19937 seeded per drawing from a fixed number, and the
+// environment variable VELKO_MUTATION_SCALE multiplies their number.
+#include "support/corpus.h"
+
+#include "velkow32.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cctype>
+#include <cmath>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <deque>
+#include <functional>
+#include <map>
+#include <random>
+#include <sstream>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/types.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define VELKO_DXF_MUTATION_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(undefined_behavior_sanitizer)
+#define VELKO_DXF_MUTATION_SANITIZED 1
+#endif
+#endif
+#ifndef VELKO_DXF_MUTATION_SANITIZED
+#define VELKO_DXF_MUTATION_SANITIZED 0
+#endif
+
+// Present under the leak sanitizer: checks for leaks now and says whether it found any.
+extern "C" int __lsan_do_recoverable_leak_check() __attribute__((weak));
+
+namespace velko_test {
+namespace dxf12 {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+// The fixed number every drawing's generator is seeded from.
+constexpr uint32_t kSeed = 0xD0C5D12Fu;
+
+// Damaged copies per drawing, before VELKO_MUTATION_SCALE; an ASCII drawing gets this
+// many more in its binary rendition.
+constexpr int kMutants = 500;
+constexpr int kBinaryRenditionMutants = 100;
+
+// Damaged copies that one child process reads, one after the other.
+constexpr int kBatch = 25;
+
+// A walk that goes on longer than this is taken as one that does not end.
+constexpr long kMaxSteps = 200000;
+
+double MutationScale() {
+    const char *env = std::getenv("VELKO_MUTATION_SCALE");
+    if (!env || !*env)
+        return 1.0;
+    double s = std::atof(env);
+    return s > 0.0 ? s : 1.0;
+}
+
+// One copy's open, reads and close must stay under this, in seconds of the reading
+// process's own processor time. Under a sanitizer the code runs several times slower.
+double TimeLimit() {
+    return VELKO_DXF_MUTATION_SANITIZED ? 10.0 : 2.0;
+}
+
+// A copy whose process has not ended after this many seconds of wall time is stopped
+// and counted as a stall.
+double StallLimit() {
+    return 3.0 * TimeLimit() + 2.0;
+}
+
+// ---------------------------------------------------------------------------
+// Reading a file as an application does, in the child process
+// ---------------------------------------------------------------------------
+
+// What a child process reports; fixed size, written in one piece to a pipe.
+struct ChildReport {
+    int32_t last = 0; // 1 for the closing report of a batch, which carries `leaks` only
+    int32_t opened = 0;
+    int16_t status = 0; // the handle, or the refusal
+    int16_t code = 0;   // the refusal's reason
+    int32_t records = 0;
+    double seconds = 0.0; // processor time of open, reads and close
+    int32_t leaks = 0;
+    char trouble[400] = {};
+};
+
+size_t Touch(const char *text) {
+    return text ? strnlen(text, 1 << 16) : 0;
+}
+
+// Reads what a list mode record points at and frees the copies it hands out.
+size_t TouchAndFree(CDB_ENTITY &r) {
+    size_t n = Touch(r.handle);
+    for (uint16_t k = 0; r.eed_data && k < r.eed_size; ++k)
+        n += r.eed_data[k];
+    char *texts[3] = {};
+    switch (r.entity_type) {
+    case CDB_TEXT:
+        texts[0] = r.text.text;
+        break;
+    case CDB_ATTDEF:
+        texts[0] = r.attdef.default_value;
+        texts[1] = r.attdef.prompt;
+        texts[2] = r.attdef.tag;
+        break;
+    case CDB_ATTRIB:
+        texts[0] = r.attrib.value;
+        texts[1] = r.attrib.tag;
+        break;
+    case CDB_DIMENSION:
+        texts[0] = r.dimension.text;
+        break;
+    case CDB_BLOCK:
+        texts[0] = r.block.xref_path;
+        texts[1] = r.block.name;
+        texts[2] = r.block.name_2;
+        break;
+    case CDB_VIEWPORT:
+        for (int16_t k = 0; r.viewport.frozen_layers && k < r.viewport.frozen_layer_count; ++k)
+            n += static_cast<size_t>(r.viewport.frozen_layers[k]);
+        break;
+    default:
+        break;
+    }
+    for (char *text : texts) {
+        n += Touch(text);
+        std::free(text);
+    }
+    return n;
+}
+
+class Walker {
+public:
+    explicit Walker(int16_t h) : h_(h) {}
+
+    void Note(const std::string &what) {
+        if (trouble.empty())
+            trouble = what;
+    }
+
+    // A list from its first entity to the end of the walk.
+    void List(int16_t block) {
+        const int16_t count = CDBEntityCount(h_, block);
+        CDB_ENTITY r;
+        std::memset(&r, 0, sizeof r);
+        int32_t id = CDBFirstEntity(h_, block);
+        if (id >= 0)
+            id = CDBGetCurrentEntity(h_, &r);
+        long delivered = 0;
+        while (id >= 0 && delivered < kMaxSteps) {
+            ++delivered;
+            sink += TouchAndFree(r);
+            std::memset(&r, 0, sizeof r);
+            id = CDBGetNextEntity(h_, &r);
+        }
+        records += delivered;
+        if (delivered >= kMaxSteps)
+            Note("list " + std::to_string(block) + " does not end");
+        else if (id != CDB_END_OF_WALK && id != CDB_FAIL && !(count >= 32767 && id < 0))
+            Note("list " + std::to_string(block) + " ended with " + std::to_string(id));
+        else if (id == CDB_END_OF_WALK && count >= 0 && count < 32767 && delivered != count)
+            Note("list " + std::to_string(block) + " gave " + std::to_string(delivered) + " of " +
+                 std::to_string(count));
+    }
+
+    void Blocks() {
+        const int16_t blocks = CDBBlockTableCount(h_);
+        CDB_STARTBLOCK_ENTITY_type b;
+        std::memset(&b, 0, sizeof b);
+        int16_t status = CDBGetFirstBlock(h_, &b);
+        int16_t index = 0;
+        while (status >= 0 && index <= std::max<int16_t>(blocks, 0)) {
+            sink += Touch(b.name) + Touch(b.name_2) + Touch(b.xref_path);
+            std::free(b.name);
+            std::free(b.name_2);
+            std::free(b.xref_path);
+            if (status == 0)
+                List(index);
+            ++index;
+            std::memset(&b, 0, sizeof b);
+            status = CDBGetNextBlock(h_, &b);
+        }
+        if (status >= 0)
+            Note("the block walk does not end");
+        else if (status != CDB_END_OF_BLOCKS && status != CDB_FAIL)
+            Note("the block walk ended with " + std::to_string(status));
+    }
+
+    template <typename Record, typename Toucher>
+    void Table(const char *name, int16_t (*count_fn)(int16_t),
+               int16_t (*get_fn)(int16_t, int16_t, Record *), Toucher touch) {
+        const int16_t count = count_fn(h_);
+        for (int16_t i = 0; i < count; ++i) {
+            Record r;
+            std::memset(&r, 0, sizeof r);
+            const int16_t s = get_fn(h_, i, &r);
+            if (s != 0 && s != CDB_DELETED) {
+                Note(std::string(name) + " record " + std::to_string(i) + " gave " +
+                     std::to_string(s));
+                continue;
+            }
+            sink += touch(r);
+            ++records;
+        }
+    }
+
+    void Tables() {
+        Table<CDB_BLOCK_TBL>("BLOCK", CDBBlockTableCount, CDBBlockTableGet,
+                             [](const CDB_BLOCK_TBL &r) { return Touch(r.name); });
+        Table<CDB_LAYER_TBL_type>("LAYER", CDBLayerTableCount, CDBLayerTableGet,
+                                  [](const CDB_LAYER_TBL_type &r) { return Touch(r.name); });
+        Table<CDB_LTYPE_TBL_type>("LTYPE", CDBLineTypeTableCount, CDBLineTypeTableGet,
+                                  [](const CDB_LTYPE_TBL_type &r) {
+                                      size_t n = Touch(r.name) + Touch(r.description);
+                                      const double *dashes = r.dashes;
+                                      for (int k = 0; dashes && k < r.dash_count; ++k) {
+                                          double d;
+                                          std::memcpy(&d, dashes + k, sizeof d);
+                                          n += d > 0.0 ? 1 : 0;
+                                      }
+                                      return n;
+                                  });
+        Table<CDB_STYLE_TBL_type>(
+            "STYLE", CDBStyleTableCount, CDBStyleTableGet, [](const CDB_STYLE_TBL_type &r) {
+                return Touch(r.name) + Touch(r.font_file) + Touch(r.bigfont_file);
+            });
+        Table<CDB_VPORT_TBL_type>("VPORT", CDBVportTableCount, CDBVportTableGet,
+                                  [](const CDB_VPORT_TBL_type &r) { return Touch(r.name); });
+        Table<CDB_VIEW_TBL_type>("VIEW", CDBViewTableCount, CDBViewTableGet,
+                                 [](const CDB_VIEW_TBL_type &r) { return Touch(r.name); });
+        Table<CDB_UCS_TBL_type>("UCS", CDBUCSTableCount, CDBUCSTableGet,
+                                [](const CDB_UCS_TBL_type &r) { return Touch(r.name); });
+        Table<CDB_APPID_TBL_type>("APPID", CDBAppidTableCount, CDBAppidTableGet,
+                                  [](const CDB_APPID_TBL_type &r) { return Touch(r.name); });
+        Table<CDB_DIMSTYLE_TBL_type>("DIMSTYLE", CDBDimStyleTableCount, CDBDimStyleTableGet,
+                                     [](const CDB_DIMSTYLE_TBL_type &r) {
+                                         return Touch(r.name) + Touch(r.dimpost) +
+                                                Touch(r.dimapost) + Touch(r.dimblk) +
+                                                Touch(r.dimblk1) + Touch(r.dimblk2);
+                                     });
+        if (CDBMLineStyleTableCount(h_) != CDB_FAIL)
+            Note("a release 12 drawing answers a multiline style count");
+    }
+
+    void Header() {
+        CDB_HEADER_type header;
+        std::memset(&header, 0, sizeof header);
+        if (CDBGetAllVariables(h_, &header) != 0) {
+            Note("CDBGetAllVariables failed");
+            return;
+        }
+        sink += Touch(header.acadver) + Touch(header.menu) + Touch(header.handseed) +
+                Touch(header.dwgcodepage) + Touch(header.dimpost) + Touch(header.dimapost) +
+                Touch(header.dimblk) + Touch(header.dimblk1) + Touch(header.dimblk2);
+        for (const char *name : {"acadver", "extmin", "limmax", "ltscale", "clayer", "celtype",
+                                 "dimstyle", "textstyle", "handseed", "angbase", "menu"}) {
+            CDB_VAR_VALUE_type v;
+            std::memset(&v, 0, sizeof v);
+            if (CDBGetVariableValue(h_, name, &v) < 0)
+                Note(std::string("variable ") + name + " unanswered");
+            sink += strnlen(v.text, sizeof v.text);
+        }
+    }
+
+    void Navigate() {
+        if (CDBFirstEntity(h_, -1) < 0)
+            return;
+        CDB_ENTITY r;
+        long steps = 0;
+        int16_t step = 0;
+        for (; steps < kMaxSteps; ++steps) {
+            std::memset(&r, 0, sizeof r);
+            step = CDBNavigate(h_, &r);
+            if (step < 0)
+                break;
+            sink += TouchAndFree(r);
+        }
+        if (steps >= kMaxSteps)
+            Note("CDBNavigate does not end");
+    }
+
+    void Viewports() {
+        CDB_ENTITY r;
+        std::memset(&r, 0, sizeof r);
+        int16_t vp = CDBGetFirstViewport(h_, &r);
+        long n = 0;
+        while (vp == 0 && n < kMaxSteps) {
+            ++n;
+            for (int16_t k = 0; r.viewport.frozen_layers && k < r.viewport.frozen_layer_count; ++k)
+                sink += static_cast<size_t>(r.viewport.frozen_layers[k]);
+            std::memset(&r, 0, sizeof r);
+            vp = CDBGetNextViewport(h_, &r);
+        }
+        if (n >= kMaxSteps)
+            Note("the viewport walk does not end");
+    }
+
+    std::string trouble;
+    long records = 0;
+    size_t sink = 0;
+
+private:
+    int16_t h_;
+};
+
+double ProcessSeconds() {
+    struct timespec ts;
+    if (clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts) != 0)
+        return 0.0;
+    return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
+}
+
+// The open and, when it succeeds, every read; then the close.
+ChildReport ReadFile(const std::string &path) {
+    ChildReport report;
+    const double start = ProcessSeconds();
+    std::string trouble;
+    CDB_FILE_INFO info;
+    std::memset(&info, 0, sizeof info);
+    const int16_t sniff = CDBGetDrawingFileInfo(path.c_str(), &info);
+    if (sniff != 0 && sniff != CDB_FAIL)
+        trouble = "CDBGetDrawingFileInfo gave " + std::to_string(sniff);
+    const int16_t h = CDBStartFileReading(path.c_str(), nullptr);
+    report.status = h;
+    if (h >= 0) {
+        report.opened = 1;
+        Walker w(h);
+        w.Tables();
+        w.Header();
+        w.List(-1);
+        w.Blocks();
+        w.Navigate();
+        w.Viewports();
+        report.records = static_cast<int32_t>(w.records);
+        if (trouble.empty())
+            trouble = w.trouble;
+        const int16_t closed = CDBEndOperation(h);
+        if (closed != 0 && trouble.empty())
+            trouble = "CDBEndOperation gave " + std::to_string(closed);
+        if (w.sink == static_cast<size_t>(-1))
+            std::puts(""); // never: keeps the reads
+    } else {
+        report.code = CDBGetErrorNumber(CDB_FAIL);
+        if (h != CDB_FAIL && trouble.empty())
+            trouble = "the open gave " + std::to_string(h);
+        if (report.code == 0 && trouble.empty())
+            trouble = "a refused open left no reason";
+    }
+    report.seconds = ProcessSeconds() - start;
+    std::snprintf(report.trouble, sizeof report.trouble, "%s", trouble.c_str());
+    return report;
+}
+
+// ---------------------------------------------------------------------------
+// Child processes
+// ---------------------------------------------------------------------------
+
+// How one file's reading ended, seen from the parent.
+struct Outcome {
+    bool finished = false; // the child reported on the file
+    bool stalled = false;  // stopped after StallLimit()
+    std::string failure;   // crash, sanitizer report, broken answer: empty when none
+    ChildReport report;
+};
+
+std::string Describe(int status) {
+    if (WIFSIGNALED(status))
+        return "killed by signal " + std::to_string(WTERMSIG(status));
+    if (WIFEXITED(status))
+        return "exit status " + std::to_string(WEXITSTATUS(status));
+    return "status " + std::to_string(status);
+}
+
+// Runs files in child processes, a few at a time. A child reads a batch of files, one
+// after the other, and reports on each as it goes; a crash or a stall ends the child, is
+// charged to the file that it was reading, and the rest of its batch goes to a new child.
+class ChildPool {
+public:
+    struct Job {
+        std::string description; // what the file is, for a report
+        Bytes bytes;             // the file's content
+    };
+    // Makes job `index`; called in order of the index.
+    using Make = std::function<Job(int index)>;
+    // Receives each outcome, in no fixed order.
+    using Done = std::function<void(int index, const Job &job, const Outcome &out)>;
+
+    ChildPool(int parallel, const std::string &tag, int batch)
+        : slots_(static_cast<size_t>(std::max(1, parallel))), tag_(tag),
+          batch_(static_cast<size_t>(std::max(1, batch))) {}
+    ~ChildPool() {
+        for (size_t i = 0; i < slots_.size(); ++i) {
+            for (size_t k = 0; k < batch_; ++k)
+                std::remove(SlotPath(i, k).c_str());
+        }
+    }
+    ChildPool(const ChildPool &) = delete;
+    ChildPool &operator=(const ChildPool &) = delete;
+
+    // Starts no further job; those running are waited for.
+    void Stop() { stop_ = true; }
+
+    void Run(int count, const Make &make, const Done &done) {
+        int made = 0;
+        std::deque<Pending> pending;
+        size_t busy = 0;
+        auto more = [&]() {
+            if (stop_)
+                return false;
+            if (pending.empty() && made < count) {
+                pending.push_back({made, make(made)});
+                ++made;
+            }
+            return !pending.empty();
+        };
+        for (;;) {
+            for (size_t i = 0; i < slots_.size(); ++i) {
+                Slot &s = slots_[i];
+                if (s.pid > 0 || !more())
+                    continue;
+                s = Slot();
+                while (s.batch.size() < batch_ && more()) {
+                    s.batch.push_back(std::move(pending.front()));
+                    pending.pop_front();
+                }
+                std::string failure = Start(&s, i);
+                if (s.pid > 0) {
+                    ++busy;
+                } else {
+                    for (Pending &p : s.batch) {
+                        Outcome out;
+                        out.failure = failure;
+                        done(p.index, p.job, out);
+                    }
+                    s.batch.clear();
+                }
+            }
+            if (busy == 0 && !more())
+                break;
+            bool progress = false;
+            for (Slot &s : slots_) {
+                if (s.pid <= 0)
+                    continue;
+                progress |= Drain(&s, done);
+                int status = 0;
+                pid_t r = waitpid(s.pid, &status, WNOHANG);
+                const double quiet = std::chrono::duration<double>(Clock::now() - s.last).count();
+                std::string failure;
+                bool stalled = false;
+                if (r == 0 && quiet > StallLimit()) {
+                    kill(s.pid, SIGKILL);
+                    waitpid(s.pid, &status, 0);
+                    char text[64];
+                    std::snprintf(text, sizeof text, "no end after %.0f s: the reading stalls",
+                                  StallLimit());
+                    failure = text;
+                    stalled = true;
+                } else if (r == s.pid) {
+                    Drain(&s, done);
+                    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
+                        failure = "the reading process ended abnormally (" + Describe(status) +
+                                  "): a crash or a sanitizer report, see its output";
+                    else if (s.reported < s.batch.size())
+                        failure = "the reading process ended without a report";
+                } else if (r < 0) {
+                    failure = "the reading process was lost";
+                } else {
+                    continue;
+                }
+                // The child is gone: the file it was reading takes the failure, the files
+                // after it go back to the queue.
+                close(s.fd);
+                s.fd = -1;
+                s.pid = 0;
+                --busy;
+                progress = true;
+                if (s.reported < s.batch.size()) {
+                    Outcome out;
+                    out.stalled = stalled;
+                    out.failure = failure;
+                    Pending &p = s.batch[s.reported];
+                    done(p.index, p.job, out);
+                    for (size_t k = s.batch.size(); k-- > s.reported + 1;)
+                        pending.push_front(std::move(s.batch[k]));
+                } else if (!failure.empty() && !s.batch.empty()) {
+                    Outcome out;
+                    out.failure = failure + " (after the last file of its batch)";
+                    done(s.batch.back().index, s.batch.back().job, out);
+                } else if (s.leaks && !s.batch.empty()) {
+                    Outcome out;
+                    out.failure = "the leak checker reported memory that was not freed, in one "
+                                  "of copies " +
+                                  std::to_string(s.batch.front().index) + " to " +
+                                  std::to_string(s.batch.back().index);
+                    done(s.batch.back().index, s.batch.back().job, out);
+                }
+                s.batch.clear();
+            }
+            if (!progress)
+                usleep(200);
+        }
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    struct Pending {
+        int index = 0;
+        Job job;
+    };
+    struct Slot {
+        pid_t pid = 0;
+        int fd = -1;
+        std::vector<Pending> batch;
+        size_t reported = 0; // reports received
+        int leaks = 0;
+        Clock::time_point last; // start, or the last report
+        std::string buffer;     // bytes of a report still incomplete
+    };
+
+    std::string SlotPath(size_t slot, size_t k) const {
+        return ::testing::TempDir() + "velko_dxf12_" + tag_ + "_" + std::to_string(::getpid()) +
+               "_" + std::to_string(slot) + "_" + std::to_string(k) + ".dxf";
+    }
+
+    // Writes the batch's files and starts the child; the failure when it could not.
+    std::string Start(Slot *s, size_t slot) {
+        std::vector<std::string> paths;
+        for (size_t k = 0; k < s->batch.size(); ++k) {
+            paths.push_back(SlotPath(slot, k));
+            const Bytes &b = s->batch[k].job.bytes;
+            if (!WriteWholeFile(paths.back(), b.data(), b.size()))
+                return "cannot write " + paths.back();
+        }
+        int fds[2];
+        if (pipe(fds) != 0)
+            return "no pipe";
+        std::fflush(stdout);
+        std::fflush(stderr);
+        pid_t pid = fork();
+        if (pid < 0) {
+            close(fds[0]);
+            close(fds[1]);
+            return "no fork";
+        }
+        if (pid == 0) {
+            close(fds[0]);
+            for (const std::string &path : paths) {
+                // A second guard, should the parent go first.
+                alarm(static_cast<unsigned>(StallLimit()) + 5);
+                ChildReport report = ReadFile(path);
+                if (write(fds[1], &report, sizeof report) != static_cast<ssize_t>(sizeof report))
+                    _exit(3);
+            }
+            ChildReport closing;
+            closing.last = 1;
+            if (__lsan_do_recoverable_leak_check)
+                closing.leaks = __lsan_do_recoverable_leak_check();
+            ssize_t written = write(fds[1], &closing, sizeof closing);
+            _exit(written == static_cast<ssize_t>(sizeof closing) ? 0 : 3);
+        }
+        close(fds[1]);
+        fcntl(fds[0], F_SETFL, fcntl(fds[0], F_GETFL) | O_NONBLOCK);
+        s->pid = pid;
+        s->fd = fds[0];
+        s->last = Clock::now();
+        return "";
+    }
+
+    // Takes the reports that have come in; true if there were any.
+    bool Drain(Slot *s, const Done &done) {
+        bool any = false;
+        char chunk[4096];
+        for (;;) {
+            ssize_t n = read(s->fd, chunk, sizeof chunk);
+            if (n <= 0)
+                break;
+            s->buffer.append(chunk, static_cast<size_t>(n));
+        }
+        while (s->buffer.size() >= sizeof(ChildReport)) {
+            ChildReport report;
+            std::memcpy(&report, s->buffer.data(), sizeof report);
+            s->buffer.erase(0, sizeof report);
+            s->last = Clock::now();
+            any = true;
+            if (report.last) {
+                s->leaks = report.leaks;
+                continue;
+            }
+            if (s->reported >= s->batch.size())
+                continue;
+            report.trouble[sizeof report.trouble - 1] = 0;
+            Outcome out;
+            out.finished = true;
+            out.report = report;
+            out.failure = report.trouble;
+            Pending &p = s->batch[s->reported++];
+            done(p.index, p.job, out);
+        }
+        return any;
+    }
+
+    std::vector<Slot> slots_;
+    std::string tag_;
+    size_t batch_;
+    bool stop_ = false;
+};
+
+int Parallelism() {
+    long n = sysconf(_SC_NPROCESSORS_ONLN);
+    return static_cast<int>(std::min<long>(std::max<long>(n, 1), 8));
+}
+
+// Keeps a damaged file for a rerun by hand; returns its path.
+std::string Keep(const Bytes &bytes, const std::string &tag) {
+    std::string path = ::testing::TempDir() + "velko_dxf12_failed_" + tag + ".dxf";
+    WriteWholeFile(path, bytes.data(), bytes.size());
+    return path;
+}
+
+// ---------------------------------------------------------------------------
+// The groups of a file, in both forms
+// ---------------------------------------------------------------------------
+
+// An ASCII DXF as lines, without their line ends.
+struct AsciiLines {
+    std::vector<std::string> lines;
+    bool crlf = false;
+    bool final_line_end = true;
+
+    static AsciiLines Of(const Bytes &bytes) {
+        AsciiLines a;
+        std::string line;
+        for (uint8_t c : bytes) {
+            if (c == '\n') {
+                if (!line.empty() && line.back() == '\r') {
+                    line.pop_back();
+                    a.crlf = true;
+                }
+                a.lines.push_back(line);
+                line.clear();
+            } else {
+                line.push_back(static_cast<char>(c));
+            }
+        }
+        a.final_line_end = line.empty();
+        if (!line.empty())
+            a.lines.push_back(line);
+        return a;
+    }
+
+    Bytes Join() const {
+        Bytes out;
+        const char *end = crlf ? "\r\n" : "\n";
+        for (size_t i = 0; i < lines.size(); ++i) {
+            out.insert(out.end(), lines[i].begin(), lines[i].end());
+            if (i + 1 < lines.size() || final_line_end)
+                out.insert(out.end(), end, end + std::strlen(end));
+        }
+        return out;
+    }
+
+    size_t Groups() const { return lines.size() / 2; }
+    int Code(size_t group) const {
+        return static_cast<int>(std::strtol(lines[2 * group].c_str(), nullptr, 10));
+    }
+    const std::string &Value(size_t group) const { return lines[2 * group + 1]; }
+};
+
+// The value types of a release 12 binary file, by group code.
+enum class BinaryValue { kString, kReal, kInt16, kInt32, kChunk, kNone };
+
+BinaryValue Release12Value(int code) {
+    if ((code >= 0 && code <= 9) || code == 999 || (code >= 1000 && code <= 1003) ||
+        (code >= 1005 && code <= 1009))
+        return BinaryValue::kString;
+    if ((code >= 10 && code <= 58) || (code >= 210 && code <= 230) ||
+        (code >= 1010 && code <= 1042))
+        return BinaryValue::kReal;
+    if ((code >= 62 && code <= 78) || code == 1070)
+        return BinaryValue::kInt16;
+    if (code == 1071)
+        return BinaryValue::kInt32;
+    if (code == 1004)
+        return BinaryValue::kChunk;
+    return BinaryValue::kNone;
+}
+
+const char kSentinel[22] = {'A', 'u', 't', 'o', 'C', 'A', 'D', ' ',  'B',  'i',  'n',
+                            'a', 'r', 'y', ' ', 'D', 'X', 'F', '\r', '\n', 0x1A, 0x00};
+
+// One group of a binary file: its code bytes and value bytes.
+struct BinaryGroup {
+    int code = 0;
+    Bytes bytes;         // code and value, as in the file
+    size_t value_at = 0; // where the value begins in `bytes`
+    std::string text;    // the value of a string group
+};
+
+Bytes CodeBytes(int code) {
+    if (code >= 0 && code < 255)
+        return {static_cast<uint8_t>(code)};
+    return {255, static_cast<uint8_t>(code & 0xFF), static_cast<uint8_t>((code >> 8) & 0xFF)};
+}
+
+BinaryGroup MakeBinaryGroup(int code, const std::string &value) {
+    BinaryGroup g;
+    g.code = code;
+    g.bytes = CodeBytes(code);
+    g.value_at = g.bytes.size();
+    switch (Release12Value(code)) {
+    case BinaryValue::kString:
+        g.text = value;
+        g.bytes.insert(g.bytes.end(), value.begin(), value.end());
+        g.bytes.push_back(0);
+        break;
+    case BinaryValue::kReal: {
+        double d = std::strtod(value.c_str(), nullptr);
+        uint8_t raw[8];
+        std::memcpy(raw, &d, 8);
+        g.bytes.insert(g.bytes.end(), raw, raw + 8);
+        break;
+    }
+    case BinaryValue::kInt16: {
+        long v = std::strtol(value.c_str(), nullptr, 10);
+        g.bytes.push_back(static_cast<uint8_t>(v & 0xFF));
+        g.bytes.push_back(static_cast<uint8_t>((v >> 8) & 0xFF));
+        break;
+    }
+    case BinaryValue::kInt32: {
+        long v = std::strtol(value.c_str(), nullptr, 10);
+        for (int i = 0; i < 4; ++i)
+            g.bytes.push_back(static_cast<uint8_t>((v >> (8 * i)) & 0xFF));
+        break;
+    }
+    case BinaryValue::kChunk: {
+        Bytes data;
+        for (size_t i = 0; i + 1 < value.size() && data.size() < 255; i += 2)
+            data.push_back(
+                static_cast<uint8_t>(std::strtol(value.substr(i, 2).c_str(), nullptr, 16)));
+        g.bytes.push_back(static_cast<uint8_t>(data.size()));
+        g.bytes.insert(g.bytes.end(), data.begin(), data.end());
+        break;
+    }
+    case BinaryValue::kNone:
+        break;
+    }
+    return g;
+}
+
+// The groups of a binary file after its sentinel, split by the release 12 value table;
+// a tail that does not split stays as one last group.
+std::vector<BinaryGroup> SplitBinary(const Bytes &bytes) {
+    std::vector<BinaryGroup> groups;
+    size_t p = sizeof kSentinel;
+    while (p < bytes.size()) {
+        BinaryGroup g;
+        const size_t start = p;
+        int code = bytes[p++];
+        if (code == 255) {
+            if (p + 2 > bytes.size())
+                break;
+            code = bytes[p] | (bytes[p + 1] << 8);
+            p += 2;
+        }
+        g.code = code;
+        g.value_at = p - start;
+        size_t end = p;
+        switch (Release12Value(code)) {
+        case BinaryValue::kString: {
+            while (end < bytes.size() && bytes[end] != 0)
+                ++end;
+            g.text.assign(bytes.begin() + static_cast<std::ptrdiff_t>(p),
+                          bytes.begin() + static_cast<std::ptrdiff_t>(end));
+            ++end;
+            break;
+        }
+        case BinaryValue::kReal:
+            end = p + 8;
+            break;
+        case BinaryValue::kInt16:
+            end = p + 2;
+            break;
+        case BinaryValue::kInt32:
+            end = p + 4;
+            break;
+        case BinaryValue::kChunk:
+            end = p < bytes.size() ? p + 1 + bytes[p] : p;
+            break;
+        case BinaryValue::kNone:
+            break;
+        }
+        end = std::min(end, bytes.size());
+        g.bytes.assign(bytes.begin() + static_cast<std::ptrdiff_t>(start),
+                       bytes.begin() + static_cast<std::ptrdiff_t>(end));
+        groups.push_back(g);
+        p = end;
+    }
+    return groups;
+}
+
+Bytes JoinBinary(const std::vector<BinaryGroup> &groups) {
+    Bytes out(kSentinel, kSentinel + sizeof kSentinel);
+    for (const BinaryGroup &g : groups)
+        out.insert(out.end(), g.bytes.begin(), g.bytes.end());
+    return out;
+}
+
+// The groups of an ASCII file in binary form; groups that a release 12 binary file
+// cannot carry are left out.
+std::vector<BinaryGroup> BinaryRendition(const AsciiLines &a) {
+    std::vector<BinaryGroup> groups;
+    for (size_t i = 0; i < a.Groups(); ++i) {
+        const int code = a.Code(i);
+        if (Release12Value(code) == BinaryValue::kNone || code < 0 || code > 32767 ||
+            (code >= 256 && code < 1000))
+            continue;
+        groups.push_back(MakeBinaryGroup(code, a.Value(i)));
+    }
+    return groups;
+}
+
+bool IsBinary(const Bytes &bytes) {
+    return bytes.size() >= sizeof kSentinel && std::memcmp(bytes.data(), kSentinel, 18) == 0;
+}
+
+// ---------------------------------------------------------------------------
+// Damage
+// ---------------------------------------------------------------------------
+
+const char *const kWords[] = {
+    "EOF",     "ENDSEC",  "SECTION", "HEADER",   "TABLES",   "BLOCKS",   "ENTITIES",  "TABLE",
+    "ENDTAB",  "BLOCK",   "ENDBLK",  "SEQEND",   "3DLINE",   "MTEXT",    "LAYER",     "LTYPE",
+    "VPORT",   "STYLE",   "VIEW",    "UCS",      "APPID",    "DIMSTYLE", "LINE",      "POLYLINE",
+    "VERTEX",  "INSERT",  "ATTRIB",  "VIEWPORT", "$ACADVER", "$EXTMIN",  "$HANDSEED", "*ACTIVE",
+    "BYBLOCK", "BYLAYER", "",        "0",        "AC1009",   "AC1012",   "{",         "}"};
+
+const char *const kNumbers[] = {"1e308",       "-1e308",   "1e999",  "-1e999",
+                                "nan",         "inf",      "-0",     "99999999999999999999",
+                                "-32769",      "65536",    "32768",  "2147483648",
+                                "-2147483649", "0x10",     "1.#INF", "",
+                                "   ",         "---",      "+",      ".",
+                                "e5",          "4.9e-324", "1e-400", " 70",
+                                "1,5",         "  -0.0e0"};
+
+const uint8_t kSpecialBytes[] = {0, 255, 0x7F, 0x80, 1, 0xFE};
+
+const int kCodes[] = {0,    1,    2,    3,    5,    6,    7,    8,    9,    10,   11,     20,
+                      30,   31,   38,   39,   40,   41,   42,   49,   50,   51,   62,     66,
+                      67,   68,   69,   70,   71,   72,   73,   74,   75,   78,   100,    105,
+                      140,  170,  210,  230,  255,  256,  330,  999,  1000, 1001, 1002,   1003,
+                      1004, 1005, 1010, 1020, 1030, 1040, 1070, 1071, 1099, -1,   -32768, 32767};
+
+// The damage of copy i: a repeating pattern over all kinds.
+enum class Damage {
+    kCode,
+    kCutLines,
+    kCutValue,
+    kTruncate,
+    kFlipBytes,
+    kSwap,
+    kDuplicateSection,
+    kWordValue,
+    kNumberValue,
+    kLongValue,
+    kLineEnds,
+    kDropMarker,
+    kExtendedData,
+    kRepeatGroups,
+    kCount
+};
+
+const char *DamageName(Damage d) {
+    switch (d) {
+    case Damage::kCode:
+        return "group code changed";
+    case Damage::kCutLines:
+        return "lines cut out";
+    case Damage::kCutValue:
+        return "value cut";
+    case Damage::kTruncate:
+        return "truncated";
+    case Damage::kFlipBytes:
+        return "bytes flipped";
+    case Damage::kSwap:
+        return "lines swapped";
+    case Damage::kDuplicateSection:
+        return "section duplicated";
+    case Damage::kWordValue:
+        return "value made a section word";
+    case Damage::kNumberValue:
+        return "value made an extreme number";
+    case Damage::kLongValue:
+        return "overlong value";
+    case Damage::kLineEnds:
+        return "line ends broken";
+    case Damage::kDropMarker:
+        return "end marker taken out";
+    case Damage::kExtendedData:
+        return "extended data thrown in";
+    case Damage::kRepeatGroups:
+        return "groups repeated";
+    default:
+        return "?";
+    }
+}
+
+class Mutator {
+public:
+    Mutator(const Bytes &original, uint32_t seed) : original_(original), rng_(seed) {
+        binary_ = IsBinary(original);
+        if (binary_) {
+            binary_groups_ = SplitBinary(original);
+        } else {
+            ascii_ = AsciiLines::Of(original);
+            rendition_ = BinaryRendition(ascii_);
+        }
+    }
+
+    // Copy `index` of the file's own form into `out`; what was done comes back.
+    std::string Make(int index, Bytes *out) {
+        const Damage d = static_cast<Damage>(index % static_cast<int>(Damage::kCount));
+        std::ostringstream what;
+        what << DamageName(d) << ":";
+        if (binary_)
+            *out = Binary(d, binary_groups_, &what);
+        else
+            *out = Ascii(d, &what);
+        return what.str();
+    }
+
+    // Copy `index` of the binary rendition of an ASCII file.
+    std::string MakeRendition(int index, Bytes *out) {
+        const Damage d = static_cast<Damage>(index % static_cast<int>(Damage::kCount));
+        std::ostringstream what;
+        what << "binary rendition, " << DamageName(d) << ":";
+        *out = Binary(d, rendition_, &what);
+        return what.str();
+    }
+
+    bool binary() const { return binary_; }
+
+private:
+    size_t Pick(size_t n) { return n ? std::uniform_int_distribution<size_t>(0, n - 1)(rng_) : 0; }
+    int Uniform(int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng_); }
+    template <typename T, size_t N> const T &OneOf(const T (&items)[N]) { return items[Pick(N)]; }
+
+    std::string RandomCodeText() {
+        switch (Uniform(0, 5)) {
+        case 0:
+            return std::to_string(Uniform(-5, 1100));
+        case 1: {
+            static const char *const garbage[] = {"abc",     "",  " 7 0", "1e3",
+                                                  "  70xyz", "-", "0x1F", "99999999999"};
+            return OneOf(garbage);
+        }
+        default: {
+            char text[16];
+            std::snprintf(text, sizeof text, "%3d", OneOf(kCodes));
+            return text;
+        }
+        }
+    }
+
+    // Spans of whole sections, as group index ranges [first, last).
+    template <typename CodeAt, typename ValueAt>
+    std::vector<std::pair<size_t, size_t>> Sections(size_t groups, CodeAt code, ValueAt value) {
+        std::vector<std::pair<size_t, size_t>> spans;
+        size_t start = groups;
+        for (size_t i = 0; i < groups; ++i) {
+            if (code(i) == 0 && value(i) == "SECTION")
+                start = i;
+            else if (code(i) == 0 && (value(i) == "ENDSEC" || value(i) == "ENDTAB") && start < i)
+                spans.push_back({start, i + 1});
+        }
+        for (size_t i = 0; i < groups; ++i) {
+            if (code(i) == 0 && value(i) == "TABLE") {
+                for (size_t j = i + 1; j < groups; ++j) {
+                    if (code(j) == 0 && value(j) == "ENDTAB") {
+                        spans.push_back({i, j + 1});
+                        break;
+                    }
+                }
+            }
+        }
+        return spans;
+    }
+
+    Bytes Ascii(Damage d, std::ostringstream *what) {
+        AsciiLines a = ascii_;
+        std::vector<std::string> &lines = a.lines;
+        const size_t groups = a.Groups();
+        auto value_line = [&]() { return groups ? 2 * Pick(groups) + 1 : 0; };
+        if (lines.empty()) {
+            *what << " empty original";
+            return a.Join();
+        }
+        switch (d) {
+        case Damage::kCode: {
+            const int n = Uniform(1, 3);
+            for (int i = 0; i < n && groups; ++i) {
+                const size_t g = Pick(groups);
+                lines[2 * g] = RandomCodeText();
+                *what << " line " << 2 * g << "=\"" << lines[2 * g] << "\"";
+            }
+            break;
+        }
+        case Damage::kCutLines: {
+            const size_t at = Pick(lines.size());
+            const size_t n =
+                std::min<size_t>(static_cast<size_t>(Uniform(1, 3)), lines.size() - at);
+            lines.erase(lines.begin() + static_cast<std::ptrdiff_t>(at),
+                        lines.begin() + static_cast<std::ptrdiff_t>(at + n));
+            *what << " " << n << " from line " << at;
+            break;
+        }
+        case Damage::kCutValue: {
+            const size_t l = value_line();
+            if (l < lines.size()) {
+                const size_t keep = Pick(lines[l].size() + 1);
+                lines[l].resize(keep);
+                *what << " line " << l << " kept " << keep << " bytes";
+            }
+            break;
+        }
+        case Damage::kTruncate: {
+            Bytes b = a.Join();
+            const size_t keep = Pick(b.size());
+            b.resize(keep);
+            *what << " to " << keep << " bytes";
+            return b;
+        }
+        case Damage::kFlipBytes: {
+            Bytes b = a.Join();
+            static const uint8_t special[] = {0, '\n', '\r', 0xFF, ' ', '0', 0x1A, 0x80};
+            const int n = Uniform(1, 8);
+            for (int i = 0; i < n && !b.empty(); ++i) {
+                const size_t at = Pick(b.size());
+                if (Uniform(0, 1))
+                    b[at] = OneOf(special);
+                else
+                    b[at] ^= static_cast<uint8_t>(Uniform(1, 255));
+                *what << " " << at << "=" << int(b[at]);
+            }
+            return b;
+        }
+        case Damage::kSwap: {
+            if (Uniform(0, 1) && groups > 1) {
+                // Two whole groups.
+                const size_t g = Pick(groups), h = Pick(groups);
+                std::swap(lines[2 * g], lines[2 * h]);
+                std::swap(lines[2 * g + 1], lines[2 * h + 1]);
+                *what << " groups " << g << " and " << h;
+            } else {
+                const size_t i = Pick(lines.size());
+                const size_t j =
+                    Uniform(0, 1) ? std::min(i + 1, lines.size() - 1) : Pick(lines.size());
+                std::swap(lines[i], lines[j]);
+                *what << " lines " << i << " and " << j;
+            }
+            break;
+        }
+        case Damage::kDuplicateSection: {
+            auto spans = Sections(
+                groups, [&](size_t g) { return a.Code(g); }, [&](size_t g) { return a.Value(g); });
+            size_t first = 0, last = 0;
+            if (!spans.empty() && Uniform(0, 3)) {
+                std::tie(first, last) = spans[Pick(spans.size())];
+            } else if (groups) {
+                first = Pick(groups);
+                last = std::min(groups, first + 1 + Pick(40));
+            }
+            std::vector<std::string> copy(lines.begin() + static_cast<std::ptrdiff_t>(2 * first),
+                                          lines.begin() + static_cast<std::ptrdiff_t>(2 * last));
+            const size_t to = Uniform(0, 1) ? 2 * last : 2 * Pick(groups + 1);
+            lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(std::min(to, lines.size())),
+                         copy.begin(), copy.end());
+            *what << " groups " << first << " to " << last << " copied to line " << to;
+            break;
+        }
+        case Damage::kWordValue: {
+            const int n = Uniform(1, 2);
+            for (int i = 0; i < n; ++i) {
+                const size_t l = value_line();
+                if (l < lines.size()) {
+                    lines[l] = OneOf(kWords);
+                    *what << " line " << l << "=\"" << lines[l] << "\"";
+                }
+            }
+            break;
+        }
+        case Damage::kNumberValue: {
+            // A numeric group's value, where there is one.
+            for (int tries = 0; tries < 20 && groups; ++tries) {
+                const size_t g = Pick(groups);
+                const int code = a.Code(g);
+                if (code >= 10 && code != 999 && code < 1000 + 72) {
+                    lines[2 * g + 1] = OneOf(kNumbers);
+                    if (Uniform(0, 5) == 0)
+                        lines[2 * g + 1] = std::string(static_cast<size_t>(Uniform(300, 700)), '9');
+                    *what << " group " << g << " (" << code << ")=\""
+                          << lines[2 * g + 1].substr(0, 24) << "\"";
+                    break;
+                }
+            }
+            break;
+        }
+        case Damage::kLongValue: {
+            const size_t l = value_line();
+            if (l < lines.size()) {
+                static const size_t lengths[] = {254, 255, 256, 299, 300,  509,
+                                                 510, 511, 512, 513, 1024, 5000};
+                const size_t n = OneOf(lengths) + static_cast<size_t>(Uniform(0, 2));
+                std::string text(n, 'A');
+                if (Uniform(0, 1))
+                    text = lines[l] + std::string(n, Uniform(0, 1) ? ' ' : '7');
+                lines[l] = text;
+                *what << " line " << l << " of " << lines[l].size() << " bytes";
+            }
+            break;
+        }
+        case Damage::kLineEnds: {
+            Bytes b = a.Join();
+            switch (Uniform(0, 4)) {
+            case 0: { // a line feed taken out: two lines become one
+                for (int tries = 0; tries < 50; ++tries) {
+                    const size_t at = Pick(b.size());
+                    if (b[at] == '\n') {
+                        b.erase(b.begin() + static_cast<std::ptrdiff_t>(at));
+                        *what << " line feed at " << at << " removed";
+                        break;
+                    }
+                }
+                break;
+            }
+            case 1: { // carriage returns in the middle of lines
+                const int n = Uniform(1, 6);
+                for (int i = 0; i < n && !b.empty(); ++i) {
+                    const size_t at = Pick(b.size());
+                    b.insert(b.begin() + static_cast<std::ptrdiff_t>(at), '\r');
+                    *what << " CR at " << at;
+                }
+                break;
+            }
+            case 2: // no line feed anywhere
+                std::replace(b.begin(), b.end(), static_cast<uint8_t>('\n'),
+                             static_cast<uint8_t>('\r'));
+                *what << " every line feed made a carriage return";
+                break;
+            case 3: { // zero bytes
+                const int n = Uniform(1, 4);
+                for (int i = 0; i < n && !b.empty(); ++i) {
+                    const size_t at = Pick(b.size());
+                    b.insert(b.begin() + static_cast<std::ptrdiff_t>(at), 0);
+                    *what << " NUL at " << at;
+                }
+                break;
+            }
+            default: // the last line feed taken off
+                while (!b.empty() && (b.back() == '\n' || b.back() == '\r'))
+                    b.pop_back();
+                *what << " no line end at the end";
+                break;
+            }
+            return b;
+        }
+        case Damage::kDropMarker: {
+            static const char *const markers[] = {"EOF",    "ENDSEC",  "ENDBLK", "ENDTAB",
+                                                  "SEQEND", "SECTION", "BLOCK",  "TABLE"};
+            const std::string marker = OneOf(markers);
+            std::vector<size_t> found;
+            for (size_t g = 0; g < groups; ++g) {
+                if (a.Code(g) == 0 && a.Value(g) == marker)
+                    found.push_back(g);
+            }
+            if (found.empty()) {
+                *what << " no " << marker;
+                break;
+            }
+            const size_t g = found[Pick(found.size())];
+            lines.erase(lines.begin() + static_cast<std::ptrdiff_t>(2 * g),
+                        lines.begin() + static_cast<std::ptrdiff_t>(2 * g + 2));
+            *what << " " << marker << " at group " << g;
+            break;
+        }
+        case Damage::kExtendedData: {
+            // Behind a random group 0's name: extended data, well or badly formed.
+            std::vector<size_t> names;
+            for (size_t g = 0; g < groups; ++g) {
+                if (a.Code(g) == 0)
+                    names.push_back(g);
+            }
+            if (names.empty())
+                break;
+            const size_t g = names[Pick(names.size())];
+            static const std::vector<std::vector<std::string>> kinds = {
+                {"1001", "ACAD", "1000", "text", "1070", "5"},
+                {"1001", "NOSUCHAPP", "1040", "nan", "1071", "99999999999"},
+                {"1004", "0", "1004", "ABC", "1004", std::string(600, 'F')},
+                {"1005", "FFFFFFFFFFFFFFFFFFFF", "1005", "xyz", "1003", "NOLAYER"},
+                {"1010", "1", "1020", "2", "1030", "3", "1011", "5"},
+                {"1020", "2", "1030", "3", "1013", "1e308"},
+                {"1000", std::string(300, 'x'), "1002", "{", "1002", "{"},
+                {"1014", "1", "1024", "2", "1034", "3", "1099", "?"},
+                {"1002", "}", "1071", "-", "1070", "70000"}};
+            const std::vector<std::string> &add = kinds[Pick(kinds.size())];
+            const size_t at = std::min(lines.size(), 2 * g + 2);
+            lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(at), add.begin(), add.end());
+            *what << " " << add.size() / 2 << " groups behind group " << g << " (" << add[0] << " "
+                  << add[1].substr(0, 16) << " ...)";
+            break;
+        }
+        case Damage::kRepeatGroups: {
+            if (!groups)
+                break;
+            const size_t g = Pick(groups);
+            const size_t n = 1 + Pick(std::min<size_t>(groups - g, 12));
+            const int times = Uniform(2, 60);
+            std::vector<std::string> span(lines.begin() + static_cast<std::ptrdiff_t>(2 * g),
+                                          lines.begin() + static_cast<std::ptrdiff_t>(2 * (g + n)));
+            for (int i = 0; i < times; ++i)
+                lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(2 * (g + n)), span.begin(),
+                             span.end());
+            *what << " " << n << " groups from " << g << " repeated " << times << " times";
+            break;
+        }
+        default:
+            break;
+        }
+        return a.Join();
+    }
+
+    Bytes Binary(Damage d, std::vector<BinaryGroup> groups, std::ostringstream *what) {
+        const size_t n = groups.size();
+        if (n == 0) {
+            *what << " no groups";
+            return JoinBinary(groups);
+        }
+        auto string_group = [&]() -> size_t {
+            for (int tries = 0; tries < 40; ++tries) {
+                size_t g = Pick(n);
+                if (Release12Value(groups[g].code) == BinaryValue::kString)
+                    return g;
+            }
+            return n;
+        };
+        switch (d) {
+        case Damage::kCode: {
+            const int k = Uniform(1, 3);
+            for (int i = 0; i < k; ++i) {
+                BinaryGroup &g = groups[Pick(n)];
+                Bytes value(g.bytes.begin() + static_cast<std::ptrdiff_t>(g.value_at),
+                            g.bytes.end());
+                Bytes code;
+                switch (Uniform(0, 3)) {
+                case 0:
+                    code = {static_cast<uint8_t>(Uniform(0, 255))};
+                    break;
+                case 1: // the escape with a code, or the escape alone
+                    code = {255, static_cast<uint8_t>(Uniform(0, 255)),
+                            static_cast<uint8_t>(Uniform(0, 255))};
+                    break;
+                default:
+                    code = CodeBytes(OneOf(kCodes) & 0x7FFF);
+                    break;
+                }
+                g.bytes = code;
+                g.value_at = code.size();
+                g.bytes.insert(g.bytes.end(), value.begin(), value.end());
+                *what << " code bytes " << int(code[0]) << (code.size() > 1 ? "+2" : "");
+            }
+            break;
+        }
+        case Damage::kCutLines: {
+            const size_t at = Pick(n);
+            const size_t k = std::min<size_t>(static_cast<size_t>(Uniform(1, 3)), n - at);
+            groups.erase(groups.begin() + static_cast<std::ptrdiff_t>(at),
+                         groups.begin() + static_cast<std::ptrdiff_t>(at + k));
+            *what << " " << k << " groups from " << at;
+            break;
+        }
+        case Damage::kCutValue: {
+            BinaryGroup &g = groups[Pick(n)];
+            const size_t keep = g.value_at + Pick(g.bytes.size() - g.value_at + 1);
+            g.bytes.resize(keep);
+            *what << " group of code " << g.code << " kept " << keep << " bytes";
+            break;
+        }
+        case Damage::kTruncate: {
+            Bytes b = JoinBinary(groups);
+            const size_t keep = Pick(b.size());
+            b.resize(keep);
+            *what << " to " << keep << " bytes";
+            return b;
+        }
+        case Damage::kFlipBytes: {
+            Bytes b = JoinBinary(groups);
+            const int k = Uniform(1, 8);
+            for (int i = 0; i < k; ++i) {
+                const size_t at = Pick(b.size());
+                b[at] = Uniform(0, 1) ? static_cast<uint8_t>(b[at] ^ Uniform(1, 255))
+                                      : OneOf(kSpecialBytes);
+                *what << " " << at << "=" << int(b[at]);
+            }
+            return b;
+        }
+        case Damage::kSwap: {
+            const size_t i = Pick(n);
+            const size_t j = Uniform(0, 1) ? std::min(i + 1, n - 1) : Pick(n);
+            std::swap(groups[i], groups[j]);
+            *what << " groups " << i << " and " << j;
+            break;
+        }
+        case Damage::kDuplicateSection: {
+            auto spans = Sections(
+                n, [&](size_t g) { return groups[g].code; },
+                [&](size_t g) { return groups[g].text; });
+            size_t first = Pick(n), last = std::min(n, first + 1 + Pick(40));
+            if (!spans.empty() && Uniform(0, 3))
+                std::tie(first, last) = spans[Pick(spans.size())];
+            std::vector<BinaryGroup> copy(groups.begin() + static_cast<std::ptrdiff_t>(first),
+                                          groups.begin() + static_cast<std::ptrdiff_t>(last));
+            const size_t to = Uniform(0, 1) ? last : Pick(n + 1);
+            groups.insert(groups.begin() + static_cast<std::ptrdiff_t>(to), copy.begin(),
+                          copy.end());
+            *what << " groups " << first << " to " << last << " copied to " << to;
+            break;
+        }
+        case Damage::kWordValue: {
+            const size_t g = string_group();
+            if (g < n) {
+                groups[g] = MakeBinaryGroup(groups[g].code, OneOf(kWords));
+                *what << " group " << g << "=\"" << groups[g].text << "\"";
+            }
+            break;
+        }
+        case Damage::kNumberValue: {
+            const size_t g = Pick(n);
+            const BinaryValue type = Release12Value(groups[g].code);
+            if (type == BinaryValue::kReal) {
+                static const double reals[] = {1e308, -1e308, 0.0, -0.0, 5e-324, 1e-300};
+                double v = Uniform(0, 2) ? OneOf(reals) : std::nan("");
+                if (Uniform(0, 3) == 0)
+                    v = Uniform(0, 1) ? HUGE_VAL : -HUGE_VAL;
+                std::memcpy(groups[g].bytes.data() + groups[g].value_at, &v, 8);
+                *what << " real of group " << g << "=" << v;
+            } else if (type == BinaryValue::kInt16 || type == BinaryValue::kInt32) {
+                for (size_t k = groups[g].value_at; k < groups[g].bytes.size(); ++k)
+                    groups[g].bytes[k] = Uniform(0, 1) ? 0xFF : 0x80;
+                *what << " integer of group " << g << " made extreme";
+            } else {
+                groups[g] = MakeBinaryGroup(groups[g].code, OneOf(kNumbers));
+                *what << " text of group " << g << " made a number";
+            }
+            break;
+        }
+        case Damage::kLongValue: {
+            const size_t g = string_group();
+            if (g < n) {
+                static const size_t lengths[] = {298, 299, 300, 301, 511, 512, 1000, 5000};
+                groups[g] = MakeBinaryGroup(groups[g].code, std::string(OneOf(lengths), 'B'));
+                *what << " string of group " << g << " of " << groups[g].text.size() << " bytes";
+            }
+            break;
+        }
+        case Damage::kLineEnds: {
+            // The binary counterpart: a string without its terminator, or a chunk whose
+            // length byte runs past the file.
+            Bytes b = JoinBinary(groups);
+            if (Uniform(0, 1)) {
+                const size_t g = string_group();
+                if (g < n) {
+                    groups[g].bytes.pop_back();
+                    *what << " string of group " << g << " lost its zero byte";
+                    return JoinBinary(groups);
+                }
+            }
+            Bytes chunk = CodeBytes(1004);
+            chunk.push_back(static_cast<uint8_t>(Uniform(1, 255)));
+            b.insert(b.end(), chunk.begin(), chunk.end());
+            *what << " a chunk longer than the rest of the file at the end";
+            return b;
+        }
+        case Damage::kDropMarker: {
+            static const char *const markers[] = {"EOF", "ENDSEC", "ENDBLK", "ENDTAB", "SEQEND"};
+            const std::string marker = OneOf(markers);
+            for (size_t g = n; g-- > 0;) {
+                if (groups[g].code == 0 && groups[g].text == marker && Uniform(0, 1)) {
+                    groups.erase(groups.begin() + static_cast<std::ptrdiff_t>(g));
+                    *what << " " << marker << " at group " << g;
+                    break;
+                }
+            }
+            break;
+        }
+        case Damage::kExtendedData: {
+            // Groups that a release 12 binary reader reads no value for, or extended data.
+            const size_t at = Pick(n + 1);
+            std::vector<BinaryGroup> add;
+            switch (Uniform(0, 3)) {
+            case 0:
+                add.push_back(MakeBinaryGroup(1001, "ACAD"));
+                add.push_back(MakeBinaryGroup(1000, std::string(299, 'x')));
+                add.push_back(MakeBinaryGroup(1010, "1"));
+                add.push_back(MakeBinaryGroup(1040, "2"));
+                break;
+            case 1: {
+                BinaryGroup g;
+                g.code = 100;
+                g.bytes = {100, 'A', 'c', 'D', 'b', 0};
+                g.value_at = 1;
+                add.push_back(g);
+                break;
+            }
+            case 2: {
+                BinaryGroup g;
+                g.code = 1004;
+                g.bytes = CodeBytes(1004);
+                g.value_at = g.bytes.size();
+                g.bytes.push_back(200);
+                g.bytes.push_back(1);
+                add.push_back(g);
+                break;
+            }
+            default:
+                add.push_back(MakeBinaryGroup(1071, "-1"));
+                add.push_back(MakeBinaryGroup(1005, "0123456789ABCDEF01"));
+                break;
+            }
+            groups.insert(groups.begin() + static_cast<std::ptrdiff_t>(at), add.begin(), add.end());
+            *what << " " << add.size() << " groups at " << at << " (code " << add[0].code << ")";
+            break;
+        }
+        case Damage::kRepeatGroups: {
+            const size_t g = Pick(n);
+            const size_t k = 1 + Pick(std::min<size_t>(n - g, 12));
+            const int times = Uniform(2, 60);
+            std::vector<BinaryGroup> span(groups.begin() + static_cast<std::ptrdiff_t>(g),
+                                          groups.begin() + static_cast<std::ptrdiff_t>(g + k));
+            for (int i = 0; i < times; ++i)
+                groups.insert(groups.begin() + static_cast<std::ptrdiff_t>(g + k), span.begin(),
+                              span.end());
+            *what << " " << k << " groups from " << g << " repeated " << times << " times";
+            break;
+        }
+        default:
+            break;
+        }
+        return JoinBinary(groups);
+    }
+
+    const Bytes &original_;
+    std::mt19937 rng_;
+    bool binary_ = false;
+    AsciiLines ascii_;
+    std::vector<BinaryGroup> binary_groups_;
+    std::vector<BinaryGroup> rendition_;
+};
+
+// FNV-1a of the drawing's path: each drawing's own seed, the same every run.
+uint32_t SeedFor(const std::string &relative) {
+    uint32_t h = 2166136261u;
+    for (char c : relative) {
+        h ^= static_cast<uint8_t>(c);
+        h *= 16777619u;
+    }
+    return kSeed ^ h;
+}
+
+// ---------------------------------------------------------------------------
+// Damaged copies of every dxf12 drawing
+// ---------------------------------------------------------------------------
+
+std::vector<std::string> Dxf12Files() {
+    std::vector<std::string> files = CorpusFiles("dxf12");
+    if (files.empty())
+        files.push_back("");
+    return files;
+}
+
+class Dxf12MutationTest : public testing::TestWithParam<std::string> {};
+
+TEST_P(Dxf12MutationTest, DamagedCopiesEndCleanlyAndInTime) {
+    VELKO_REQUIRE_CORPUS();
+    const std::string &relative = GetParam();
+    ASSERT_FALSE(relative.empty()) << "no dxf12 drawing in " << CorpusDir();
+    Bytes original;
+    ASSERT_TRUE(ReadWholeFile(CorpusPath(relative), &original)) << relative;
+    ASSERT_FALSE(original.empty());
+
+    const uint32_t seed = SeedFor(relative);
+    Mutator mutator(original, seed);
+    const int own = std::max(kMutants, static_cast<int>(kMutants * MutationScale()));
+    const int rendition =
+        mutator.binary() ? 0
+                         : std::max(1, static_cast<int>(kBinaryRenditionMutants * MutationScale()));
+
+    int opened = 0, failures = 0, stalls = 0;
+    double slowest = 0.0;
+    std::string slowest_what;
+    ChildPool pool(Parallelism(), "mutant", kBatch);
+    pool.Run(
+        own + rendition,
+        [&](int i) {
+            ChildPool::Job job;
+            const std::string damage =
+                i < own ? mutator.Make(i, &job.bytes) : mutator.MakeRendition(i - own, &job.bytes);
+            std::ostringstream what;
+            what << relative << " copy " << i << " (seed " << seed << "): " << damage;
+            job.description = what.str();
+            return job;
+        },
+        [&](int i, const ChildPool::Job &job, const Outcome &out) {
+            if (out.finished) {
+                opened += out.report.opened ? 1 : 0;
+                if (out.report.seconds > slowest) {
+                    slowest = out.report.seconds;
+                    slowest_what = job.description;
+                }
+            }
+            std::string failure = out.failure;
+            if (failure.empty() && out.report.seconds > TimeLimit())
+                failure = "too slow (" + std::to_string(out.report.seconds) + " s)";
+            if (!failure.empty() && ++failures <= 10) {
+                ADD_FAILURE() << failure << ": " << job.description << "; kept as "
+                              << Keep(job.bytes, TestNameFor(relative) + "_" + std::to_string(i));
+            }
+            // Each stall costs its whole time limit: a few are enough to report.
+            if (out.stalled && ++stalls >= 3) {
+                ADD_FAILURE() << "stopped after " << stalls << " stalls";
+                pool.Stop();
+            }
+        });
+    EXPECT_EQ(failures, 0) << failures << " damaged copies of " << relative << " went wrong";
+    RecordProperty("copies", own + rendition);
+    RecordProperty("opened", opened);
+    std::printf("[ dxf12 mutation ] %-40s %4d copies, %4d opened, slowest %.4f s\n",
+                relative.c_str(), own + rendition, opened, slowest);
+    if (slowest > TimeLimit() / 4)
+        std::printf("[ dxf12 mutation ] slowest: %s\n", slowest_what.c_str());
+}
+
+INSTANTIATE_TEST_SUITE_P(Corpus, Dxf12MutationTest, testing::ValuesIn(Dxf12Files()),
+                         [](const testing::TestParamInfo<std::string> &info) {
+                             return info.param.empty() ? std::string("no_corpus")
+                                                       : TestNameFor(info.param);
+                         });
+
+// ---------------------------------------------------------------------------
+// Hand-made files on which the reader would stall
+// ---------------------------------------------------------------------------
+
+// An ASCII DXF from (code, value) pairs, lines ended by a line feed.
+std::string Dxf(const std::vector<std::pair<int, std::string>> &groups) {
+    std::string text;
+    for (const auto &g : groups) {
+        char code[16];
+        std::snprintf(code, sizeof code, "%3d\n", g.first);
+        text += code + g.second + "\n";
+    }
+    return text;
+}
+
+using Groups = std::vector<std::pair<int, std::string>>;
+
+const Groups kHeader = {{0, "SECTION"},  {2, "HEADER"}, {9, "$ACADVER"}, {1, "AC1009"},
+                        {9, "$INSBASE"}, {10, "0.0"},   {20, "0.0"},     {30, "0.0"},
+                        {9, "$LTSCALE"}, {40, "1.0"},   {0, "ENDSEC"}};
+
+const Groups kTables = {{0, "SECTION"},    {2, "TABLES"},     {0, "TABLE"},      {2, "LTYPE"},
+                        {70, "1"},         {0, "LTYPE"},      {2, "CONTINUOUS"}, {70, "0"},
+                        {3, "Solid line"}, {72, "65"},        {73, "0"},         {40, "0.0"},
+                        {0, "ENDTAB"},     {0, "TABLE"},      {2, "LAYER"},      {70, "2"},
+                        {0, "LAYER"},      {2, "0"},          {70, "0"},         {62, "7"},
+                        {6, "CONTINUOUS"}, {0, "LAYER"},      {2, "WALLS"},      {70, "0"},
+                        {62, "1"},         {6, "CONTINUOUS"}, {0, "ENDTAB"},     {0, "ENDSEC"}};
+
+const Groups kBlock = {{0, "SECTION"}, {2, "BLOCKS"}, {0, "BLOCK"}, {8, "0"},    {2, "B1"},
+                       {70, "0"},      {10, "0.0"},   {20, "0.0"},  {30, "0.0"}, {0, "CIRCLE"},
+                       {8, "0"},       {10, "1.0"},   {20, "1.0"},  {30, "0.0"}, {40, "0.5"},
+                       {0, "ENDBLK"},  {8, "0"},      {0, "ENDSEC"}};
+
+const Groups kEntities = {{0, "SECTION"}, {2, "ENTITIES"}, {0, "LINE"}, {8, "WALLS"}, {10, "1.0"},
+                          {20, "2.0"},    {30, "0.0"},     {11, "3.0"}, {21, "4.0"},  {31, "0.0"},
+                          {0, "INSERT"},  {8, "0"},        {2, "B1"},   {10, "5.0"},  {20, "5.0"},
+                          {30, "0.0"},    {0, "ENDSEC"}};
+
+const Groups kEof = {{0, "EOF"}};
+
+Groups Join(std::initializer_list<Groups> parts) {
+    Groups all;
+    for (const Groups &p : parts)
+        all.insert(all.end(), p.begin(), p.end());
+    return all;
+}
+
+// `groups` with the group `name` at code 0 replaced by the groups `by`; the first one
+// found after `after` (a code 0 value) is replaced.
+Groups Replace(Groups groups, const std::string &after, const std::string &name, const Groups &by) {
+    bool seen = after.empty();
+    for (size_t i = 0; i < groups.size(); ++i) {
+        if (groups[i].first == 0 && groups[i].second == after)
+            seen = true;
+        if (seen && groups[i].first == 0 && groups[i].second == name) {
+            groups.erase(groups.begin() + static_cast<std::ptrdiff_t>(i));
+            groups.insert(groups.begin() + static_cast<std::ptrdiff_t>(i), by.begin(), by.end());
+            return groups;
+        }
+    }
+    ADD_FAILURE() << "no " << name << " after " << after;
+    return groups;
+}
+
+Bytes BytesOf(const std::string &text) {
+    return Bytes(text.begin(), text.end());
+}
+
+// A binary file of the same groups.
+Bytes BinaryOf(const Groups &groups) {
+    std::vector<BinaryGroup> binary;
+    for (const auto &g : groups)
+        binary.push_back(MakeBinaryGroup(g.first, g.second));
+    return JoinBinary(binary);
+}
+
+class Dxf12Stall : public testing::Test {
+protected:
+    // Reads `bytes` in a child process; the outcome, with a failure of the test when the
+    // reading crashed or stalled.
+    Outcome Read(const Bytes &bytes, const std::string &what) {
+        Outcome result;
+        ChildPool pool(1, "stall", 1);
+        pool.Run(
+            1,
+            [&](int) {
+                return ChildPool::Job{what, bytes};
+            },
+            [&](int, const ChildPool::Job &, const Outcome &out) { result = out; });
+        EXPECT_TRUE(result.finished)
+            << result.failure << ": " << what << "; kept as " << Keep(bytes, "stall");
+        if (result.finished) {
+            EXPECT_LE(result.report.seconds, TimeLimit()) << "too slow: " << what;
+        }
+        return result;
+    }
+
+    // The file must be refused as "Invalid File.".
+    void ExpectRefused(const Bytes &bytes, const std::string &what) {
+        Outcome out = Read(bytes, what);
+        if (!out.finished)
+            return;
+        EXPECT_EQ(out.report.opened, 0) << what << " opened";
+        EXPECT_EQ(out.report.status, CDB_FAIL) << what;
+        EXPECT_EQ(out.report.code, CDB_ERR_INVALID_FILE) << what;
+        EXPECT_EQ(std::string(out.report.trouble), "") << what;
+    }
+    void ExpectRefused(const Groups &groups, const std::string &what, bool also_binary = true) {
+        ExpectRefused(BytesOf(Dxf(groups)), what + " (ASCII)");
+        if (also_binary)
+            ExpectRefused(BinaryOf(groups), what + " (binary)");
+    }
+};
+
+TEST_F(Dxf12Stall, TheWholeDrawingOpensInBothForms) {
+    // The file the cases below damage: whole, it opens, as ASCII and as binary.
+    const Groups whole = Join({kHeader, kTables, kBlock, kEntities, kEof});
+    for (const Bytes &bytes : {BytesOf(Dxf(whole)), BinaryOf(whole)}) {
+        Outcome out = Read(bytes, "the whole drawing");
+        ASSERT_TRUE(out.finished) << out.failure;
+        EXPECT_EQ(out.report.opened, 1) << "error " << out.report.code;
+        EXPECT_EQ(std::string(out.report.trouble), "");
+        // Tables, header, the line, the insert, the end marker, the block's circle and
+        // end: the walker read them all.
+        EXPECT_GT(out.report.records, 5);
+    }
+}
+
+TEST_F(Dxf12Stall, FileWithoutEofIsRefused) {
+    ExpectRefused(Join({kHeader, kTables, kBlock, kEntities}), "no EOF");
+}
+
+TEST_F(Dxf12Stall, EofOnALastLineWithoutLineFeedIsNotSeen) {
+    // A last line without its line feed is never delivered: the "EOF" is not read.
+    std::string text = Dxf(Join({kHeader, kTables, kBlock, kEntities, kEof}));
+    ASSERT_EQ(text.back(), '\n');
+    text.pop_back();
+    ExpectRefused(BytesOf(text), "EOF without a line feed");
+}
+
+TEST_F(Dxf12Stall, FileEndingInsideAnEntityIsRefused) {
+    std::string text = Dxf(Join({kHeader, kTables, kBlock, kEntities}));
+    // Cut behind the line's first coordinate.
+    const size_t at = text.find(" 10\n1.0\n", text.find("ENTITIES"));
+    ASSERT_NE(at, std::string::npos);
+    ExpectRefused(BytesOf(text.substr(0, at + 8)), "end inside an entity (ASCII)");
+    Groups groups = Join({kHeader, kTables, kBlock});
+    groups.insert(groups.end(), kEntities.begin(), kEntities.begin() + 5);
+    ExpectRefused(BinaryOf(groups), "end inside an entity (binary)");
+}
+
+TEST_F(Dxf12Stall, FileEndingInsideATableIsRefused) {
+    std::string text = Dxf(Join({kHeader, kTables, kBlock, kEntities, kEof}));
+    const size_t at = text.find("  2\nWALLS\n");
+    ASSERT_NE(at, std::string::npos);
+    ExpectRefused(BytesOf(text.substr(0, at + 10)), "end inside a layer record (ASCII)");
+    Groups groups = kHeader;
+    groups.insert(groups.end(), kTables.begin(), kTables.begin() + 23);
+    ExpectRefused(BinaryOf(groups), "end inside a layer record (binary)");
+}
+
+TEST_F(Dxf12Stall, FileEndingAfterTheHeaderIsRefused) {
+    ExpectRefused(kHeader, "nothing after the header");
+    ExpectRefused(Join({kHeader, kTables}), "nothing after the tables");
+}
+
+TEST_F(Dxf12Stall, UnknownKindInEntitiesIsRefused) {
+    // The first entity of the section: there is no previous object to hand it to.
+    ExpectRefused(Join({kHeader, kTables, kBlock,
+                        Replace(kEntities, "", "LINE", {{0, "MTEXT"}, {8, "0"}, {1, "x"}}), kEof}),
+                  "MTEXT as the first entity");
+    // Behind a known entity.
+    ExpectRefused(Join({kHeader, kTables, kBlock,
+                        Replace(kEntities, "", "INSERT", {{0, "FOO"}, {8, "0"}}), kEof}),
+                  "FOO behind a LINE");
+    // "3DLINE" is known in blocks only.
+    ExpectRefused(
+        Join({kHeader, kTables, kBlock,
+              Replace(kEntities, "", "INSERT",
+                      {{0, "3DLINE"}, {8, "0"}, {10, "0"}, {20, "0"}, {11, "1"}, {21, "1"}}),
+              kEof}),
+        "3DLINE in ENTITIES");
+}
+
+TEST_F(Dxf12Stall, UnknownKindInBlocksIsRefused) {
+    ExpectRefused(
+        Join({kHeader, kTables, Replace(kBlock, "", "CIRCLE", {{0, "MTEXT"}, {8, "0"}, {1, "x"}}),
+              kEntities, kEof}),
+        "MTEXT in a block");
+    ExpectRefused(Join({kHeader, kTables,
+                        Replace(kBlock, "", "ENDBLK", {{0, "LWPOLYLINE"}, {8, "0"}, {0, "ENDBLK"}}),
+                        kEntities, kEof}),
+                  "LWPOLYLINE behind a block's circle");
+}
+
+TEST_F(Dxf12Stall, ThreeDLineInABlockIsRefused) {
+    // Dispatched to the line class, whose reader refuses the name: the section stalls.
+    ExpectRefused(Join({kHeader, kTables,
+                        Replace(kBlock, "", "CIRCLE",
+                                {{0, "3DLINE"},
+                                 {8, "0"},
+                                 {10, "0"},
+                                 {20, "0"},
+                                 {30, "0"},
+                                 {11, "1"},
+                                 {21, "1"},
+                                 {31, "1"}}),
+                        kEntities, kEof}),
+                  "3DLINE in a block");
+}
+
+TEST_F(Dxf12Stall, EmptyFileAfterTheHeaderIsRefused) {
+    // The header, and nothing more: not even the end of its section.
+    Groups head(kHeader.begin(), kHeader.end() - 1);
+    ExpectRefused(head, "the header without its end");
+    ExpectRefused(BytesOf(Dxf(kHeader) + std::string(64, '\n')), "the header and empty lines");
+    ExpectRefused(BytesOf(Dxf(kHeader) + std::string(64, ' ')), "the header and blanks");
+}
+
+} // namespace
+} // namespace dxf12
+} // namespace velko_test
