@@ -118,17 +118,19 @@ double DxfTextToReal(const char *text) {
     return negative ? -value : value;
 }
 
-int32_t DxfTextToInt(const char *text) {
+int32_t DxfTextToInt(const char *text, const char *end) {
     if (!text)
         return 0;
+    // Without an end the text ends at its NUL, which no rule below passes.
+    auto more = [end](const char *at) { return end == nullptr || at < end; };
     const char *p = text;
-    while (IsBlank(*p))
+    while (more(p) && IsBlank(*p))
         ++p;
     bool negative = false;
-    if (*p == '+' || *p == '-')
+    if (more(p) && (*p == '+' || *p == '-'))
         negative = *p++ == '-';
     int64_t value = 0;
-    for (; IsDigit(*p); ++p) {
+    for (; more(p) && IsDigit(*p); ++p) {
         value = value * 10 + (*p - '0');
         if (value > static_cast<int64_t>(INT32_MAX) + 1)
             value = static_cast<int64_t>(INT32_MAX) + 1; // held; more digits change nothing

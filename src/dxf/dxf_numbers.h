@@ -17,8 +17,9 @@ double DxfTextToReal(const char *text);
 
 // The integer at the start of `text`, as atoi reads it: leading blanks skipped, an
 // optional sign, decimal digits up to the first other character; 0 when there are none. A
-// value outside the 32-bit range is held at INT32_MIN or INT32_MAX. Null is 0.
-int32_t DxfTextToInt(const char *text);
+// value outside the 32-bit range is held at INT32_MIN or INT32_MAX. Null is 0. With `end`
+// the text stops there as well as at its NUL.
+int32_t DxfTextToInt(const char *text, const char *end = nullptr);
 
 // Writes `value` rounded to `digits` significant digits (1 to 17) into `out` (room for 32
 // bytes) and returns the text's length. With e the decimal exponent of the first

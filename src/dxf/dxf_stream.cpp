@@ -40,34 +40,21 @@ BinaryValue Release12Value(int code) {
     return BinaryValue::kNothing;
 }
 
-// The value types of a release 13 binary file; whatever is not listed is a string.
+// The value types of a release 13 binary file: those of release 12 and the codes that
+// release 13 brought; whatever is not listed is a string.
 BinaryValue Release13Value(int code) {
-    if (code >= 0 && code <= 9)
-        return BinaryValue::kString;
-    if (code >= 10 && code <= 58)
-        return BinaryValue::kReal;
-    if (code >= 62 && code <= 78)
-        return BinaryValue::kInt16;
+    const BinaryValue known = Release12Value(code);
+    if (known != BinaryValue::kNothing)
+        return known;
     if (code >= 90 && code <= 99)
         return BinaryValue::kInt32;
     if (code >= 140 && code <= 147)
         return BinaryValue::kReal;
-    if (code >= 170 && code <= 178)
+    if ((code >= 170 && code <= 178) || (code >= 270 && code <= 275) ||
+        (code >= 280 && code <= 289))
         return BinaryValue::kInt16;
-    if (code >= 210 && code <= 230)
-        return BinaryValue::kReal;
-    if (code >= 270 && code <= 275)
-        return BinaryValue::kInt16;
-    if (code >= 280 && code <= 289)
-        return BinaryValue::kInt16;
-    if (code == 310 || code == 1004)
+    if (code == 310)
         return BinaryValue::kChunk;
-    if (code >= 1010 && code <= 1042)
-        return BinaryValue::kReal;
-    if (code == 1070)
-        return BinaryValue::kInt16;
-    if (code == 1071)
-        return BinaryValue::kInt32;
     return BinaryValue::kString;
 }
 
@@ -172,27 +159,6 @@ stopped:
     return nullptr;
 }
 
-// The number at the start of a code line [p, end), as DxfTextToInt reads the same line
-// when it stands alone as text.
-int32_t ParseCode(const char *p, const char *end) {
-    while (p < end && (*p == ' ' || *p == '\t' || *p == '\r' || *p == '\v' || *p == '\f'))
-        ++p;
-    bool negative = false;
-    if (p < end && (*p == '+' || *p == '-'))
-        negative = *p++ == '-';
-    int64_t value = 0;
-    for (; p < end && *p >= '0' && *p <= '9'; ++p)
-        if (value <= INT32_MAX)
-            value = value * 10 + (*p - '0');
-    if (negative)
-        value = -value;
-    if (value > INT32_MAX)
-        return INT32_MAX;
-    if (value < INT32_MIN)
-        return INT32_MIN;
-    return static_cast<int32_t>(value);
-}
-
 } // namespace
 
 // ---- Reading ------------------------------------------------------------------------------
@@ -271,8 +237,8 @@ bool CDxfStream::ReadGroupAsciiInSpan(int16_t *code, char *value) {
     value[length] = 0;
     if (length == 0)
         ClearValue(value);
-    *code = static_cast<int16_t>(
-        ParseCode(reinterpret_cast<const char *>(span), reinterpret_cast<const char *>(code_end)));
+    *code = static_cast<int16_t>(DxfTextToInt(reinterpret_cast<const char *>(span),
+                                              reinterpret_cast<const char *>(code_end)));
     const uint8_t *next = value_end + (*value_end == '\r' ? 2 : 1);
     input_->Advance(static_cast<uint32_t>(next - span));
     return true;
