@@ -242,16 +242,38 @@ bool ScaleAndRound(uint64_t m, int shift, int k, uint64_t &floor_part, uint64_t 
 // 2^53, the product is exactly hi + lo (lo from a fused multiply-add), and the integer
 // nearest to it, ties to the even one, follows from hi's nearest integer and lo's sign.
 // False when the value lies outside that range.
+// The halves of a double for an exact product (Veltkamp's split): hi holds the upper 26
+// bits of the significand, lo the rest, and hi + lo is the value.
+struct Halves {
+    double hi;
+    double lo;
+};
+constexpr Halves Split(double a) {
+    const double c = 134217729.0 * a; // 2^27 + 1
+    const double hi = c - (c - a);
+    return Halves{hi, a - hi};
+}
+constexpr Halves kPow10Halves[23] = {
+    Split(1e0),  Split(1e1),  Split(1e2),  Split(1e3),  Split(1e4),  Split(1e5),
+    Split(1e6),  Split(1e7),  Split(1e8),  Split(1e9),  Split(1e10), Split(1e11),
+    Split(1e12), Split(1e13), Split(1e14), Split(1e15), Split(1e16), Split(1e17),
+    Split(1e18), Split(1e19), Split(1e20), Split(1e21), Split(1e22)};
+
 bool ProductDigits(double v, int digits, int e, uint64_t &mantissa, int &exponent) {
     const int k = digits - 1 - e;
     if (k < 0 || k > 22)
         return false;
-    const double scale = kPow10Exact[k];
-    const double hi = v * scale;
-    if (!(hi < 9007199254740992.0)) // 2^53
+    const double hi = v * kPow10Exact[k];
+    if (!(hi < 4503599627370496.0)) // 2^52: below it the rounding trick below holds
         return false;
-    const double lo = std::fma(v, scale, -hi);
-    double n = std::nearbyint(hi);
+    // The product's rounding error, exactly (Dekker): v * 10^k = hi + lo.
+    const Halves a = Split(v);
+    const Halves &b = kPow10Halves[k];
+    const double lo = ((a.hi * b.hi - hi) + a.hi * b.lo + a.lo * b.hi) + a.lo * b.lo;
+    // hi's nearest integer, ties to the even one: adding and taking away 2^52 leaves no
+    // fraction bits in between.
+    constexpr double kTwo52 = 4503599627370496.0;
+    double n = (hi + kTwo52) - kTwo52;
     const double d = hi - n; // exact, at most one half
     if (d == 0.5 && lo > 0)
         n += 1.0;

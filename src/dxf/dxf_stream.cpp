@@ -40,6 +40,16 @@ BinaryValue Release12Value(int code) {
     return BinaryValue::kNothing;
 }
 
+// The release 12 value type of each one-byte code, looked up in the hot path.
+struct OneByteCodes {
+    BinaryValue type[256];
+    OneByteCodes() : type() {
+        for (int c = 0; c < 256; ++c)
+            type[c] = Release12Value(c);
+    }
+};
+const OneByteCodes kOneByteCodes;
+
 // The value types of a release 13 binary file: those of release 12 and the codes that
 // release 13 brought; whatever is not listed is a string.
 BinaryValue Release13Value(int code) {
@@ -176,7 +186,7 @@ int CDxfStream::ReadGroup(int16_t *code, char *value) {
         if (form_ == kAscii)
             return ReadGroupAscii(code, value);
         if (form_ == kBinary)
-            return ReadGroupBinary(code, value);
+            return ReadGroupBinaryInSpan(code, value) ? 1 : ReadGroupBinary(code, value);
     }
     at_end_ = true;
     return 0;
@@ -364,7 +374,7 @@ bool CDxfStream::ReadGroupBinaryInSpan(int16_t *code, char *value) {
     if (release_ != kRelease12 || !p || available < 9 || p[0] == 255)
         return false;
     const int c = p[0];
-    switch (Release12Value(c)) {
+    switch (kOneByteCodes.type[c]) {
     case BinaryValue::kReal:
         *code = static_cast<int16_t>(c);
         DeliverReal(LeDouble(p + 1), value);
@@ -396,8 +406,6 @@ bool CDxfStream::ReadGroupBinaryInSpan(int16_t *code, char *value) {
 }
 
 int CDxfStream::ReadGroupBinary(int16_t *code, char *value) {
-    if (ReadGroupBinaryInSpan(code, value))
-        return 1;
     int16_t c = 0;
     if (!ReadBinaryCode(&c)) {
         // No whole code is left: an empty group 0 stands for the end of the input, and
