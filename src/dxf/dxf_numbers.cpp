@@ -449,7 +449,9 @@ char *WriteFixed(uint64_t mantissa, int digits, int e, bool append_zero, char *p
     }
     *point = '.';
     char *end = p + digits + 1 + (e < 0 ? 1 : 0);
-    // Trailing zeros of the fraction go; the point stays.
+    // Trailing zeros of the fraction go, four at a time while they can; the point stays.
+    while (end - (point + 1) >= 4 && std::memcmp(end - 4, "0000", 4) == 0)
+        end -= 4;
     while (end > point + 1 && end[-1] == '0')
         --end;
     if (end == point + 1 && append_zero)
