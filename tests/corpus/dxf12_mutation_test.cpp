@@ -15,6 +15,7 @@
 // The copies come from std::mt19937 seeded per drawing from a fixed number, and the
 // environment variable VELKO_MUTATION_SCALE multiplies their number.
 #include "support/corpus.h"
+#include "walk/walk_support.h"
 
 #include "velkow32.h"
 
@@ -122,38 +123,14 @@ size_t TouchAndFree(CDB_ENTITY &r) {
     size_t n = Touch(r.handle);
     for (uint16_t k = 0; r.eed_data && k < r.eed_size; ++k)
         n += r.eed_data[k];
-    char *texts[3] = {};
-    switch (r.entity_type) {
-    case CDB_TEXT:
-        texts[0] = r.text.text;
-        break;
-    case CDB_ATTDEF:
-        texts[0] = r.attdef.default_value;
-        texts[1] = r.attdef.prompt;
-        texts[2] = r.attdef.tag;
-        break;
-    case CDB_ATTRIB:
-        texts[0] = r.attrib.value;
-        texts[1] = r.attrib.tag;
-        break;
-    case CDB_DIMENSION:
-        texts[0] = r.dimension.text;
-        break;
-    case CDB_BLOCK:
-        texts[0] = r.block.xref_path;
-        texts[1] = r.block.name;
-        texts[2] = r.block.name_2;
-        break;
-    case CDB_VIEWPORT:
+    if (r.entity_type == CDB_VIEWPORT)
         for (int16_t k = 0; r.viewport.frozen_layers && k < r.viewport.frozen_layer_count; ++k)
             n += static_cast<size_t>(r.viewport.frozen_layers[k]);
-        break;
-    default:
-        break;
-    }
-    for (char *text : texts) {
-        n += Touch(text);
-        std::free(text);
+    for (char **text : walk::CopiedTexts(r)) {
+        if (text) {
+            n += Touch(*text);
+            std::free(*text);
+        }
     }
     return n;
 }

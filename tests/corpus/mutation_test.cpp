@@ -11,6 +11,7 @@
 // left at the temporary path that is printed with it.
 #include "support/corpus.h"
 #include "support/dwg12_builder.h"
+#include "walk/walk_support.h"
 
 #include "dwg12/r12_drawing.h"
 #include "interface/drawing_table.h"
@@ -348,38 +349,14 @@ void ReadEntityList(CR12EntityList &list, ReadReport *report) {
         report->sink += Touch(r.handle, 64);
         for (uint16_t k = 0; r.eed_data && k < r.eed_size; ++k)
             report->sink += r.eed_data[k];
-        char *texts[3] = {};
-        switch (r.entity_type) {
-        case CDB_TEXT:
-            texts[0] = r.text.text;
-            break;
-        case CDB_ATTDEF:
-            texts[0] = r.attdef.default_value;
-            texts[1] = r.attdef.prompt;
-            texts[2] = r.attdef.tag;
-            break;
-        case CDB_ATTRIB:
-            texts[0] = r.attrib.value;
-            texts[1] = r.attrib.tag;
-            break;
-        case CDB_DIMENSION:
-            texts[0] = r.dimension.text;
-            break;
-        case CDB_VIEWPORT:
+        if (r.entity_type == CDB_VIEWPORT)
             for (int16_t k = 0; r.viewport.frozen_layers && k < r.viewport.frozen_layer_count; ++k)
                 report->sink += static_cast<size_t>(r.viewport.frozen_layers[k]);
-            break;
-        case CDB_BLOCK:
-            texts[0] = r.block.xref_path;
-            texts[1] = r.block.name;
-            texts[2] = r.block.name_2;
-            break;
-        default:
-            break;
-        }
-        for (char *text : texts) {
-            report->sink += Touch(text, 1 << 16);
-            std::free(text);
+        for (char **text : walk::CopiedTexts(r)) {
+            if (text) {
+                report->sink += Touch(*text, 1 << 16);
+                std::free(*text);
+            }
         }
     }
 }

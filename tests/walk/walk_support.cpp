@@ -195,34 +195,29 @@ OpenDrawing::~OpenDrawing() {
         std::remove(path.c_str());
 }
 
-void FreeCopies(CDB_ENTITY &r) {
-    auto release = [](char *&text) {
-        std::free(text);
-        text = nullptr;
-    };
+std::array<char **, 3> CopiedTexts(CDB_ENTITY &r) {
     switch (r.entity_type) {
     case CDB_TEXT:
-        release(r.text.text);
-        break;
+        return {&r.text.text, nullptr, nullptr};
     case CDB_ATTRIB:
-        release(r.attrib.value);
-        release(r.attrib.tag);
-        break;
+        return {&r.attrib.value, &r.attrib.tag, nullptr};
     case CDB_ATTDEF:
-        release(r.attdef.default_value);
-        release(r.attdef.prompt);
-        release(r.attdef.tag);
-        break;
+        return {&r.attdef.default_value, &r.attdef.prompt, &r.attdef.tag};
     case CDB_DIMENSION:
-        release(r.dimension.text);
-        break;
+        return {&r.dimension.text, nullptr, nullptr};
     case CDB_BLOCK:
-        release(r.block.xref_path);
-        release(r.block.name);
-        release(r.block.name_2);
-        break;
+        return {&r.block.xref_path, &r.block.name, &r.block.name_2};
     default:
-        break;
+        return {nullptr, nullptr, nullptr};
+    }
+}
+
+void FreeCopies(CDB_ENTITY &r) {
+    for (char **text : CopiedTexts(r)) {
+        if (text) {
+            std::free(*text);
+            *text = nullptr;
+        }
     }
 }
 

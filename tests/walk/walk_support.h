@@ -13,6 +13,7 @@
 #include "velkow32.h"
 
 #include <cstdint>
+#include <array>
 #include <string>
 #include <vector>
 
@@ -117,6 +118,9 @@ private:
 // Frees the texts that a list mode record of an entity hands to its caller (TEXT one,
 // ATTRIB two, ATTDEF three, DIMENSION one, block start three) and nulls them.
 void FreeCopies(CDB_ENTITY &record);
+// The text fields of a record's kind (the ones a list mode record hands out as copies),
+// null where the kind has fewer than three.
+std::array<char **, 3> CopiedTexts(CDB_ENTITY &record);
 void FreeCopies(CDB_STARTBLOCK_ENTITY_type &block);
 
 // A record cleared to zero.
