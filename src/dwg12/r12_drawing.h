@@ -174,7 +174,6 @@ private:
     // a file that ends too early sets "Invalid File.".
     int LoadDxfUpToBlocks();
     int LoadDxfBlocksAndEntities();
-    int ReadHeaderDxf();
     int ReadTablesDxf();
     int ReadTableDxf(int t);
     int ReadBlocksDxf();
