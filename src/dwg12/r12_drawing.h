@@ -128,6 +128,53 @@ public:
     int PrepareForView() override { return 1; }
     CDB_STARTBLOCK_ENTITY_type *LoadBlock(int index) override;
 
+    // ---- Editing (r12_edit.cpp) ----------------------------------------------------------
+    int LayerTableDelete(short index) override;
+    int LineTypeTableDelete(short index) override;
+    int StyleTableDelete(short index) override;
+    int VportTableDelete(short index) override;
+    int ViewTableDelete(short index) override;
+    int UCSTableDelete(short index) override;
+    int AppidTableDelete(short index) override;
+    int DimStyleTableDelete(short index) override;
+    short LayerTableAdd(CDB_LAYER_TBL_type *record) override;
+    short LineTypeTableAdd(CDB_LTYPE_TBL_type *record) override;
+    short StyleTableAdd(CDB_STYLE_TBL_type *record) override;
+    short VportTableAdd(CDB_VPORT_TBL_type *record) override;
+    short ViewTableAdd(CDB_VIEW_TBL_type *record) override;
+    short UCSTableAdd(CDB_UCS_TBL_type *record) override;
+    short AppidTableAdd(CDB_APPID_TBL_type *record) override;
+    short DimStyleTableAdd(CDB_DIMSTYLE_TBL_type *record) override;
+    short LayerTableModify(short index, CDB_LAYER_TBL_type *record) override;
+    short LineTypeTableModify(short index, CDB_LTYPE_TBL_type *record) override;
+    short StyleTableModify(short index, CDB_STYLE_TBL_type *record) override;
+    short VportTableModify(short index, CDB_VPORT_TBL_type *record) override;
+    short ViewTableModify(short index, CDB_VIEW_TBL_type *record) override;
+    short UCSTableModify(short index, CDB_UCS_TBL_type *record) override;
+    short AppidTableModify(short index, CDB_APPID_TBL_type *record) override;
+    short DimStyleTableModify(short index, CDB_DIMSTYLE_TBL_type *record) override;
+    short BlockAdd(CDB_STARTBLOCK_ENTITY_type *block) override;
+    short BlockTableAdd(CDB_BLOCK_TBL *record) override;
+    short BlockModify(short index, CDB_STARTBLOCK_ENTITY_type *block) override;
+    int BlockTableModify(short index, CDB_BLOCK_TBL *record) override;
+    int32_t EntityAdd(short block, CDB_ENTITY *entity) override;
+    short EntityModify(int32_t id, CDB_ENTITY *entity) override;
+    short EntityDelete(int32_t id) override;
+    short EntityDeleteCurrent() override;
+    int SetVariableValue(const char *name, CDB_VAR_VALUE_type *value) override;
+    short SetAllVariables(CDB_HEADER_type *header) override;
+
+    // ---- Saving -------------------------------------------------------------------------
+    // DWG (r12_save.cpp): SaveAsDWG writes to a new file and goes on with it as the
+    // drawing's name; Save writes the drawing back to its own name in its own form.
+    short SaveAsDWG(const char *name) override;
+    short Save() override;
+    // Writes all sections of a DWG into `file`, opened for writing: 1, or 0 when a write
+    // fails.
+    int WriteFile();
+    // DXF (src/dxf/r12_dxf_save.cpp).
+    short SaveAsDXF(const char *name, int binary) override;
+
 private:
     short BlockWalkStep(CDB_STARTBLOCK_ENTITY_type *block, CR12Block *(CR12BlockList::*step)(),
                         short missing);

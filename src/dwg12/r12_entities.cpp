@@ -1,6 +1,7 @@
 // The entity classes of release 12, their records, and the entity and viewport lists.
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_entity_layout.h"
+#include "dwg12/r12_header.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -301,6 +302,91 @@ void R12UnpackMview(const uint8_t *eed, size_t size, CDB_VIEWPORT_type *viewport
     }
     viewport->frozen_layers = layers;
     viewport->frozen_layer_count = static_cast<int16_t>(count);
+}
+
+namespace {
+// Appends little-endian values to a block.
+void PutBytes(std::vector<uint8_t> &out, const void *value, size_t size) {
+    const auto *bytes = static_cast<const uint8_t *>(value);
+    out.insert(out.end(), bytes, bytes + size);
+}
+void PutI16(std::vector<uint8_t> &out, int16_t value) {
+    out.push_back(static_cast<uint8_t>(value & 0xFF));
+    out.push_back(static_cast<uint8_t>((uint16_t(value) >> 8) & 0xFF));
+}
+void PutF64(std::vector<uint8_t> &out, double value) {
+    uint64_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    for (int i = 0; i < 8; ++i)
+        out.push_back(static_cast<uint8_t>(bits >> (8 * i)));
+}
+// The code bytes of the stored form: the group code less 1000.
+constexpr uint8_t kEedText = 0, kEedApp = 1, kEedBrace = 2, kEedLayer = 3, kEedPoint = 10,
+                  kEedReal = 40, kEedShort = 70;
+
+uint8_t MviewCode(MviewKind kind) {
+    switch (kind) {
+    case MviewKind::kI16:
+        return kEedShort;
+    case MviewKind::kPoint3:
+        return kEedPoint;
+    default:
+        return kEedReal;
+    }
+}
+} // namespace
+
+std::vector<uint8_t> R12PackMview(const CDB_VIEWPORT_type &viewport) {
+    const auto *base = reinterpret_cast<const uint8_t *>(&viewport);
+    std::vector<uint8_t> out;
+    out.reserve(224 + 3 * size_t(viewport.frozen_layer_count > 0 ? viewport.frozen_layer_count : 0));
+    out.push_back(kEedApp);
+    PutI16(out, viewport.eed_version);
+    const size_t name_length = strnlen(viewport.eed_application, sizeof viewport.eed_application);
+    out.push_back(kEedText);
+    out.push_back(static_cast<uint8_t>(name_length));
+    PutBytes(out, viewport.eed_application, name_length);
+    out.push_back(kEedBrace);
+    out.push_back(0);
+    out.push_back(kEedShort);
+    PutI16(out, viewport.data_version);
+    for (const MviewValue &value : kMviewValues) {
+        out.push_back(MviewCode(value.kind));
+        const uint8_t *field = base + value.offset;
+        double v = 0.0;
+        int16_t i = 0;
+        switch (value.kind) {
+        case MviewKind::kI16:
+            std::memcpy(&i, field, sizeof i);
+            PutI16(out, i);
+            break;
+        case MviewKind::kF64:
+            std::memcpy(&v, field, sizeof v);
+            PutF64(out, v);
+            break;
+        case MviewKind::kAngle:
+            std::memcpy(&v, field, sizeof v);
+            PutF64(out, R12AngleToFile(v));
+            break;
+        case MviewKind::kPoint3:
+            for (int axis = 0; axis < 3; ++axis) {
+                std::memcpy(&v, field + 8 * axis, sizeof v);
+                PutF64(out, v);
+            }
+            break;
+        }
+    }
+    out.push_back(kEedBrace);
+    out.push_back(0);
+    for (int16_t n = 0; viewport.frozen_layers && n < viewport.frozen_layer_count; ++n) {
+        out.push_back(kEedLayer);
+        PutI16(out, viewport.frozen_layers[n]);
+    }
+    out.push_back(kEedBrace);
+    out.push_back(1);
+    out.push_back(kEedBrace);
+    out.push_back(1);
+    return out;
 }
 
 // ---- Making objects by code --------------------------------------------------------------------

@@ -15,6 +15,7 @@ class CR12ViewportList;
 struct R12EntityLayout;
 struct R12BodyReader;
 struct R12DxfGroup;
+struct R12DxfWriteContext;
 
 // One entity: it owns its record (a CDB_ENTITY of the union's full size) and the blocks
 // that the record points at (handle, extended data, texts, frozen layers), all of malloc.
@@ -44,6 +45,19 @@ public:
     // the shape table first.
     virtual void GetRecord(CDB_ENTITY *out);
     CDB_ENTITY *GetData() { return record; }
+
+    // Takes a public record in (the edit functions): the common part and the kind's part
+    // are copied, and the object makes copies of its own of everything the record points
+    // at (handle, extended data, texts, frozen layers); release 13 references are not
+    // taken. The caller's record is not touched.
+    virtual void SetRecord(const CDB_ENTITY *in);
+    // Builds the entity's whole DWG frame into `frame` (resized to fit): the head, the
+    // common fields with their presence bits, the kind's fields by its layout, and the
+    // CRC. 1, or 0 when the entity cannot be written (a frame above 32767 bytes).
+    virtual int EncodeDWG(std::vector<uint8_t> &frame);
+    // Writes the entity's groups to a DXF file: group 0, the common groups, the kind's
+    // groups and the extended data. 1, or 0 when a write fails.
+    virtual int WriteDXF(R12DxfWriteContext &context);
 
     int16_t Code() const { return code; }
     void SetCode(int16_t kind) { code = kind; }
@@ -225,6 +239,10 @@ protected:
 // at the block's fixed places; what lies beyond the block stays as it is. The frozen layer
 // list becomes a new array (malloc) in `frozen_layers` when it is not empty.
 void R12UnpackMview(const uint8_t *eed, size_t size, CDB_VIEWPORT_type *viewport);
+
+// The inverse of R12UnpackMview: the "MVIEW" extended data block of `viewport`, built
+// from its fields in the one shape that R12UnpackMview reads (angles back to radians).
+std::vector<uint8_t> R12PackMview(const CDB_VIEWPORT_type &viewport);
 
 // Makes the object of the kind `code`, or null for a code that has no class.
 CR12Entity *MakeR12Entity(CR12Drawing *drawing, int code);

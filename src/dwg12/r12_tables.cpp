@@ -259,6 +259,14 @@ int CR12TableRecord::ReadDXF(R12DxfRecordContext &, char *) {
     return 0;
 }
 
+int CR12TableRecord::EncodeDWG(uint8_t *) const {
+    return 0;
+}
+
+int CR12TableRecord::WriteDXF(R12DxfWriteContext &) const {
+    return 0;
+}
+
 const char *CR12LayoutRecord::Name() const {
     return NameField();
 }

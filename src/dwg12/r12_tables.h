@@ -21,6 +21,7 @@ class CBaseDrawing;
 class CDrawingFile;
 class CDxfStream;
 class CR12TableList;
+struct R12DxfWriteContext;
 
 // What a record needs while it reads itself from a DXF file.
 struct R12DxfRecordContext {
@@ -99,6 +100,13 @@ public:
     // group 0 that ended the record. 1; 0 when `name` is not the name of the record's
     // table (nothing is read); -1 when the file ended inside the record.
     virtual int ReadDXF(R12DxfRecordContext &context, char *name);
+    // Encodes the record as a DWG holds it into `block`, GetFileSize() bytes that the
+    // caller has zero-filled; the CRC in the last two bytes is the caller's. A deleted
+    // record leaves the block as it is. 1, or 0 for a class that has no DWG form.
+    virtual int EncodeDWG(uint8_t *block) const;
+    // Writes the record's groups, group 0 included, to the context's stream: 1, or 0 when
+    // a write fails.
+    virtual int WriteDXF(R12DxfWriteContext &context) const;
 
     int16_t table_id = 0;
 
@@ -131,6 +139,16 @@ public:
 
     // The DXF road: the groups of the table's DXF layout into the record.
     int ReadDXF(R12DxfRecordContext &context, char *name) override;
+    // The inverse of Decode: flags, name and the fields of the table's layout.
+    int EncodeDWG(uint8_t *block) const override;
+    // The groups of the table's DXF layout, in their order.
+    int WriteDXF(R12DxfWriteContext &context) const override;
+    // Takes a public record of the table's type in (the edit functions): the record is
+    // cleared, then the values are copied and every text the record points at is copied
+    // into a new block of the object's own (the name into a 32-byte block, font files into
+    // 64-byte blocks, dashes into an array of dash_count doubles). The caller's record is
+    // not touched. A class's own step (a style loads its font) follows.
+    virtual void SetFrom(const void *record);
 
 protected:
     // `body` is the object's body (of `body_size` bytes) that the table's layout addresses;
@@ -247,6 +265,8 @@ public:
     // decodes the opening.
     int Decode(const uint8_t *bytes, size_t size) override;
     const uint8_t *Raw() const { return body.record.raw; }
+    // The raw bytes as read, byte 38 cleared, the CRC excepted.
+    int EncodeDWG(uint8_t *block) const override;
 };
 
 // Makes an empty record object of table `t` (0 to 9), or null for another number.

@@ -310,3 +310,25 @@ int CDrawingFile::Write(const void *source, uint32_t size) {
 int CDrawingFile::WriteString(const char *text) {
     return text ? Write(text, static_cast<uint32_t>(std::strlen(text))) : 1;
 }
+
+int CDrawingFile::SeekForWrite(int32_t offset) {
+    if (fd < 0 || offset < 0 || !Flush())
+        return 0;
+    if (::lseek(fd, static_cast<off_t>(offset), SEEK_SET) < 0)
+        return 0;
+    position = offset;
+    // What the read buffer holds may no longer be what the file holds.
+    buffer_start = buffer_end = 0;
+    return 1;
+}
+
+int CDrawingFile::Truncate() {
+    if (fd < 0 || !Flush())
+        return 0;
+    if (::ftruncate(fd, 0) != 0 || ::lseek(fd, 0, SEEK_SET) < 0)
+        return 0;
+    position = 0;
+    length = 0;
+    buffer_start = buffer_end = 0;
+    return 1;
+}

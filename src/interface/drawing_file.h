@@ -48,6 +48,11 @@ public:
         position = target > INT32_MAX ? INT32_MAX : static_cast<int32_t>(target);
     }
     int Write(const void *source, uint32_t size);
+    // Writing at a place: flushes what the write buffer holds and moves the physical file
+    // position to `offset`, where the next Write goes. 1, or 0 when the platform refuses.
+    int SeekForWrite(int32_t offset);
+    // Flushes and cuts the file to length 0; the next Write goes to offset 0. 1 or 0.
+    int Truncate();
     int WriteString(const char *text);
     int Flush();
     // Moves the physical file position to the start; 0 when the platform refuses.
