@@ -245,6 +245,22 @@ public:
     // Called with the two progress counters after each entity that is added; no exported
     // function sets it, it is there for a derived class.
     void (*progress_callback)(int16_t entities, int16_t blocks) = nullptr;
+
+    // Called by the writers while they save, with the number of objects (entities and
+    // table records) written so far, after every kSaveProgressStep of them. Like the
+    // callback above it is for a client that owns the drawing (the command-line tool).
+    static constexpr int32_t kSaveProgressStep = 1024;
+    void (*save_progress)(int32_t objects_written) = nullptr;
+    // The writers call this after each object they write; a save starts at 0.
+    void CountWritten() {
+        ++objects_written;
+        if (save_progress && objects_written % kSaveProgressStep == 0)
+            save_progress(objects_written);
+    }
+    void StartCountingWritten() { objects_written = 0; }
+
+private:
+    int32_t objects_written = 0;
 };
 
 #endif
