@@ -12,8 +12,16 @@ CTEST_JOBS     ?= 2
 TEST_TIMEOUT   ?= 300
 VELKO_WERROR   ?= OFF
 
-# The command `make run` executes after building.
-RUN_CMD ?= ./$(BUILD_DIR)/velko info data/sample.dwg
+# What `make run` shows after building: the shipped drawing converted to DWG and to DXF
+# (into the build directory) by velko, and `velko info` of both results.
+VELKO       := $(BUILD_DIR)/velko
+RUN_SAMPLE  ?= data/sample.dwg
+RUN_DWG     := $(BUILD_DIR)/sample-converted.dwg
+RUN_DXF     := $(BUILD_DIR)/sample-converted.dxf
+RUN_CMD ?= $(VELKO) convert $(RUN_SAMPLE) $(RUN_DWG) && echo && \
+           $(VELKO) convert $(RUN_SAMPLE) $(RUN_DXF) && echo && \
+           $(VELKO) info $(RUN_DWG) && echo && \
+           $(VELKO) info $(RUN_DXF)
 
 # Pass VELKO_CORPUS=/path/to/corpus to override the corpus directory.
 CMAKE_EXTRA := $(if $(VELKO_CORPUS),-DVELKO_CORPUS=$(VELKO_CORPUS),)
@@ -38,6 +46,7 @@ deps:
 	command -v pkg-config >/dev/null 2>&1   || missing="$$missing pkg-config"; \
 	command -v clang-format >/dev/null 2>&1 || missing="$$missing clang-format"; \
 	command -v python3 >/dev/null 2>&1      || missing="$$missing python3"; \
+	/usr/bin/python3 -c 'import ezdxf' >/dev/null 2>&1 || missing="$$missing python3-ezdxf"; \
 	if [ -n "$$missing" ]; then \
 	    echo "deps: installing missing packages:$$missing"; \
 	    $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get update -q && \

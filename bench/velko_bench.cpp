@@ -27,6 +27,15 @@
 // timed too but counted in neither. Rounds: N with --iterations, 5 by default; with
 // --seconds, also at least S seconds; the two forms take turns round by round. One untimed
 // round first checks that the walk visits every entity that was written.
+//
+// --save makes the binary DXF drawing of N entities the same way, loads it once and saves
+// it with the library, round by round, as DWG, as ASCII DXF and as binary DXF
+// (CDBSaveAsDWG, CDBSaveAsDXF), and prints for each save the file's size, the best and the
+// median time, MB/s (of the file written) and objects/s (the entities a walk visits plus
+// the table records). Then it loads the DWG it wrote (CDBStartFileReading and the loading
+// of the entities) and walks it, round by round, and prints load, walk and load + walk as
+// the --dxf mode does. The targets: each save under 0.3 s, the DWG's load + walk under
+// 0.1 s, for the default 200 000 entities.
 #include "velkow32.h"
 
 #include "dxf_maker.h"
@@ -61,6 +70,8 @@ struct Options {
     std::string keep_dir; // empty: a temporary directory, removed at the end
     bool ascii = true;
     bool binary = true;
+    // The save mode.
+    bool save = false;
 };
 
 void Usage(FILE *out) {
@@ -68,6 +79,8 @@ void Usage(FILE *out) {
                  "usage: velko_bench [--iterations N] [--seconds S] [--json] FILE...\n"
                  "       velko_bench --dxf [--entities N] [--keep DIR] [--form ascii|binary|both]\n"
                  "                   [--iterations N] [--seconds S] [--json]\n"
+                 "       velko_bench --save [--entities N] [--keep DIR] [--iterations N]\n"
+                 "                   [--seconds S] [--json]\n"
                  "Opens each drawing, reads all its table records and header variables and\n"
                  "closes it, N times or for at least S seconds (default 1 s; with both, until\n"
                  "both are reached), and prints bytes, iterations, opens per second, MB/s and\n"
@@ -77,7 +90,11 @@ void Usage(FILE *out) {
                  "--dxf makes a release 12 DXF of N entities (default 200000) in ASCII and in\n"
                  "binary form, in a temporary directory or in DIR (kept), and times the load\n"
                  "and the walk of each apart, N rounds (default 5) or at least S seconds;\n"
-                 "prints best and median times, MB/s and entities/s for load, walk and both.\n");
+                 "prints best and median times, MB/s and entities/s for load, walk and both.\n"
+                 "--save makes the binary DXF of N entities, loads it and saves it as DWG, ASCII\n"
+                 "DXF and binary DXF, N rounds (default 5) or at least S seconds, and prints best\n"
+                 "and median times, MB/s and objects/s of each save; then loads and walks the\n"
+                 "DWG it wrote and prints load, walk and both as --dxf does.\n");
 }
 
 bool ParseArgs(int argc, char **argv, Options *o) {
@@ -117,6 +134,8 @@ bool ParseArgs(int argc, char **argv, Options *o) {
             o->json = true;
         } else if (a == "--dxf") {
             o->dxf = true;
+        } else if (a == "--save") {
+            o->save = true;
         } else if (a == "--entities") {
             const char *v = value("--entities");
             if (!v)
@@ -151,7 +170,7 @@ bool ParseArgs(int argc, char **argv, Options *o) {
             o->files.push_back(a);
         }
     }
-    if (o->files.empty() && !o->dxf) {
+    if (o->files.empty() && !o->dxf && !o->save) {
         std::fprintf(stderr, "velko_bench: no drawing given\n");
         return false;
     }
@@ -376,12 +395,15 @@ double Since(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// Opens the drawing and walks it, once; the phase times go to `r` when `timed`.
-// Returns the entities walked, or -1 with `code` set when the drawing does not open or
-// its entities cannot be loaded.
-long DxfRound(const std::string &path, DxfResult *r, bool timed, int16_t *code) {
+// Opens the drawing and walks it, once; the phase times go to `r` when `timed`. The load
+// is the open and the loading of the entities, which a DXF does in the open and a release
+// 12 DWG at the first use. Returns the entities walked, or -1 with `code` set when the
+// drawing does not open or its entities cannot be loaded.
+long LoadWalkRound(const std::string &path, DxfResult *r, bool timed, int16_t *code) {
     Clock::time_point start = Clock::now();
     int16_t h = CDBStartFileReading(path.c_str(), nullptr);
+    if (h >= 0)
+        CDBEntityCount(h, -1); // loads the entities; WalkDrawing tells a failure
     double load = Since(start);
     if (h < 0) {
         *code = CDBGetErrorNumber(-123);
@@ -404,7 +426,8 @@ long DxfRound(const std::string &path, DxfResult *r, bool timed, int16_t *code) 
     return walked;
 }
 
-void PrintPhase(const char *name, const Phase &p, long long bytes, long entities) {
+void PrintPhase(const char *name, const Phase &p, long long bytes, long entities,
+                const char *unit = "entities") {
     auto rates = [&](double t, double *mbps, double *eps) {
         *mbps = t > 0 ? static_cast<double>(bytes) / t / 1e6 : 0;
         *eps = t > 0 ? static_cast<double>(entities) / t : 0;
@@ -413,21 +436,22 @@ void PrintPhase(const char *name, const Phase &p, long long bytes, long entities
     double best_mbps, best_eps, median_mbps, median_eps;
     rates(best, &best_mbps, &best_eps);
     rates(median, &median_mbps, &median_eps);
-    std::printf("  %-10s best %8.4f s %8.1f MB/s %11.0f entities/s   median %8.4f s %8.1f MB/s "
-                "%11.0f entities/s\n",
-                name, best, best_mbps, best_eps, median, median_mbps, median_eps);
+    std::printf("  %-10s best %8.4f s %8.1f MB/s %11.0f %s/s   median %8.4f s %8.1f MB/s "
+                "%11.0f %s/s\n",
+                name, best, best_mbps, best_eps, unit, median, median_mbps, median_eps, unit);
 }
 
-std::string JsonPhase(const char *name, const Phase &p, long long bytes, long entities) {
+std::string JsonPhase(const char *name, const Phase &p, long long bytes, long entities,
+                      const char *unit = "entities") {
     double best = p.Best(), median = p.Median();
-    char buf[320];
+    char buf[384];
     std::snprintf(buf, sizeof buf,
                   "\"%s\": {\"best_seconds\": %.6f, \"median_seconds\": %.6f, "
                   "\"best_mb_per_second\": %.3f, \"median_mb_per_second\": %.3f, "
-                  "\"best_entities_per_second\": %.1f, \"median_entities_per_second\": %.1f}",
+                  "\"best_%s_per_second\": %.1f, \"median_%s_per_second\": %.1f}",
                   name, best, median, best > 0 ? static_cast<double>(bytes) / best / 1e6 : 0,
-                  median > 0 ? static_cast<double>(bytes) / median / 1e6 : 0,
-                  best > 0 ? static_cast<double>(entities) / best : 0,
+                  median > 0 ? static_cast<double>(bytes) / median / 1e6 : 0, unit,
+                  best > 0 ? static_cast<double>(entities) / best : 0, unit,
                   median > 0 ? static_cast<double>(entities) / median : 0);
     return buf;
 }
@@ -459,7 +483,7 @@ bool PrepareDxfForm(const std::string &dir, const Options &o, DxfForm *f) {
     f->make_seconds = Since(make_start);
     f->expected = velko_bench::ExpectedWalk(f->layout);
     int16_t code = 0;
-    f->walked = DxfRound(f->path, &f->r, false, &code);
+    f->walked = LoadWalkRound(f->path, &f->r, false, &code);
     if (f->walked < 0) {
         char message[64] = {};
         CDBGetErrorMessage(code, message, sizeof message - 1);
@@ -504,13 +528,21 @@ bool ReportDxfForm(const DxfForm &f, const Options &o) {
     return complete;
 }
 
-// The DXF mode: 0 when every form made, loaded and walked in full.
-int RunDxf(const Options &o) {
-    namespace fs = std::filesystem;
-    std::string dir;
-    bool temporary = o.keep_dir.empty();
-    if (temporary) {
+// The directory the made drawings go to: a new temporary one (removed when the object
+// goes), or the one --keep names (made if need be, and left alone).
+class WorkDir {
+public:
+    explicit WorkDir(const Options &o) {
+        namespace fs = std::filesystem;
         std::error_code ec;
+        if (!o.keep_dir.empty()) {
+            fs::create_directories(o.keep_dir, ec);
+            if (fs::is_directory(o.keep_dir, ec))
+                path_ = o.keep_dir;
+            else
+                std::fprintf(stderr, "velko_bench: %s is no directory\n", o.keep_dir.c_str());
+            return;
+        }
         fs::path base = fs::temp_directory_path(ec);
         if (ec)
             base = "/tmp";
@@ -519,18 +551,34 @@ int RunDxf(const Options &o) {
         name.push_back('\0');
         if (!mkdtemp(name.data())) {
             std::fprintf(stderr, "velko_bench: cannot make a directory like %s\n", pattern.c_str());
-            return 1;
+            return;
         }
-        dir = name.data();
-    } else {
-        std::error_code ec;
-        fs::create_directories(o.keep_dir, ec);
-        if (!fs::is_directory(o.keep_dir, ec)) {
-            std::fprintf(stderr, "velko_bench: %s is no directory\n", o.keep_dir.c_str());
-            return 1;
-        }
-        dir = o.keep_dir;
+        path_ = name.data();
+        temporary_ = true;
     }
+    ~WorkDir() {
+        if (temporary_) {
+            std::error_code ec;
+            std::filesystem::remove_all(path_, ec);
+        }
+    }
+    WorkDir(const WorkDir &) = delete;
+    WorkDir &operator=(const WorkDir &) = delete;
+
+    // Empty when no directory could be had.
+    const std::string &path() const { return path_; }
+
+private:
+    std::string path_;
+    bool temporary_ = false;
+};
+
+// The DXF mode: 0 when every form made, loaded and walked in full.
+int RunDxf(const Options &o) {
+    WorkDir work(o);
+    if (work.path().empty())
+        return 1;
+    const std::string &dir = work.path();
 
     std::vector<DxfForm> forms;
     if (o.ascii)
@@ -558,7 +606,7 @@ int RunDxf(const Options &o) {
             if (!f.ok)
                 continue;
             int16_t code = 0;
-            if (DxfRound(f.path, &f.r, true, &code) != f.walked) {
+            if (LoadWalkRound(f.path, &f.r, true, &code) != f.walked) {
                 std::fprintf(stderr, "velko_bench: %s: a later round walked otherwise\n", f.name);
                 f.ok = false;
                 ++failures;
@@ -589,11 +637,184 @@ int RunDxf(const Options &o) {
                         binary->r.both.Best(), binary->r.both.Median(),
                         binary->r.both.Best() < ascii->r.both.Best() ? "faster" : "not faster");
     }
-    if (temporary) {
-        std::error_code ec;
-        fs::remove_all(dir, ec);
-    }
     return failures ? 1 : 0;
+}
+
+// ---- The save mode ------------------------------------------------------------------------
+
+// Goals for the default drawing on the project's machine.
+constexpr double kSaveGoalSeconds = 0.3;
+constexpr double kDwgLoadWalkGoalSeconds = 0.1;
+
+// One form a loaded drawing is saved in, and the times of its saves.
+struct SaveTarget {
+    const char *name;
+    const char *file_name;
+    bool dwg;
+    bool binary;
+    std::string path;
+    long long bytes = 0;
+    Phase time;
+};
+
+int16_t SaveAs(int16_t h, const SaveTarget &t) {
+    return t.dwg ? CDBSaveAsDWG(h, t.path.c_str())
+                 : CDBSaveAsDXF(h, t.path.c_str(), static_cast<int16_t>(t.binary));
+}
+
+// Saves the drawing in the target's form once: the time, or -1 when the save fails.
+double TimedSave(int16_t h, SaveTarget *t) {
+    Clock::time_point start = Clock::now();
+    const int16_t status = SaveAs(h, *t);
+    const double seconds = Since(start);
+    if (status != 0) {
+        char message[64] = {};
+        const int16_t code = CDBGetErrorNumber(h);
+        CDBGetErrorMessage(code, message, sizeof message - 1);
+        std::fprintf(stderr, "velko_bench: save as %s to %s failed: %d %s\n", t->name,
+                     t->path.c_str(), code, message);
+        return -1;
+    }
+    t->bytes = FileSize(t->path);
+    return seconds;
+}
+
+void ReportSave(const SaveTarget &t, long objects, const Options &o) {
+    if (o.json) {
+        std::printf("{\"save\": \"%s\", \"file\": %s, \"bytes\": %lld, \"objects\": %ld, "
+                    "\"rounds\": %zu, %s}\n",
+                    t.name, JsonString(t.path).c_str(), t.bytes, objects, t.time.times.size(),
+                    JsonPhase("save", t.time, t.bytes, objects, "objects").c_str());
+        return;
+    }
+    std::printf("save as %s: %s: %lld bytes (%.2f MB), %zu rounds\n", t.name, t.path.c_str(),
+                t.bytes, static_cast<double>(t.bytes) / 1e6, t.time.times.size());
+    PrintPhase("save", t.time, t.bytes, objects, "objects");
+}
+
+// Loads the source and saves it in every form, round by round. Returns the failures; the
+// objects a save writes (entities walked plus table records) go to `objects`.
+int BenchSaves(const std::string &source, const Options &o, std::vector<SaveTarget> *targets,
+               long *objects) {
+    int16_t h = CDBStartFileReading(source.c_str(), nullptr);
+    if (h < 0) {
+        std::fprintf(stderr, "velko_bench: %s does not load: %d\n", source.c_str(),
+                     CDBGetErrorNumber(-123));
+        return 1;
+    }
+    const long records = ReadDrawing(h);
+    const long walked = WalkDrawing(h);
+    *objects = walked + records;
+    // One untimed round: every form saves, the caches are warm.
+    int failures = 0;
+    for (SaveTarget &t : *targets)
+        if (TimedSave(h, &t) < 0)
+            ++failures;
+    const long rounds = o.iterations > 0 ? o.iterations : (o.seconds > 0 ? 1 : 5);
+    Clock::time_point start = Clock::now();
+    for (long done = 0; failures == 0; ++done) {
+        if (done >= rounds && (o.seconds == 0 || Since(start) >= o.seconds))
+            break;
+        for (SaveTarget &t : *targets) {
+            const double seconds = TimedSave(h, &t);
+            if (seconds < 0)
+                ++failures;
+            else
+                t.time.times.push_back(seconds);
+        }
+    }
+    CDBEndOperation(h);
+    return failures;
+}
+
+// Rounds of loading and walking the DWG the saves wrote; the failures.
+int BenchWrittenDwg(const SaveTarget &dwg, long source_walked, const Options &o) {
+    DxfResult r;
+    int16_t code = 0;
+    const long walked = LoadWalkRound(dwg.path, &r, false, &code);
+    if (walked < 0) {
+        char message[64] = {};
+        CDBGetErrorMessage(code, message, sizeof message - 1);
+        std::fprintf(stderr, "velko_bench: %s does not load: %d %s\n", dwg.path.c_str(), code,
+                     message);
+        return 1;
+    }
+    const long rounds = o.iterations > 0 ? o.iterations : (o.seconds > 0 ? 1 : 5);
+    Clock::time_point start = Clock::now();
+    for (long done = 0;; ++done) {
+        if (done >= rounds && (o.seconds == 0 || Since(start) >= o.seconds))
+            break;
+        if (LoadWalkRound(dwg.path, &r, true, &code) != walked) {
+            std::fprintf(stderr, "velko_bench: %s: a later round walked otherwise\n",
+                         dwg.path.c_str());
+            return 1;
+        }
+    }
+    const bool complete = walked == source_walked;
+    if (o.json) {
+        std::printf("{\"load_walk\": \"dwg\", \"file\": %s, \"bytes\": %lld, \"walked\": %ld, "
+                    "\"expected\": %ld, \"rounds\": %zu, %s, %s, %s}\n",
+                    JsonString(dwg.path).c_str(), dwg.bytes, walked, source_walked,
+                    r.load.times.size(), JsonPhase("load", r.load, dwg.bytes, walked).c_str(),
+                    JsonPhase("walk", r.walk, dwg.bytes, walked).c_str(),
+                    JsonPhase("load_walk", r.both, dwg.bytes, walked).c_str());
+    } else {
+        std::printf("the DWG written: a walk visits %ld entities (the source's walk %ld%s), "
+                    "%zu rounds\n",
+                    walked, source_walked, complete ? "" : ": MISMATCH", r.load.times.size());
+        PrintPhase("load", r.load, dwg.bytes, walked);
+        PrintPhase("walk", r.walk, dwg.bytes, walked);
+        PrintPhase("load+walk", r.both, dwg.bytes, walked);
+        if (o.entities == kDefaultDxfEntities)
+            std::printf("DWG load+walk: best %.4f s, median %.4f s: %s the %.1f s goal\n",
+                        r.both.Best(), r.both.Median(),
+                        r.both.Best() < kDwgLoadWalkGoalSeconds ? "within" : "above",
+                        kDwgLoadWalkGoalSeconds);
+    }
+    std::fflush(stdout);
+    return complete ? 0 : 1;
+}
+
+// The save mode: 0 when the drawing was made, loaded, saved in every form and the DWG
+// written walks like its source.
+int RunSave(const Options &o) {
+    WorkDir work(o);
+    if (work.path().empty())
+        return 1;
+    const std::string source = work.path() + "/bench_save_source.dxf";
+    velko_bench::DxfLayout layout;
+    std::string error;
+    Clock::time_point make_start = Clock::now();
+    if (!velko_bench::MakeBenchDxf(source, true, o.entities, &layout, &error)) {
+        std::fprintf(stderr, "velko_bench: %s\n", error.c_str());
+        return 1;
+    }
+    if (!o.json)
+        std::printf("source: %s: binary DXF, %lld bytes, %ld entities in %ld block(s) and the "
+                    "main section, made in %.3f s\n",
+                    source.c_str(), layout.bytes, layout.entities, layout.blocks,
+                    Since(make_start));
+
+    std::vector<SaveTarget> targets = {
+        {"DWG", "bench_saved.dwg", true, false, "", 0, {}},
+        {"ASCII DXF", "bench_saved_ascii.dxf", false, false, "", 0, {}},
+        {"binary DXF", "bench_saved_binary.dxf", false, true, "", 0, {}},
+    };
+    for (SaveTarget &t : targets)
+        t.path = work.path() + "/" + t.file_name;
+    long objects = 0;
+    int failures = BenchSaves(source, o, &targets, &objects);
+    if (failures)
+        return 1;
+    for (const SaveTarget &t : targets)
+        ReportSave(t, objects, o);
+    if (!o.json && o.entities == kDefaultDxfEntities)
+        for (const SaveTarget &t : targets)
+            std::printf("save as %s: best %.4f s, median %.4f s: %s the %.1f s goal\n", t.name,
+                        t.time.Best(), t.time.Median(),
+                        t.time.Best() < kSaveGoalSeconds ? "within" : "above", kSaveGoalSeconds);
+    std::fflush(stdout);
+    return BenchWrittenDwg(targets.front(), velko_bench::ExpectedWalk(layout), o);
 }
 
 } // namespace
@@ -606,6 +827,8 @@ int main(int argc, char **argv) {
     }
     int failures = 0;
     if (o.dxf && RunDxf(o) != 0)
+        ++failures;
+    if (o.save && RunSave(o) != 0)
         ++failures;
     if (o.iterations == 0 && o.seconds == 0)
         o.seconds = 1.0;

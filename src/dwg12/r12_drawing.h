@@ -163,6 +163,11 @@ public:
     short EntityDeleteCurrent() override;
     int SetVariableValue(const char *name, CDB_VAR_VALUE_type *value) override;
     short SetAllVariables(CDB_HEADER_type *header) override;
+    // The entities that EntityDelete took out of their lists, in the order they went.
+    // They stay alive as long as the drawing, so that a pointer a client holds stays good.
+    const std::vector<std::unique_ptr<CR12Entity>> &RemovedEntities() const {
+        return removed_entities;
+    }
 
     // ---- Saving -------------------------------------------------------------------------
     // DWG (r12_save.cpp): SaveAsDWG writes to a new file and goes on with it as the
@@ -176,6 +181,15 @@ public:
     short SaveAsDXF(const char *name, int binary) override;
 
 private:
+    // Keeps an entity that left its list (a viewport leaves the viewport chain too).
+    void SetAside(CR12Entity *entity);
+    // Fills the record of `block` from the caller's `source` with copies of its own; the
+    // name becomes `name` in a 32-byte block, and the handle `handle` (copied) where it is
+    // not null.
+    void FillBlockRecord(CR12Block &block, const CDB_STARTBLOCK_ENTITY_type &source,
+                         const char *name, const char *handle);
+    std::vector<std::unique_ptr<CR12Entity>> removed_entities;
+
     short BlockWalkStep(CDB_STARTBLOCK_ENTITY_type *block, CR12Block *(CR12BlockList::*step)(),
                         short missing);
 

@@ -48,16 +48,26 @@ CR12Entity::CR12Entity(CR12Drawing *owner, int16_t kind)
 }
 
 CR12Entity::~CR12Entity() {
+    ReleaseOwned();
+    std::free(record);
+}
+
+void CR12Entity::ReleaseOwned() {
     if (!record)
         return;
     std::free(record->handle);
+    record->handle = nullptr;
     std::free(record->eed_data);
+    record->eed_data = nullptr;
+    record->eed_size = 0;
     if (layout) {
-        for (size_t i = 0; i < layout->count; ++i)
-            if (IsText(layout->fields[i]))
-                std::free(Get<char *>(record, layout->fields[i].offset));
+        for (size_t i = 0; i < layout->count; ++i) {
+            if (!IsText(layout->fields[i]))
+                continue;
+            std::free(Get<char *>(record, layout->fields[i].offset));
+            Put(record, layout->fields[i].offset, static_cast<char *>(nullptr));
+        }
     }
-    std::free(record);
 }
 
 void CR12Entity::GetRecord(CDB_ENTITY *out) {
@@ -243,9 +253,9 @@ struct MviewCursor {
 
 } // namespace
 
-void R12UnpackMview(const uint8_t *eed, size_t size, CDB_VIEWPORT_type *viewport) {
+size_t R12UnpackMview(const uint8_t *eed, size_t size, CDB_VIEWPORT_type *viewport) {
     if (!eed || !viewport)
-        return;
+        return 0;
     auto *base = reinterpret_cast<uint8_t *>(viewport);
     MviewCursor c{eed, size, 1};
     c.I16(base + offsetof(CDB_VIEWPORT_type, eed_version));
@@ -286,22 +296,25 @@ void R12UnpackMview(const uint8_t *eed, size_t size, CDB_VIEWPORT_type *viewport
         c.Skip(3);
         ++count;
     }
+    // The list's closing brace ends the walk.
+    const size_t end = c.at + 2;
     std::free(viewport->frozen_layers);
     viewport->frozen_layers = nullptr;
     viewport->frozen_layer_count = 0;
     if (count == 0)
-        return;
+        return end;
     if (count > 32767)
         count = 32767;
     auto *layers = static_cast<int16_t *>(std::malloc(count * sizeof(int16_t)));
     if (!layers)
-        return;
+        return end;
     for (size_t i = 0; i < count; ++i) {
         const uint8_t *p = eed + first + 3 * i + 1;
         layers[i] = static_cast<int16_t>(uint16_t(p[0]) | uint16_t(p[1]) << 8);
     }
     viewport->frozen_layers = layers;
     viewport->frozen_layer_count = static_cast<int16_t>(count);
+    return end;
 }
 
 namespace {
@@ -339,7 +352,8 @@ uint8_t MviewCode(MviewKind kind) {
 std::vector<uint8_t> R12PackMview(const CDB_VIEWPORT_type &viewport) {
     const auto *base = reinterpret_cast<const uint8_t *>(&viewport);
     std::vector<uint8_t> out;
-    out.reserve(224 + 3 * size_t(viewport.frozen_layer_count > 0 ? viewport.frozen_layer_count : 0));
+    out.reserve(224 +
+                3 * size_t(viewport.frozen_layer_count > 0 ? viewport.frozen_layer_count : 0));
     out.push_back(kEedApp);
     PutI16(out, viewport.eed_version);
     const size_t name_length = strnlen(viewport.eed_application, sizeof viewport.eed_application);
@@ -450,6 +464,22 @@ int CR12EntityList::Append(CR12Entity *entity) {
     return position_;
 }
 
+int CR12EntityList::InsertAt(int index, CR12Entity *entity) {
+    if (index < 0 || index > Count())
+        return -1;
+    items_.insert(items_.begin() + index, entity);
+    position_ = static_cast<int16_t>(index);
+    return index;
+}
+
+CR12Entity *CR12EntityList::ReplaceAt(int index, CR12Entity *entity) {
+    if (index < 0 || index >= Count())
+        return nullptr;
+    CR12Entity *old = items_[static_cast<size_t>(index)];
+    items_[static_cast<size_t>(index)] = entity;
+    return old;
+}
+
 int CR12EntityList::RemoveAt(int index) {
     if (index < 0 || index >= Count())
         return 0;
@@ -525,6 +555,26 @@ void CR12ViewportList::Unlink(CR12Viewport *viewport) {
         tail_ = viewport->previous;
     if (cursor_ == viewport)
         cursor_ = viewport->next;
+    viewport->next = viewport->previous = nullptr;
+    viewport->chain = nullptr;
+}
+
+void CR12ViewportList::Replace(CR12Viewport *viewport, CR12Viewport *replacement) {
+    if (!viewport || viewport->chain != this || !replacement || replacement->chain)
+        return;
+    replacement->previous = viewport->previous;
+    replacement->next = viewport->next;
+    replacement->chain = this;
+    if (viewport->previous)
+        viewport->previous->next = replacement;
+    else
+        head_ = replacement;
+    if (viewport->next)
+        viewport->next->previous = replacement;
+    else
+        tail_ = replacement;
+    if (cursor_ == viewport)
+        cursor_ = replacement;
     viewport->next = viewport->previous = nullptr;
     viewport->chain = nullptr;
 }

@@ -73,10 +73,19 @@ protected:
     short ReadByLayout(uint8_t &next_code);
     // The object's own i32 of the layout's kI32 field.
     virtual void StoreObjectI32(int32_t) {}
+    // The inverse of StoreObjectI32: the i32 that the writer puts in the frame.
+    virtual int32_t ObjectI32() const { return 0; }
+    // The extended data that the DWG frame carries, `size` bytes, or null for none: the
+    // record's block for most kinds. A class that builds its block anew builds it into
+    // `scratch` (r12_entity_write.cpp).
+    virtual const uint8_t *ExtendedDataForDWG(std::vector<uint8_t> &scratch, size_t &size) const;
     // A block name that a DXF group gives (insert, dimension): kept by the object.
     virtual void KeepBlockName(const char *) {}
     // The kind's own step after its DXF groups.
     virtual void AfterReadDxf() {}
+    // Frees the blocks the record points at (handle, extended data, the layout's texts)
+    // and nulls their pointers.
+    void ReleaseOwned();
     // One group of the kind's DXF layout into the record.
     void ReadDxfGroup(const R12DxfGroup &group, const char *value);
 
@@ -166,6 +175,8 @@ public:
     ~CR12BeginBlock() override;
     // In list mode all three texts (xref path, name, second name) are the caller's copies.
     void GetRecord(CDB_ENTITY *out) override;
+    // Also keeps a copy of the block's name of its own.
+    void SetRecord(const CDB_ENTITY *in) override;
     // Copies the common part and the block part to `out` and gives up the blocks they
     // point at (handle, extended data, xref path, name, second name): `out` owns them.
     void ReleaseRecordTo(CDB_STARTBLOCK_ENTITY_type *out);
@@ -179,6 +190,7 @@ public:
 
 protected:
     void StoreObjectI32(int32_t value) override { owner_position = value; }
+    int32_t ObjectI32() const override { return owner_position; }
 };
 
 class CR12Polyline : public CR12PlainEntity {
@@ -193,6 +205,8 @@ public:
     explicit CR12Insert(CR12Drawing *drawing) : CR12PlainEntity(drawing, 14) {}
     CDB_ENTITY *GetResolvedRecord() override;
     void GetRecord(CDB_ENTITY *out) override;
+    // A record taken in names its block by index: a name kept from a DXF file is dropped.
+    void SetRecord(const CDB_ENTITY *in) override;
     std::string block_name;
     bool named = false;
 
@@ -209,6 +223,8 @@ public:
     explicit CR12Dimension(CR12Drawing *drawing) : CR12PlainEntity(drawing, 23) {}
     CDB_ENTITY *GetResolvedRecord() override;
     void GetRecord(CDB_ENTITY *out) override;
+    // As the insert's: the block is the record's index.
+    void SetRecord(const CDB_ENTITY *in) override;
     std::string block_name;
     bool named = false;
 
@@ -224,6 +240,8 @@ public:
     ~CR12Viewport() override;
     short ReadDWG(uint8_t &next_code) override;
     void GetRecord(CDB_ENTITY *out) override;
+    // Also keeps a copy of the frozen layer list of its own.
+    void SetRecord(const CDB_ENTITY *in) override;
 
     CR12Viewport *next = nullptr;
     CR12Viewport *previous = nullptr;
@@ -233,12 +251,17 @@ public:
 protected:
     // The view stands in the "MVIEW" extended data, as in a DWG.
     void AfterReadDxf() override;
+    // The "MVIEW" block packed from the record, followed by what the stored block holds
+    // behind its MVIEW part.
+    const uint8_t *ExtendedDataForDWG(std::vector<uint8_t> &scratch, size_t &size) const override;
 };
 
 // Unpacks the "MVIEW" extended data of a viewport (`eed`, `size` bytes) into `viewport`,
 // at the block's fixed places; what lies beyond the block stays as it is. The frozen layer
-// list becomes a new array (malloc) in `frozen_layers` when it is not empty.
-void R12UnpackMview(const uint8_t *eed, size_t size, CDB_VIEWPORT_type *viewport);
+// list becomes a new array (malloc) in `frozen_layers` when it is not empty. The result is
+// the place in the block behind the frozen layer list's closing brace, where the walk ends
+// (beyond `size` when the block is shorter than the walk); 0 without a block.
+size_t R12UnpackMview(const uint8_t *eed, size_t size, CDB_VIEWPORT_type *viewport);
 
 // The inverse of R12UnpackMview: the "MVIEW" extended data block of `viewport`, built
 // from its fields in the one shape that R12UnpackMview reads (angles back to radians).
@@ -256,6 +279,13 @@ public:
     CR12EntityList &operator=(const CR12EntityList &) = delete;
 
     int Append(CR12Entity *entity);
+    // Puts the entity at `index` (0 to Count()); the entities from there on move one place
+    // on, and the position goes to the new entity. The index, or -1 for a bad index (the
+    // entity is then not taken).
+    int InsertAt(int index, CR12Entity *entity);
+    // Puts the entity in the place of the one at `index` and hands that one back (the
+    // caller then owns it); null for a bad index (the entity is then not taken).
+    CR12Entity *ReplaceAt(int index, CR12Entity *entity);
     // Takes the entity out of the list (the caller then owns it): 0 for a bad index.
     int RemoveAt(int index);
     CR12Entity *First();
@@ -336,6 +366,9 @@ public:
     void Append(CR12Viewport *viewport);
     // Takes a viewport out of the chain (its destructor does so).
     void Unlink(CR12Viewport *viewport);
+    // Puts `replacement` (in no chain) into the chain at the place of `viewport`, which
+    // leaves it. Nothing happens when `viewport` is not in this chain.
+    void Replace(CR12Viewport *viewport, CR12Viewport *replacement);
     CR12Viewport *First();
     CR12Viewport *Next();
     CR12Viewport *Head() const { return head_; }

@@ -1,4 +1,130 @@
 // Entities taking a public record in, for the edit functions.
 #include "dwg12/r12_entities.h"
+#include "dwg12/r12_entity_layout.h"
 
-void CR12Entity::SetRecord(const CDB_ENTITY *) {}
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+template <typename T> T Get(const CDB_ENTITY *record, size_t offset) {
+    T value;
+    std::memcpy(&value, reinterpret_cast<const uint8_t *>(record) + offset, sizeof value);
+    return value;
+}
+template <typename T> void Put(CDB_ENTITY *record, size_t offset, T value) {
+    std::memcpy(reinterpret_cast<uint8_t *>(record) + offset, &value, sizeof value);
+}
+
+char *CopyText(const char *text) {
+    if (!text)
+        return nullptr;
+    const size_t n = std::strlen(text) + 1;
+    char *copy = static_cast<char *>(std::malloc(n));
+    if (copy)
+        std::memcpy(copy, text, n);
+    return copy;
+}
+
+// The extended data block, `size` bytes and a zero byte behind them; null for none.
+uint8_t *CopyEed(const uint8_t *data, uint16_t size) {
+    if (!data || size == 0)
+        return nullptr;
+    auto *copy = static_cast<uint8_t *>(std::malloc(size_t(size) + 1));
+    if (copy) {
+        std::memcpy(copy, data, size);
+        copy[size] = 0;
+    }
+    return copy;
+}
+
+// The references of release 13 in the kinds' own parts: handle texts that a release 12
+// entity does not carry.
+struct ForeignHandle {
+    int16_t code;
+    uint16_t offset;
+};
+
+#define AT(member) static_cast<uint16_t>(offsetof(CDB_ENTITY, member))
+constexpr ForeignHandle kForeignHandles[] = {
+    {CDB_SHAPE, AT(shape.style_handle)},
+    {CDB_TEXT, AT(text.style_handle)},
+    {CDB_INSERT, AT(insert.block_handle)},
+    {CDB_ATTDEF, AT(attdef.style_handle)},
+    {CDB_ATTRIB, AT(attrib.style_handle)},
+    {CDB_DIMENSION, AT(dimension.block_handle)},
+    {CDB_DIMENSION, AT(dimension.dimstyle_handle)},
+};
+#undef AT
+
+bool IsText(const R12EntityField &f) {
+    return f.value == R12Value::kText || f.value == R12Value::kNameText;
+}
+
+} // namespace
+
+void CR12Entity::SetRecord(const CDB_ENTITY *in) {
+    if (!in || !record)
+        return;
+    ReleaseOwned();
+    // The values come over as they stand; the pointers among them are still the caller's
+    // and are replaced by copies of the object's own, or dropped.
+    const size_t bytes = layout ? layout->record_bytes : offsetof(CDB_ENTITY, line);
+    std::memcpy(static_cast<void *>(record), in, bytes);
+
+    record->handle = CopyText(record->handle);
+    record->eed_data = CopyEed(record->eed_data, record->eed_size);
+    if (!record->eed_data)
+        record->eed_size = 0;
+    record->layer_handle = nullptr;
+    record->line_type_handle = nullptr;
+    if (layout) {
+        for (size_t i = 0; i < layout->count; ++i) {
+            const R12EntityField &f = layout->fields[i];
+            if (IsText(f))
+                Put(record, f.offset, CopyText(Get<const char *>(record, f.offset)));
+        }
+    }
+    for (const ForeignHandle &h : kForeignHandles)
+        if (h.code == code)
+            Put(record, h.offset, static_cast<char *>(nullptr));
+}
+
+void CR12BeginBlock::SetRecord(const CDB_ENTITY *in) {
+    if (!in || !record)
+        return;
+    std::free(record->block.name);
+    record->block.name = nullptr;
+    CR12Entity::SetRecord(in);
+    record->block.name = CopyText(record->block.name);
+}
+
+void CR12Insert::SetRecord(const CDB_ENTITY *in) {
+    CR12PlainEntity::SetRecord(in);
+    block_name.clear();
+    named = false;
+}
+
+void CR12Dimension::SetRecord(const CDB_ENTITY *in) {
+    CR12PlainEntity::SetRecord(in);
+    block_name.clear();
+    named = false;
+}
+
+void CR12Viewport::SetRecord(const CDB_ENTITY *in) {
+    if (!in || !record)
+        return;
+    std::free(record->viewport.frozen_layers);
+    record->viewport.frozen_layers = nullptr;
+    CR12Entity::SetRecord(in);
+    CDB_VIEWPORT_type &v = record->viewport;
+    const int16_t count = v.frozen_layers ? v.frozen_layer_count : int16_t(0);
+    int16_t *layers = nullptr;
+    if (count > 0) {
+        layers = static_cast<int16_t *>(std::malloc(size_t(count) * sizeof(int16_t)));
+        if (layers)
+            std::memcpy(layers, v.frozen_layers, size_t(count) * sizeof(int16_t));
+    }
+    v.frozen_layers = layers;
+    v.frozen_layer_count = layers ? count : int16_t(0);
+}

@@ -1,6 +1,383 @@
-// Entity frames as a release 12 DWG holds them.
-#include "dwg12/r12_entities.h"
+// Entity frames as a release 12 DWG holds them. The writer walks each kind's layout, the
+// same list of fields that the reader in r12_frames.cpp walks, from the record back to the
+// bytes: the frame head, the common fields with their presence bits, the kind's fields and
+// the CRC.
+//
+// An optional field is written exactly when its value differs, bit for bit, from what the
+// reader leaves in the record when the field is absent. So a frame read and written again
+// gives the same record back, -0.0 included.
+#include "dwg12/r12_drawing.h"
+#include "dwg12/r12_entity_layout.h"
+#include "dwg12/r12_header.h"
+#include "dwg13/crc16.h"
+#include "records/handle_text.h"
 
-int CR12Entity::EncodeDWG(std::vector<uint8_t> &) {
-    return 0;
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+// The largest frame: its length field is a signed 16-bit value.
+constexpr size_t kMaxFrameSize = 32767;
+// A handle's length in the frame is one byte.
+constexpr size_t kMaxHandleBytes = 255;
+constexpr size_t kCrcSize = 2;
+
+template <typename T> inline T Get(const CDB_ENTITY *record, size_t offset) {
+    T value;
+    std::memcpy(&value, reinterpret_cast<const uint8_t *>(record) + offset, sizeof value);
+    return value;
+}
+
+inline bool SameBits(double a, double b) {
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+// +0.0 and nothing else: -0.0 is a value of its own.
+inline bool IsPositiveZero(double v) {
+    return SameBits(v, 0.0);
+}
+
+// Appends little-endian values to a frame. The vector keeps its capacity from one frame to
+// the next, so a save allocates only while its frames grow.
+class FrameWriter {
+public:
+    explicit FrameWriter(std::vector<uint8_t> &out) : out_(out) {}
+    void U8(uint8_t v) { out_.push_back(v); }
+    void I16(int16_t v) {
+        const uint16_t u = static_cast<uint16_t>(v);
+        out_.push_back(static_cast<uint8_t>(u & 0xFF));
+        out_.push_back(static_cast<uint8_t>(u >> 8));
+    }
+    void I32(int32_t v) {
+        const uint32_t u = static_cast<uint32_t>(v);
+        for (int i = 0; i < 4; ++i)
+            out_.push_back(static_cast<uint8_t>(u >> (8 * i)));
+    }
+    void F64(double v) {
+        uint64_t bits;
+        std::memcpy(&bits, &v, sizeof bits);
+        for (int i = 0; i < 8; ++i)
+            out_.push_back(static_cast<uint8_t>(bits >> (8 * i)));
+    }
+    void Bytes(const void *data, size_t n) {
+        const auto *p = static_cast<const uint8_t *>(data);
+        out_.insert(out_.end(), p, p + n);
+    }
+    // A text of the frame: i16 length and the characters. False when it is too long for
+    // a frame.
+    bool Text(const char *text) {
+        const size_t n = text ? std::strlen(text) : 0;
+        if (n > kMaxFrameSize)
+            return false;
+        I16(static_cast<int16_t>(n));
+        Bytes(text, n);
+        return true;
+    }
+
+private:
+    std::vector<uint8_t> &out_;
+};
+
+// The handle's hexadecimal text as the frame keeps it, most significant byte first, in the
+// fewest bytes that hold the value: "2A0F" gives 2A 0F, "0" (and a text without digits)
+// one zero byte. Digits count up to the first character that is not one. False when the
+// value needs more bytes than the length byte can tell.
+bool HandleTextToBytes(const char *text, uint8_t (&bytes)[kMaxHandleBytes], size_t &count) {
+    size_t first = 0; // the first significant digit
+    size_t end = 0;   // behind the last digit
+    while (text[end] && HexDigitValue(text[end]) >= 0)
+        ++end;
+    while (first < end && text[first] == '0')
+        ++first;
+    const size_t digits = end - first;
+    if (digits == 0) {
+        bytes[0] = 0;
+        count = 1;
+        return true;
+    }
+    count = (digits + 1) / 2;
+    if (count > kMaxHandleBytes)
+        return false;
+    // From the last digit back: two digits a byte, the first byte may hold one.
+    size_t at = end;
+    for (size_t b = count; b-- > 0;) {
+        int value = HexDigitValue(text[--at]);
+        if (at > first)
+            value |= HexDigitValue(text[--at]) << 4;
+        bytes[b] = static_cast<uint8_t>(value);
+    }
+    return true;
+}
+
+// What the reader leaves in a double of the record when its field is absent: the record
+// as the entity's constructor made it (extrusion 0, 0, 1) and, under the insert's rule,
+// scales of 1.0; 0 everywhere else.
+double AbsentDouble(const R12EntityLayout &layout, size_t offset) {
+    if (offset == offsetof(CDB_ENTITY, extrusion.z))
+        return 1.0;
+    if ((layout.rules & kR12ScalesStartAtOne) && (offset == offsetof(CDB_ENTITY, insert.x_scale) ||
+                                                  offset == offsetof(CDB_ENTITY, insert.y_scale) ||
+                                                  offset == offsetof(CDB_ENTITY, insert.z_scale)))
+        return 1.0;
+    return 0.0;
+}
+
+// How many doubles a field of these kinds takes from the record.
+size_t DoublesOf(R12Value value) {
+    switch (value) {
+    case R12Value::kF64:
+    case R12Value::kAngle:
+        return 1;
+    case R12Value::kXY:
+    case R12Value::kXY0:
+        return 2;
+    case R12Value::kXYZ:
+    case R12Value::kXYz:
+        return 3;
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
+// ---- The extended data a frame carries --------------------------------------------------
+
+const uint8_t *CR12Entity::ExtendedDataForDWG(std::vector<uint8_t> &, size_t &size) const {
+    size = record ? record->eed_size : 0;
+    return record ? record->eed_data : nullptr;
+}
+
+const uint8_t *CR12Viewport::ExtendedDataForDWG(std::vector<uint8_t> &scratch, size_t &size) const {
+    size = 0;
+    if (!record)
+        return nullptr;
+    scratch = R12PackMview(record->viewport);
+    // Behind the MVIEW part the stored block may hold more (another application's data):
+    // it follows the packed part unchanged. The part ends where the reader's walk ends, and
+    // the brace that closes the whole MVIEW group, which the packed part writes too, is
+    // passed over. A walk that runs past the block leaves nothing behind it.
+    const uint8_t *stored = record->eed_data;
+    const size_t stored_size = record->eed_size;
+    if (stored) {
+        CDB_VIEWPORT_type walked;
+        std::memset(&walked, 0, sizeof walked);
+        size_t end = R12UnpackMview(stored, stored_size, &walked);
+        std::free(walked.frozen_layers);
+        if (end + 2 <= stored_size && stored[end] == 2 && stored[end + 1] == 1)
+            end += 2;
+        if (end < stored_size)
+            scratch.insert(scratch.end(), stored + end, stored + stored_size);
+    }
+    size = scratch.size();
+    return scratch.data();
+}
+
+// ---- The frame ---------------------------------------------------------------------------
+
+int CR12Entity::EncodeDWG(std::vector<uint8_t> &frame) {
+    frame.clear();
+    // An insert or a dimension read from a DXF file finds its block's index first.
+    GetResolvedRecord();
+    if (!record || !layout)
+        return 0;
+    static const int32_t kNoBases[10] = {};
+    const int32_t *bases = drawing ? drawing->Bases() : kNoBases;
+    if (!bases)
+        bases = kNoBases;
+    const int32_t object_i32 = ObjectI32();
+
+    // Whether an optional field is written: its value differs from what the reader leaves
+    // when the field is absent.
+    auto differs_from_absent = [&](const R12EntityField &f) {
+        switch (f.value) {
+        case R12Value::kU8:
+        case R12Value::kI16:
+            return Get<int16_t>(record, f.offset) != 0;
+        case R12Value::kU8Byte:
+            return Get<uint8_t>(record, f.offset) != 0;
+        case R12Value::kI32:
+            return object_i32 != 0;
+        case R12Value::kText: {
+            // An empty text reads back as no text at all.
+            const char *text = Get<char *>(record, f.offset);
+            return text != nullptr && text[0] != 0;
+        }
+        case R12Value::kNameText: {
+            // A stored empty name reads back as an empty string, an absent one as null;
+            // the xref path of a block start is an empty string in both cases.
+            const char *text = Get<char *>(record, f.offset);
+            if (!text)
+                return false;
+            const bool never_null = (layout->rules & kR12XrefPathNeverNull) &&
+                                    f.offset == offsetof(CDB_ENTITY, block.xref_path);
+            return !never_null || text[0] != 0;
+        }
+        case R12Value::kFlag80:
+            return false;
+        default:
+            for (size_t i = 0; i < DoublesOf(f.value); ++i) {
+                const size_t at = f.offset + 8 * i;
+                if (!SameBits(Get<double>(record, at), AbsentDouble(*layout, at)))
+                    return true;
+            }
+            return false;
+        }
+    };
+
+    // Presence bits of the kind's fields, and the flags they set.
+    uint8_t flags = 0;
+    uint8_t options_1 = 0;
+    uint8_t options_2 = 0;
+    bool flat = true; // every z of the kind's xy[z] points is +0.0
+    for (size_t i = 0; i < layout->count; ++i) {
+        const R12EntityField &f = layout->fields[i];
+        if (f.value == R12Value::kFlag80 && Get<int16_t>(record, f.offset) != 0)
+            flags |= kR12FollowsBit;
+        if (f.value == R12Value::kXYz && !IsPositiveZero(Get<double>(record, f.offset + 16)))
+            flat = false;
+        if (f.when == R12When::kOptions1 && differs_from_absent(f))
+            options_1 |= f.bit;
+        else if (f.when == R12When::kOptions2 && differs_from_absent(f))
+            options_2 |= f.bit;
+    }
+
+    // The common part. For kinds 1, 2, 21 and 22 flags bit 0x04 marks two-dimensional
+    // coordinates and no elevation is stored; for the others it announces the elevation.
+    const int kind = layout->code;
+    const bool flat_kind = R12IsFlatCoordinateKind(kind);
+    const bool three_d = flat_kind && !flat;
+    std::vector<uint8_t> built_eed;
+    size_t eed_size = 0;
+    const uint8_t *eed = ExtendedDataForDWG(built_eed, eed_size);
+    if (eed && eed_size > 0xFFFF)
+        return 0;
+    uint8_t extension = 0;
+    if (eed)
+        extension |= kR12ExtHasEed;
+    if (record->space != 0)
+        extension |= kR12ExtHasSpace;
+    if (extension)
+        flags |= kR12HasExtension;
+    const bool has_color = record->color != -1 && record->color != 256;
+    if (has_color)
+        flags |= kR12HasColor;
+    const bool has_ltype = record->line_type_index != -1;
+    if (has_ltype)
+        flags |= kR12HasLtype;
+    const bool has_elevation = !flat_kind && !IsPositiveZero(record->elevation);
+    if ((flat_kind && !three_d) || has_elevation)
+        flags |= kR12FlatOrElevation;
+    const bool has_thickness = !IsPositiveZero(record->thickness);
+    if (has_thickness)
+        flags |= kR12HasThickness;
+    uint8_t handle[kMaxHandleBytes];
+    size_t handle_size = 0;
+    if (record->handle) {
+        if (!HandleTextToBytes(record->handle, handle, handle_size))
+            return 0;
+        flags |= kR12HasHandle;
+    }
+
+    FrameWriter out(frame);
+    out.U8(static_cast<uint8_t>(kind));
+    out.U8(flags);
+    out.I16(0); // the length, below
+    out.I16(static_cast<int16_t>(record->layer_index - bases[1]));
+    out.U8(options_1);
+    out.U8(options_2);
+    if (extension)
+        out.U8(extension);
+    if (eed) {
+        out.I16(static_cast<int16_t>(eed_size));
+        out.Bytes(eed, eed_size);
+    }
+    if (has_color)
+        out.U8(static_cast<uint8_t>(record->color));
+    if (has_ltype)
+        out.I16(record->line_type_index == -2
+                    ? kR12ByBlockLtype
+                    : static_cast<int16_t>(record->line_type_index - bases[2]));
+    if (has_elevation)
+        out.F64(record->elevation);
+    if (has_thickness)
+        out.F64(record->thickness);
+    if (record->handle) {
+        out.U8(static_cast<uint8_t>(handle_size));
+        out.Bytes(handle, handle_size);
+    }
+    if (record->space != 0)
+        out.I16(record->space);
+
+    // The kind's fields, in the order of the layout.
+    for (size_t i = 0; i < layout->count; ++i) {
+        const R12EntityField &f = layout->fields[i];
+        bool present = true;
+        switch (f.when) {
+        case R12When::kAlways:
+            break;
+        case R12When::kOptions1:
+            present = (options_1 & f.bit) != 0;
+            break;
+        case R12When::kOptions2:
+            present = (options_2 & f.bit) != 0;
+            break;
+        case R12When::kOptions2Zero:
+            present = options_2 == 0;
+            break;
+        }
+        if (!present)
+            continue;
+        const int32_t base = f.base == kR12NoBase ? 0 : bases[f.base];
+        switch (f.value) {
+        case R12Value::kF64:
+            out.F64(Get<double>(record, f.offset));
+            break;
+        case R12Value::kAngle:
+            out.F64(R12AngleToFile(Get<double>(record, f.offset)));
+            break;
+        case R12Value::kXY:
+        case R12Value::kXY0:
+        case R12Value::kXYZ:
+        case R12Value::kXYz:
+            out.F64(Get<double>(record, f.offset));
+            out.F64(Get<double>(record, f.offset + 8));
+            if (f.value == R12Value::kXYZ || (f.value == R12Value::kXYz && three_d))
+                out.F64(Get<double>(record, f.offset + 16));
+            break;
+        case R12Value::kU8:
+            out.U8(static_cast<uint8_t>((Get<int16_t>(record, f.offset) - base) & 0xFF));
+            break;
+        case R12Value::kU8Byte:
+            out.U8(Get<uint8_t>(record, f.offset));
+            break;
+        case R12Value::kI16:
+            out.I16(static_cast<int16_t>(Get<int16_t>(record, f.offset) - base));
+            break;
+        case R12Value::kI32:
+            out.I32(object_i32);
+            break;
+        case R12Value::kText:
+        case R12Value::kNameText:
+            if (!out.Text(Get<char *>(record, f.offset)))
+                return frame.clear(), 0;
+            break;
+        case R12Value::kFlag80:
+            break; // in the flags
+        }
+    }
+
+    // The frame's format knows a rule for extended data of an odd size: "the block adds
+    // what the kind's flags ask for". No reader needs it and nothing in the frame says what
+    // it would be, so no padding is written: the length field tells the reader where the
+    // frame ends.
+    const size_t length = frame.size() + kCrcSize;
+    if (length > kMaxFrameSize)
+        return frame.clear(), 0;
+    frame[2] = static_cast<uint8_t>(length & 0xFF);
+    frame[3] = static_cast<uint8_t>(length >> 8);
+    const uint16_t crc = DwgCrc(frame.data(), frame.size());
+    out.U8(static_cast<uint8_t>(crc & 0xFF));
+    out.U8(static_cast<uint8_t>(crc >> 8));
+    return 1;
 }

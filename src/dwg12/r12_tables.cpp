@@ -531,6 +531,15 @@ void CR12TableList::Remove(int index) {
     index_valid = false;
 }
 
+int CR12TableList::Replace(int index, CR12TableRecord *record) {
+    if (index < 0 || index >= Count())
+        return 0;
+    delete items[static_cast<size_t>(index)];
+    items[static_cast<size_t>(index)] = record;
+    index_valid = false;
+    return 1;
+}
+
 CR12TableRecord *CR12TableList::First() {
     cursor = 0;
     return At(cursor);

@@ -160,6 +160,10 @@ protected:
     virtual int AfterDecode(const uint8_t *bytes, size_t size);
     // The class's own step after a DXF read; its result is ignored.
     virtual void AfterReadDxf() {}
+    // The class's own step after SetFrom.
+    virtual void AfterSetFrom() {}
+    // The size of the public record that opens the body.
+    virtual size_t PublicRecordSize() const = 0;
     // Frees the name and every heap block of the layout, and nulls their pointers. The
     // derived class calls it from its destructor, while the body still lives.
     void ReleaseBlocks();
@@ -193,6 +197,7 @@ public:
     ~CR12RecordOf() override { ReleaseBlocks(); }
 
     void *GetRecord() override { return &body.record; }
+    size_t PublicRecordSize() const override { return sizeof(Record); }
     Record &GetTypedRecord() { return body.record; }
     const Record &GetTypedRecord() const { return body.record; }
 
@@ -239,6 +244,8 @@ public:
 
 protected:
     int AfterDecode(const uint8_t *bytes, size_t size) override;
+    // The name kept in place follows the new name.
+    void AfterSetFrom() override;
 };
 
 class CR12StyleRecord : public CR12RecordOf<R12Body<CDB_STYLE_TBL_type>, kR12Styles> {
@@ -252,6 +259,7 @@ protected:
     // 0 when neither loads (the record keeps its slot all the same).
     int AfterDecode(const uint8_t *bytes, size_t size) override;
     void AfterReadDxf() override { LoadFont(); }
+    void AfterSetFrom() override { LoadFont(); }
 
 private:
     int LoadFont();
@@ -300,6 +308,9 @@ public:
     int Add(CR12TableRecord *record);
     // Destroys the record at `index`; the later records move up one place.
     void Remove(int index);
+    // Puts `record` in the place of the record at `index`, which is destroyed: 1, or 0 for
+    // an index outside the table (the record is then not taken).
+    int Replace(int index, CR12TableRecord *record);
     CR12TableRecord *First();
     CR12TableRecord *Next();
     // The index of the first record whose CompareName matches, or -1.

@@ -29,6 +29,7 @@
 
 #include "records/handle_text.h"
 
+#include <cstdint>
 #include <cstring>
 
 namespace {
@@ -223,4 +224,133 @@ void CDxfEedCollector::Collect(CDxfStream &stream, int16_t &code, char *value) {
             return;
         Add(code, value);
     }
+}
+
+// ---- Writing ------------------------------------------------------------------------------
+
+namespace {
+
+// Little-endian values of the stored form; the caller has checked the bounds.
+int16_t EedI16(const uint8_t *p) {
+    return static_cast<int16_t>(uint16_t(p[0]) | uint16_t(p[1]) << 8);
+}
+int32_t EedI32(const uint8_t *p) {
+    return static_cast<int32_t>(uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 |
+                                uint32_t(p[3]) << 24);
+}
+double EedF64(const uint8_t *p) {
+    uint64_t bits = 0;
+    for (int i = 7; i >= 0; --i)
+        bits = bits << 8 | p[i];
+    double value;
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
+}
+
+// Bytes of the payload behind an item's code byte, or 0 for a code the stored form does
+// not have. `p` points at the payload, `left` bytes of the block remain from there; a
+// length byte that they cannot hold gives SIZE_MAX.
+size_t EedPayloadSize(uint8_t tag, const uint8_t *p, size_t left) {
+    switch (tag) {
+    case 0:
+    case 4:
+        return left < 1 ? SIZE_MAX : 1 + size_t(p[0]);
+    case 1:
+    case 3:
+    case 70:
+        return 2;
+    case 2:
+        return 1;
+    case 5:
+    case 40:
+    case 41:
+    case 42:
+        return 8;
+    case 10:
+    case 11:
+    case 12:
+    case 13:
+        return 24;
+    case 71:
+        return 4;
+    default:
+        return 0;
+    }
+}
+
+// Writes one item whose payload (`p`) lies wholly inside the block. `value` is a scratch
+// buffer of kValueSize + 8 bytes.
+int WriteEedItem(CDxfStream &stream, uint8_t tag, const uint8_t *p, const DxfEedNames &names,
+                 char *value) {
+    static const char kHexDigits[] = "0123456789ABCDEF";
+    const int16_t code = static_cast<int16_t>(1000 + tag);
+    switch (tag) {
+    case 0: {
+        // The text ends at its length or at a zero byte, whichever comes first.
+        const size_t n = strnlen(reinterpret_cast<const char *>(p + 1), p[0]);
+        std::memcpy(value, p + 1, n);
+        value[n] = 0;
+        return stream.WriteGroup(code, value, static_cast<int16_t>(n + 1));
+    }
+    case 1:
+        return stream.WriteText(code, names.Appid(EedI16(p)));
+    case 3:
+        return stream.WriteText(code, names.Layer(EedI16(p)));
+    case 2:
+        return stream.WriteText(code, p[0] == 0 ? "{" : "}");
+    case 4: {
+        const size_t n = p[0];
+        if (stream.OutputBinary()) {
+            // A chunk: the length byte and the data, as the binary reader takes it.
+            std::memcpy(value, p, n + 1);
+            return stream.WriteGroup(code, value, static_cast<int16_t>(n + 1));
+        }
+        for (size_t i = 0; i < n; ++i) {
+            value[2 * i] = kHexDigits[p[1 + i] >> 4];
+            value[2 * i + 1] = kHexDigits[p[1 + i] & 0x0F];
+        }
+        value[2 * n] = 0;
+        return stream.WriteGroup(code, value, static_cast<int16_t>(2 * n + 1));
+    }
+    case 5:
+        return stream.WriteText(code, HandleBytesToText(p, 8).c_str());
+    case 10:
+    case 11:
+    case 12:
+    case 13:
+        return stream.WritePoint3(CDB_POINT3{EedF64(p), EedF64(p + 8), EedF64(p + 16)}, code);
+    case 40:
+    case 41:
+    case 42:
+        return stream.WriteReal(code, EedF64(p));
+    case 70:
+        return stream.WriteInt16(code, EedI16(p));
+    case 71:
+        return stream.WriteInt32(code, EedI32(p));
+    default:
+        return 1;
+    }
+}
+
+} // namespace
+
+int WriteEedDxf(CDxfStream &stream, const uint8_t *eed, size_t size, const DxfEedNames &names) {
+    if (!eed)
+        return 1;
+    // Room for the longest value: 255 bytes as 510 hexadecimal digits, and the line end
+    // that the ASCII form appends.
+    char value[kValueSize + 8];
+    size_t at = 0;
+    while (at < size) {
+        const uint8_t tag = eed[at];
+        const uint8_t *payload = eed + at + 1;
+        const size_t left = size - at - 1;
+        const size_t payload_size = EedPayloadSize(tag, payload, left);
+        if (payload_size == 0 || payload_size > left)
+            return 1;
+        if (!WriteEedItem(stream, tag, payload, names, value))
+            return 0;
+        at += 1 + payload_size;
+    }
+    return 1;
 }

@@ -66,4 +66,26 @@ private:
     bool closed_ = false;
 };
 
+// The names that the stored form keeps as table indices, for the writer.
+struct DxfEedNames {
+    virtual ~DxfEedNames() = default;
+    // The name of record `index` of the APPID / LAYER table; null when there is none.
+    virtual const char *Appid(int index) const = 0;
+    virtual const char *Layer(int index) const = 0;
+};
+
+// Writes a stored block (`size` bytes) back as DXF groups, item by item:
+//   1000        the text, as long as its length byte says (up to a zero byte)
+//   1001, 1003  the name of the APPID / LAYER record by index (empty when there is none)
+//   1002        "{" for 0, "}" for anything else
+//   1004        binary: the length byte and the data as one chunk; ASCII: the data as
+//               upper-case hexadecimal text, two digits a byte
+//   1005        the handle's text
+//   1010-1013   three reals under the code, code + 10 and code + 20
+//   1040-1042   one real; 1070 a 16-bit, 1071 a 32-bit integer
+// An item that runs past the block's end, or a code the stored form does not have, ends
+// the walk: nothing is read outside the block. An empty or null block writes nothing.
+// 1, or 0 when the stream refuses a group.
+int WriteEedDxf(CDxfStream &stream, const uint8_t *eed, size_t size, const DxfEedNames &names);
+
 #endif

@@ -79,6 +79,8 @@ public:
     // Writes to `output` (not owned); `binary` non-zero writes the binary form.
     void AttachOutput(CDrawingFile *output, int32_t binary);
     int32_t OutputBinary() const { return output_binary_; }
+    // True while an output is attached, that is while a save is writing through the stream.
+    bool HasOutput() const { return output_ != nullptr; }
     // Writes the 22-byte sentinel of a binary file: 1, or 0 if the output refuses it.
     int WriteBinarySentinel();
 

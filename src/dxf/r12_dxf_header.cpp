@@ -439,3 +439,70 @@ int ResolveR12DxfHeaderNames(const R12DxfHeaderNames &names, const R12DxfNameLoo
         vars.viewsize = vport.view_height;
     return 1;
 }
+
+// ---- Writing ------------------------------------------------------------------------------
+
+namespace {
+
+template <typename V> V LoadAt(const CDB_HEADER_type &vars, uint16_t offset) {
+    V value;
+    std::memcpy(&value, reinterpret_cast<const uint8_t *>(&vars) + offset, sizeof(value));
+    return value;
+}
+
+// The text of a text variable: its own text, or the name of the table entry its index
+// field names.
+const char *VariableText(const R12DxfHeaderVariable &var, const CDB_HEADER_type &vars,
+                         const R12DxfRecordNames &names) {
+    if (var.name_of == N::kImage || var.name_of == N::kDwgcodepage)
+        return TextField(vars, var.offset);
+    const int16_t index = LoadAt<int16_t>(vars, var.offset);
+    switch (var.name_of) {
+    case N::kCeltype:
+        if (index == -1)
+            return "BYLAYER";
+        if (index == -2)
+            return "BYBLOCK";
+        return names.Ltype(index);
+    case N::kClayer:
+        return names.Layer(index);
+    case N::kDimstyle:
+        return index == -1 ? "*UNNAMED" : names.Dimstyle(index);
+    case N::kTextstyle:
+        return index == -1 ? "" : names.Style(index);
+    case N::kUcsname:
+    case N::kPucsname:
+        return index == -1 ? "" : names.Ucs(index);
+    default:
+        return nullptr;
+    }
+}
+
+int WriteVariable(CDxfStream &stream, const R12DxfHeaderVariable &var, const CDB_HEADER_type &vars,
+                  const R12DxfRecordNames &names) {
+    switch (var.type) {
+    case T::kPoint3:
+        return stream.WritePoint3(LoadAt<CDB_POINT3>(vars, var.offset), var.code);
+    case T::kPoint2:
+        return stream.WritePoint2(LoadAt<CDB_POINT2>(vars, var.offset), var.code);
+    case T::kReal:
+        return stream.WriteReal(var.code, LoadAt<double>(vars, var.offset));
+    case T::kInt16:
+    case T::kByte:
+        return stream.WriteInt16(var.code, LoadAt<int16_t>(vars, var.offset));
+    case T::kText:
+        return stream.WriteText(var.code, VariableText(var, vars, names));
+    }
+    return 0;
+}
+
+} // namespace
+
+int WriteR12DxfHeader(CDxfStream &stream, const CDB_HEADER_type &vars,
+                      const R12DxfRecordNames &names) {
+    for (const R12DxfHeaderVariable &var : kVariables) {
+        if (!stream.WriteText(9, var.name) || !WriteVariable(stream, var, vars, names))
+            return 0;
+    }
+    return 1;
+}

@@ -99,4 +99,24 @@ struct R12DxfNameLookup {
 int ResolveR12DxfHeaderNames(const R12DxfHeaderNames &names, const R12DxfNameLookup &lookup,
                              CDB_HEADER_type &vars);
 
+// The names of table records by index, for the writer: null when the table has no record
+// at that index or the record has no name.
+struct R12DxfRecordNames {
+    virtual ~R12DxfRecordNames() = default;
+    virtual const char *Layer(int index) const = 0;
+    virtual const char *Ltype(int index) const = 0;
+    virtual const char *Style(int index) const = 0;
+    virtual const char *Dimstyle(int index) const = 0;
+    virtual const char *Ucs(int index) const = 0;
+};
+
+// Writes the HEADER variables, all 136 in their fixed order, none left out: group 9 with
+// the name, then the value under the variable's code (a point as its two or three
+// coordinates under 10, 20, 30). The variables that name a table entry are written by
+// name: $CELTYPE -1 "BYLAYER", -2 "BYBLOCK"; $DIMSTYLE -1 "*UNNAMED"; $TEXTSTYLE,
+// $UCSNAME, $PUCSNAME -1 an empty value; otherwise, and for $CLAYER, the record's name (an
+// empty value when there is none). 1, or 0 when the stream refuses a group.
+int WriteR12DxfHeader(CDxfStream &stream, const CDB_HEADER_type &vars,
+                      const R12DxfRecordNames &names);
+
 #endif

@@ -118,6 +118,43 @@ short CBaseDrawing::GetShapeId(short &style_index, short &shape_number, const ch
     return shape_table->ShapeId(style_index, shape_number, name) ? 0 : CDB_FAIL;
 }
 
+// ---- The sequence of added entities ----------------------------------------------------
+
+int CBaseDrawing::CheckSequence(short entity_type) {
+    SetError(CDB_ERR_NONE);
+    auto out_of_turn = [this] {
+        SetError(CDB_ERR_WRONG_SEQUENCE);
+        return 0;
+    };
+    switch (entity_type) {
+    case CDB_INSERT:
+        // An insert may stand in a polyline's run; it opens its attributes.
+        in_insert = 1;
+        return 1;
+    case CDB_ATTRIB:
+        return in_insert ? 1 : out_of_turn();
+    case CDB_SEQEND:
+        if (!in_polyline && !in_insert)
+            return 0;
+        in_polyline = 0;
+        in_insert = 0;
+        return 1;
+    case CDB_POLYLINE:
+        if (in_polyline)
+            return out_of_turn();
+        in_polyline = 1;
+        return 1;
+    case CDB_VERTEX:
+        return in_polyline ? 1 : out_of_turn();
+    default:
+        // A plain entity closes an insert without attributes, but not a polyline.
+        if (in_polyline)
+            return out_of_turn();
+        in_insert = 0;
+        return 1;
+    }
+}
+
 // ---- Operations a drawing class does not offer ----------------------------------------
 
 int CBaseDrawing::Unsupported() {

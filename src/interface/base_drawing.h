@@ -144,6 +144,13 @@ public:
     // "Invalid File." and the caller gets the failure value of the slot.
     int Unsupported();
 
+    // The check an entity of kind `entity_type` passes before it is added, so that no
+    // broken chain of polyline, vertices, attributes and sequence end can be built. The
+    // code is cleared first. 1 accepted; 0 refused, with -425 for a kind out of turn (a
+    // sequence end with no open sequence is refused with no code). The sequence state
+    // moves as the kind says, also when the entity is refused later on.
+    int CheckSequence(short entity_type);
+
 protected:
     short error = 0;
     CDrawingFile *save_file = nullptr;

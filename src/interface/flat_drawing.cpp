@@ -314,13 +314,25 @@ int16_t CDBBlockDefault(int16_t h, CDB_STARTBLOCK_ENTITY_type *block) {
     }
     return d->BlockDefault(block);
 }
+// A name that is taken (-5 from the drawing) is a failure here.
 int16_t CDBBlockModify(int16_t h, int16_t index, CDB_STARTBLOCK_ENTITY_type *block) {
     CBaseDrawing *d = EditDrawing(h);
-    return d ? d->BlockModify(index, block) : CDB_FAIL;
+    if (!d)
+        return CDB_FAIL;
+    const int16_t result = d->BlockModify(index, block);
+    return result == CDB_NAME_EXISTS ? CDB_FAIL : result;
 }
-int16_t CDBBlockDelete(int16_t h, int16_t) {
+// A block is never taken out: its table record gets the deleted flag, and the walks pass
+// it by from then on.
+int16_t CDBBlockDelete(int16_t h, int16_t index) {
     CBaseDrawing *d = EditDrawing(h);
-    return d ? (d->Unsupported(), CDB_FAIL) : CDB_FAIL;
+    if (!d)
+        return CDB_FAIL;
+    CDB_BLOCK_TBL record;
+    if (CDBBlockTableGet(h, index, &record) == CDB_FAIL)
+        return CDB_FAIL;
+    record.flags = static_cast<uint8_t>(record.flags | 0x80);
+    return d->BlockTableModify(index, &record) ? CDB_OK : CDB_FAIL;
 }
 
 // ---- Entity walk ----------------------------------------------------------------------

@@ -300,19 +300,70 @@ static_assert(kCodePageCount == 24, "the code page table has 24 rows");
 
 } // namespace
 
+namespace {
+// The first variable of the release's chain of that name, or null.
+const HeaderVar *FindVariable(HeaderRelease release, const char *name) {
+    if (!name)
+        return nullptr;
+    for (const HeaderVar &var : kHeaderVars)
+        if (CodeIn(var, release) != CDB_VAR_UNKNOWN && SameNameIgnoringCase(var.name, name))
+            return &var;
+    return nullptr;
+}
+} // namespace
+
 short GetHeaderVariable(const CDB_HEADER_type &header, HeaderRelease release, const char *name,
                         CDB_VAR_VALUE_type *value) {
-    if (!name)
+    const HeaderVar *var = FindVariable(release, name);
+    if (!var)
         return CDB_VAR_UNKNOWN;
-    for (const HeaderVar &var : kHeaderVars) {
-        const short code = CodeIn(var, release);
-        if (code == CDB_VAR_UNKNOWN || !SameNameIgnoringCase(var.name, name))
-            continue;
-        if (value)
-            CopyValue(header, var, value);
-        return code;
+    if (value)
+        CopyValue(header, *var, value);
+    return CodeIn(*var, release);
+}
+
+namespace {
+
+void StoreValue(CDB_HEADER_type &header, const HeaderVar &var, const CDB_VAR_VALUE_type &value,
+                HeaderTextRoom room) {
+    unsigned char *field = reinterpret_cast<unsigned char *>(&header) + var.offset;
+    switch (var.storage) {
+    case Storage::I16:
+        std::memcpy(field, &value.int_value, sizeof(int16_t));
+        break;
+    case Storage::F64:
+        std::memcpy(field, &value.real_value, sizeof(double));
+        break;
+    case Storage::PT2:
+        std::memcpy(field, &value.point2_value, sizeof(CDB_POINT2));
+        break;
+    case Storage::PT3:
+        std::memcpy(field, &value.point3_value, sizeof(CDB_POINT3));
+        break;
+    case Storage::TXT: {
+        char *block = nullptr;
+        std::memcpy(&block, field, sizeof block);
+        const size_t size = room ? room(var.offset) : 0;
+        if (!block || size == 0)
+            break;
+        const size_t length = strnlen(value.text, sizeof value.text);
+        const size_t kept = length < size ? length : size - 1;
+        std::memmove(block, value.text, kept);
+        block[kept] = '\0';
+        break;
     }
-    return CDB_VAR_UNKNOWN;
+    }
+}
+
+} // namespace
+
+short SetHeaderVariable(CDB_HEADER_type &header, HeaderRelease release, const char *name,
+                        const CDB_VAR_VALUE_type &value, HeaderTextRoom room) {
+    const HeaderVar *var = FindVariable(release, name);
+    if (!var)
+        return CDB_VAR_UNKNOWN;
+    StoreValue(header, *var, value, room);
+    return CodeIn(*var, release);
 }
 
 int HeaderVariableCount(HeaderRelease release) {

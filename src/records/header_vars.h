@@ -14,6 +14,18 @@ enum class HeaderRelease { R12, R13 };
 short GetHeaderVariable(const CDB_HEADER_type &header, HeaderRelease release, const char *name,
                         CDB_VAR_VALUE_type *value);
 
+// The room, terminator included, of the text block that the text variable at `offset` in
+// CDB_HEADER_type points at; 0 when the header keeps no block for it.
+using HeaderTextRoom = size_t (*)(size_t offset);
+
+// The mirror of GetHeaderVariable: looks the name up in the same chain and stores `value`
+// into the variable, as many bytes as GetHeaderVariable copies out. A text goes into the
+// block the field points at, cut to what `room` leaves; a text variable without a block
+// is left alone. The type code, or 0 for a name the release does not know (nothing
+// changes).
+short SetHeaderVariable(CDB_HEADER_type &header, HeaderRelease release, const char *name,
+                        const CDB_VAR_VALUE_type &value, HeaderTextRoom room);
+
 // The number of names the release's chain knows (152 for release 12, 188 for release 13).
 int HeaderVariableCount(HeaderRelease release);
 

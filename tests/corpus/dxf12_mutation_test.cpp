@@ -6,8 +6,9 @@
 // duplicated, values replaced by section words, extreme numbers or overlong text, line
 // ends broken, end markers taken out, extended data thrown in. An ASCII drawing is also
 // damaged in a binary rendition of its groups. Each copy is opened, and if it opens, its
-// main list, blocks, tables and header are read to the end; that must end without a
-// crash, a hang or a sanitizer report, within a time bound.
+// main list, blocks, tables and header are read to the end, and a sample of the copies is
+// saved as DWG, as ASCII DXF and as binary DXF; that must end without a crash, a hang, a
+// leak or a sanitizer report, within a time bound.
 //
 // Every copy is read in a child process, so that a crash or a stall is reported as a
 // failure that names the drawing, the copy's number, the seed and the damage, and the
@@ -75,6 +76,12 @@ constexpr int kBinaryRenditionMutants = 100;
 // Damaged copies that one child process reads, one after the other.
 constexpr int kBatch = 25;
 
+// Every this many copies is also saved as DWG and as DXF when it opens; a drawing above
+// kSmallForSaving bytes is saved more rarely, as each save writes all of it three times.
+constexpr int kSaveEvery = 10;
+constexpr int kSaveEveryLarge = 100;
+constexpr size_t kSmallForSaving = 64 * 1024;
+
 // A walk that goes on longer than this is taken as one that does not end.
 constexpr long kMaxSteps = 200000;
 
@@ -109,7 +116,8 @@ struct ChildReport {
     int16_t status = 0; // the handle, or the refusal
     int16_t code = 0;   // the refusal's reason
     int32_t records = 0;
-    double seconds = 0.0; // processor time of open, reads and close
+    int32_t saved = 0;    // the forms the drawing was saved in (DWG, ASCII and binary DXF)
+    double seconds = 0.0; // processor time of open, reads, saves and close
     int32_t leaks = 0;
     char trouble[400] = {};
 };
@@ -316,8 +324,25 @@ double ProcessSeconds() {
     return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
 }
 
-// The open and, when it succeeds, every read; then the close.
-ChildReport ReadFile(const std::string &path) {
+// Saves an opened release 12 drawing as DWG, as ASCII DXF and as binary DXF, next to
+// `path`, and removes what was written: the number of saves that succeeded. A save may
+// refuse a damaged drawing; it must end without a crash, a stall or a leak.
+int32_t SaveEveryForm(int16_t h, const std::string &path) {
+    if (CDBGetAutoCADVersion(h) != 12)
+        return 0;
+    int32_t saved = 0;
+    const std::string dwg = path + ".saved.dwg", ascii = path + ".saved.dxf",
+                      binary = path + ".saved.bin.dxf";
+    saved += CDBSaveAsDWG(h, dwg.c_str()) == 0;
+    saved += CDBSaveAsDXF(h, ascii.c_str(), 0) == 0;
+    saved += CDBSaveAsDXF(h, binary.c_str(), 1) == 0;
+    for (const std::string &written : {dwg, ascii, binary})
+        std::remove(written.c_str());
+    return saved;
+}
+
+// The open and, when it succeeds, every read, and with `save` the saves; then the close.
+ChildReport ReadFile(const std::string &path, bool save) {
     ChildReport report;
     const double start = ProcessSeconds();
     std::string trouble;
@@ -338,6 +363,8 @@ ChildReport ReadFile(const std::string &path) {
         w.Navigate();
         w.Viewports();
         report.records = static_cast<int32_t>(w.records);
+        if (save)
+            report.saved = SaveEveryForm(h, path);
         if (trouble.empty())
             trouble = w.trouble;
         const int16_t closed = CDBEndOperation(h);
@@ -385,6 +412,7 @@ public:
     struct Job {
         std::string description; // what the file is, for a report
         Bytes bytes;             // the file's content
+        bool save = false;       // also save the drawing, when it opens
     };
     // Makes job `index`; called in order of the index.
     using Make = std::function<Job(int index)>;
@@ -550,10 +578,10 @@ private:
         }
         if (pid == 0) {
             close(fds[0]);
-            for (const std::string &path : paths) {
+            for (size_t k = 0; k < paths.size(); ++k) {
                 // A second guard, should the parent go first.
                 alarm(static_cast<unsigned>(StallLimit()) + 5);
-                ChildReport report = ReadFile(path);
+                ChildReport report = ReadFile(paths[k], s->batch[k].job.save);
                 if (write(fds[1], &report, sizeof report) != static_cast<ssize_t>(sizeof report))
                     _exit(3);
             }
@@ -1503,6 +1531,9 @@ TEST_P(Dxf12MutationTest, DamagedCopiesEndCleanlyAndInTime) {
     int opened = 0, failures = 0, stalls = 0;
     double slowest = 0.0;
     std::string slowest_what;
+    // A sample of the copies is also saved, in every form, when it opens.
+    const int save_every = original.size() <= kSmallForSaving ? kSaveEvery : kSaveEveryLarge;
+    int saved = 0;
     ChildPool pool(Parallelism(), "mutant", kBatch);
     pool.Run(
         own + rendition,
@@ -1513,11 +1544,13 @@ TEST_P(Dxf12MutationTest, DamagedCopiesEndCleanlyAndInTime) {
             std::ostringstream what;
             what << relative << " copy " << i << " (seed " << seed << "): " << damage;
             job.description = what.str();
+            job.save = i % save_every == 0;
             return job;
         },
         [&](int i, const ChildPool::Job &job, const Outcome &out) {
             if (out.finished) {
                 opened += out.report.opened ? 1 : 0;
+                saved += out.report.saved > 0 ? 1 : 0;
                 if (out.report.seconds > slowest) {
                     slowest = out.report.seconds;
                     slowest_what = job.description;
@@ -1539,8 +1572,9 @@ TEST_P(Dxf12MutationTest, DamagedCopiesEndCleanlyAndInTime) {
     EXPECT_EQ(failures, 0) << failures << " damaged copies of " << relative << " went wrong";
     RecordProperty("copies", own + rendition);
     RecordProperty("opened", opened);
-    std::printf("[ dxf12 mutation ] %-40s %4d copies, %4d opened, slowest %.4f s\n",
-                relative.c_str(), own + rendition, opened, slowest);
+    RecordProperty("saved", saved);
+    std::printf("[ dxf12 mutation ] %-40s %4d copies, %4d opened, %3d saved, slowest %.4f s\n",
+                relative.c_str(), own + rendition, opened, saved, slowest);
     if (slowest > TimeLimit() / 4)
         std::printf("[ dxf12 mutation ] slowest: %s\n", slowest_what.c_str());
 }

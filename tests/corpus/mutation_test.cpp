@@ -2,7 +2,8 @@
 // files, fed to the readers. Nothing here checks what a damaged drawing holds;
 // every open must end (opened or refused with a reason), quickly, without a
 // crash or a sanitizer report, and an opened drawing must answer every table
-// and header read and close again.
+// and header read and close again. A sample of the opened release 12 mutants is
+// also saved as DWG and as DXF, within the same time bound.
 //
 // The mutants come from std::mt19937 seeded per drawing from one fixed
 // number, so a failure is reproducible: it names the drawing, the mutant's
@@ -66,6 +67,11 @@ constexpr uint32_t kMutationSeed = 0x7E1C0D12u;
 constexpr int kMinMutants = 200;
 constexpr int kSmallDrawingMutants = 400;
 constexpr size_t kSmallDrawing = 64 * 1024;
+
+// Every this many mutants is also saved as DWG and as DXF when it opens; a drawing above
+// kSmallDrawing bytes more rarely, as each save writes all of it three times.
+constexpr int kSaveEvery = 10;
+constexpr int kSaveEveryLarge = 100;
 
 // One mutant's open, reads and close must stay under this (seconds). Under a
 // sanitizer the code runs several times slower, and the bound grows with it.
@@ -566,12 +572,30 @@ struct Outcome {
     int16_t code = 0;     // the reason of a refusal
     double seconds = 0.0; // file info, open, reads and close
     long records = 0;
+    int saved = 0;       // the forms the drawing was saved in
     std::string trouble; // empty when every call answered as it should
 };
 
-// CDBGetDrawingFileInfo, CDBStartFileReading, every read when it opened,
-// CDBEndOperation. Failures of the calls are noted in `trouble`.
-Outcome FeedFile(const std::string &path, Watchdog *watchdog) {
+// Saves an opened release 12 drawing as DWG, as ASCII DXF and as binary DXF next to
+// `path`, and removes what was written: the number of saves that succeeded. A save may
+// refuse a damaged drawing; it must end without a crash or a sanitizer report.
+int SaveEveryForm(int16_t h, const std::string &path) {
+    if (CDBGetAutoCADVersion(h) != 12)
+        return 0;
+    const std::string dwg = path + ".saved.dwg", ascii = path + ".saved.dxf",
+                      binary = path + ".saved.bin.dxf";
+    int saved = 0;
+    saved += CDBSaveAsDWG(h, dwg.c_str()) == 0;
+    saved += CDBSaveAsDXF(h, ascii.c_str(), 0) == 0;
+    saved += CDBSaveAsDXF(h, binary.c_str(), 1) == 0;
+    for (const std::string &written : {dwg, ascii, binary})
+        std::remove(written.c_str());
+    return saved;
+}
+
+// CDBGetDrawingFileInfo, CDBStartFileReading, every read when it opened (and with `save`
+// the saves), CDBEndOperation. Failures of the calls are noted in `trouble`.
+Outcome FeedFile(const std::string &path, Watchdog *watchdog, bool save = false) {
     Outcome out;
     if (watchdog)
         watchdog->Begin();
@@ -596,6 +620,8 @@ Outcome FeedFile(const std::string &path, Watchdog *watchdog) {
         ReadEntities(h, &report);
         WalkEverything(h, &report);
         out.records = report.records;
+        if (save)
+            out.saved = SaveEveryForm(h, path);
         if (out.trouble.empty())
             out.trouble = report.trouble;
         int16_t closed = CDBEndOperation(h);
@@ -1042,6 +1068,9 @@ TEST_P(CorpusMutationTest, DamagedCopiesEndCleanly) {
 
     int opened = 0;
     int troubled = 0;
+    // A sample of the mutants is also saved, in every form, when it opens.
+    const int save_every = original.size() <= kSmallDrawing ? kSaveEvery : kSaveEveryLarge;
+    int saved = 0;
     double total = 0.0, slowest = 0.0;
     std::string slowest_what;
     std::vector<uint8_t> bytes;
@@ -1055,10 +1084,12 @@ TEST_P(CorpusMutationTest, DamagedCopiesEndCleanly) {
         SetCurrentInput(what.str());
         ASSERT_TRUE(WriteWholeFile(temp.str(), bytes.data(), bytes.size())) << temp.str();
 
-        Outcome out = FeedFile(temp.str(), &watchdog);
+        Outcome out = FeedFile(temp.str(), &watchdog, i % save_every == 0);
         total += out.seconds;
         if (out.opened)
             ++opened;
+        if (out.saved > 0)
+            ++saved;
         if (out.seconds > slowest) {
             slowest = out.seconds;
             slowest_what = what.str();
@@ -1077,9 +1108,10 @@ TEST_P(CorpusMutationTest, DamagedCopiesEndCleanly) {
 
     RecordProperty("mutants", mutants);
     RecordProperty("opened", opened);
-    std::printf("[ mutation ] %-40s %4d mutants, %4d opened, %.3f s (reads %.3f s, slowest "
-                "%.4f s)\n",
-                relative.c_str(), mutants, opened, wall, total, slowest);
+    RecordProperty("saved", saved);
+    std::printf("[ mutation ] %-40s %4d mutants, %4d opened, %3d saved, %.3f s (reads %.3f s, "
+                "slowest %.4f s)\n",
+                relative.c_str(), mutants, opened, saved, wall, total, slowest);
     if (slowest > MutantTimeLimit() / 4)
         std::printf("[ mutation ] slowest: %s\n", slowest_what.c_str());
 }

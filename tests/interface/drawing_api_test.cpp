@@ -192,11 +192,12 @@ TEST(DrawingTables, DescriptorsPastTheEndGiveEmptySlots) {
     EXPECT_EQ(layer.name, nullptr);
 }
 
-TEST(DrawingEntities, OperationsNotBuiltYetFailWithInvalidFile) {
+TEST(DrawingEntities, ASaveIntoAMissingFolderFailsAndTheDrawingStaysOpen) {
     OpenedDrawing d("walk.dwg", SampleLikeDrawing());
     ASSERT_GE(d.handle, 0);
-    EXPECT_EQ(CDBSaveAsDWG(d.handle, "x.dwg"), CDB_FAIL);
-    EXPECT_EQ(CDBGetErrorNumber(d.handle), CDB_ERR_INVALID_FILE);
+    const int16_t count = CDBEntityCount(d.handle, -1);
+    EXPECT_EQ(CDBSaveAsDWG(d.handle, "no/such/folder/x.dwg"), CDB_FAIL);
+    EXPECT_EQ(CDBEntityCount(d.handle, -1), count);
     EXPECT_EQ(CDBLayerTableAdd(d.handle, nullptr), CDB_FAIL);
 }
 

@@ -5,6 +5,8 @@
 
 int RunInfo(int argc, char **argv);
 int RunDump(int argc, char **argv);
+int RunConvert(int argc, char **argv);
+int RunNew(int argc, char **argv);
 int RunShapes(int argc, char **argv);
 int RunShx(int argc, char **argv);
 int RunSdx(int argc, char **argv);

@@ -24,6 +24,16 @@ const Command kCommands[] = {
      "entities, --navigate gives the display walk instead;\n    --json prints one object "
      "per line",
      RunDump},
+    {"convert",
+     "velko convert IN OUT [--binary] [--quiet] [--json]\n    reads a release 12 drawing and "
+     "writes it as DWG when OUT ends in .dwg (any case),\n    otherwise as DXF, ASCII or with "
+     "--binary binary; a job longer than a second\n    shows a progress bar on stderr when "
+     "stderr is a terminal, never with --quiet,\n    which also drops the summary",
+     RunConvert},
+    {"new",
+     "velko new TEMPLATE OUT [--json]\n    makes a new drawing OUT from a template drawing: "
+     "DWG when OUT ends in .dwg\n    (any case), otherwise ASCII DXF",
+     RunNew},
     {"shapes",
      "velko shapes FILE.SHX [--json]\n    number, name, data length and width of each shape "
      "of a shape file",
