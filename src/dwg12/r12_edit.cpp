@@ -7,6 +7,7 @@
 #include "dwg12/r12_drawing.h"
 
 #include "records/header_vars.h"
+#include "records/heap_text.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -26,16 +27,6 @@ void UpperAscii(char *text) {
 // A name beginning with "*" (an anonymous block, "*ACTIVE") never counts as taken.
 bool IsStarName(const char *name) {
     return name && name[0] == '*';
-}
-
-char *CopyText(const char *text) {
-    if (!text)
-        return nullptr;
-    const size_t n = std::strlen(text) + 1;
-    char *copy = static_cast<char *>(std::malloc(n));
-    if (copy)
-        std::memcpy(copy, text, n);
-    return copy;
 }
 
 // ---- Table records -------------------------------------------------------------------------
@@ -301,7 +292,7 @@ void CR12Drawing::FillBlockRecord(CR12Block &block, const CDB_STARTBLOCK_ENTITY_
     CR12BeginBlock begin(this);
     begin.SetRecord(reinterpret_cast<const CDB_ENTITY *>(&source));
     CDB_STARTBLOCK_ENTITY_type *record = block.record;
-    char *kept_handle = handle ? CopyText(handle) : nullptr;
+    char *kept_handle = handle ? DuplicateText(handle) : nullptr;
     std::free(record->handle);
     std::free(record->eed_data);
     std::free(record->xref_path);
@@ -350,7 +341,7 @@ short CR12Drawing::BlockAdd(CDB_STARTBLOCK_ENTITY_type *block) {
     // A new block's list holds its end only.
     auto *end = new CR12EndBlock(this);
     if (handling && end->GetData())
-        end->GetData()->handle = CopyText(header.vars.handseed);
+        end->GetData()->handle = DuplicateText(header.vars.handseed);
     object->entities->Append(end);
     AdvanceHandseed(header.vars);
 
@@ -385,7 +376,7 @@ short CR12Drawing::BlockModify(short index, CDB_STARTBLOCK_ENTITY_type *block) {
     if (!BlockTableModify(index, &table_record))
         return CDB_FAIL;
     // A record without a handle (as the block walk hands them out) keeps the block's.
-    char *old_handle = object->record ? CopyText(object->record->handle) : nullptr;
+    char *old_handle = object->record ? DuplicateText(object->record->handle) : nullptr;
     FillBlockRecord(*object, *block, name, block->handle ? nullptr : old_handle);
     std::free(old_handle);
     return 0;
@@ -420,7 +411,7 @@ int32_t CR12Drawing::EntityAdd(short block, CDB_ENTITY *entity) {
     if (handling && object->GetData()) {
         CDB_ENTITY *record = object->GetData();
         std::free(record->handle);
-        record->handle = CopyText(header.vars.handseed);
+        record->handle = DuplicateText(header.vars.handseed);
     }
 
     CR12EntityList *list = EditList(*this, block);

@@ -2,6 +2,7 @@
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_entity_layout.h"
 #include "dwg12/r12_header.h"
+#include "records/heap_text.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -19,14 +20,6 @@ template <typename T> inline void Put(CDB_ENTITY *record, size_t offset, T value
 
 bool IsText(const R12EntityField &f) {
     return f.value == R12Value::kText || f.value == R12Value::kNameText;
-}
-
-char *CopyText(const char *text) {
-    size_t n = std::strlen(text) + 1;
-    char *copy = static_cast<char *>(std::malloc(n));
-    if (copy)
-        std::memcpy(copy, text, n);
-    return copy;
 }
 
 } // namespace
@@ -83,7 +76,7 @@ void CR12Entity::GetRecord(CDB_ENTITY *out) {
         if (!IsText(f))
             continue;
         const char *text = Get<char *>(record, f.offset);
-        Put(out, f.offset, text ? CopyText(text) : static_cast<char *>(nullptr));
+        Put(out, f.offset, text ? DuplicateText(text) : static_cast<char *>(nullptr));
     }
 }
 
@@ -107,7 +100,7 @@ CR12BeginBlock::~CR12BeginBlock() {
 void CR12BeginBlock::GetRecord(CDB_ENTITY *out) {
     CR12Entity::GetRecord(out);
     if (out && record && !(drawing && drawing->ViewFlag()))
-        out->block.name = record->block.name ? CopyText(record->block.name) : nullptr;
+        out->block.name = record->block.name ? DuplicateText(record->block.name) : nullptr;
 }
 
 void CR12BeginBlock::ReleaseRecordTo(CDB_STARTBLOCK_ENTITY_type *out) {

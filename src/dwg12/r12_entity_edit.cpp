@@ -1,6 +1,7 @@
 // Entities taking a public record in, for the edit functions.
 #include "dwg12/r12_entities.h"
 #include "dwg12/r12_entity_layout.h"
+#include "records/heap_text.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -14,16 +15,6 @@ template <typename T> T Get(const CDB_ENTITY *record, size_t offset) {
 }
 template <typename T> void Put(CDB_ENTITY *record, size_t offset, T value) {
     std::memcpy(reinterpret_cast<uint8_t *>(record) + offset, &value, sizeof value);
-}
-
-char *CopyText(const char *text) {
-    if (!text)
-        return nullptr;
-    const size_t n = std::strlen(text) + 1;
-    char *copy = static_cast<char *>(std::malloc(n));
-    if (copy)
-        std::memcpy(copy, text, n);
-    return copy;
 }
 
 // The extended data block, `size` bytes and a zero byte behind them; null for none.
@@ -72,7 +63,7 @@ void CR12Entity::SetRecord(const CDB_ENTITY *in) {
     const size_t bytes = layout ? layout->record_bytes : offsetof(CDB_ENTITY, line);
     std::memcpy(static_cast<void *>(record), in, bytes);
 
-    record->handle = CopyText(record->handle);
+    record->handle = DuplicateText(record->handle);
     record->eed_data = CopyEed(record->eed_data, record->eed_size);
     if (!record->eed_data)
         record->eed_size = 0;
@@ -82,7 +73,7 @@ void CR12Entity::SetRecord(const CDB_ENTITY *in) {
         for (size_t i = 0; i < layout->count; ++i) {
             const R12EntityField &f = layout->fields[i];
             if (IsText(f))
-                Put(record, f.offset, CopyText(Get<const char *>(record, f.offset)));
+                Put(record, f.offset, DuplicateText(Get<const char *>(record, f.offset)));
         }
     }
     for (const ForeignHandle &h : kForeignHandles)
@@ -96,7 +87,7 @@ void CR12BeginBlock::SetRecord(const CDB_ENTITY *in) {
     std::free(record->block.name);
     record->block.name = nullptr;
     CR12Entity::SetRecord(in);
-    record->block.name = CopyText(record->block.name);
+    record->block.name = DuplicateText(record->block.name);
 }
 
 void CR12Insert::SetRecord(const CDB_ENTITY *in) {

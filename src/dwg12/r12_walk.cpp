@@ -9,6 +9,7 @@
 #include "dwg12/r12_drawing.h"
 
 #include "interface/drawing_file.h"
+#include "records/heap_text.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -68,16 +69,6 @@ short CountOf(const CR12EntityList &list) {
     return static_cast<short>(n > 32767 ? 32767 : n);
 }
 
-char *CopyText(const char *text) {
-    if (!text)
-        return nullptr;
-    size_t n = std::strlen(text) + 1;
-    char *copy = static_cast<char *>(std::malloc(n));
-    if (copy)
-        std::memcpy(copy, text, n);
-    return copy;
-}
-
 // Reading a block record out: the caller's record is cleared, then gets the flags, the
 // base point and its own copies of the three texts (null stays null). 2 for a deleted
 // block, else 0.
@@ -88,9 +79,9 @@ short ReadBlockOut(const CR12Block &block, CDB_STARTBLOCK_ENTITY_type *out) {
         return 0;
     out->flags = record->flags;
     out->base_point = record->base_point;
-    out->name = CopyText(record->name);
-    out->name_2 = CopyText(record->name_2);
-    out->xref_path = CopyText(record->xref_path);
+    out->name = DuplicateText(record->name);
+    out->name_2 = DuplicateText(record->name_2);
+    out->xref_path = DuplicateText(record->xref_path);
     return (record->flags & kDeletedBlock) ? CDB_DELETED : CDB_OK;
 }
 

@@ -6,6 +6,7 @@
 #include "dxf/dxf_numbers.h"
 #include "dxf/dxf_stream.h"
 #include "dxf/r12_dxf_layout.h"
+#include "records/heap_text.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -21,17 +22,9 @@ template <typename T> T Load(const CDB_ENTITY *record, size_t offset) {
     return value;
 }
 
-char *CopyText(const char *text) {
-    const size_t n = std::strlen(text) + 1;
-    char *copy = static_cast<char *>(std::malloc(n));
-    if (copy)
-        std::memcpy(copy, text, n);
-    return copy;
-}
-
 void ReplaceText(CDB_ENTITY *record, size_t offset, const char *text) {
     std::free(Load<char *>(record, offset));
-    Store<char *>(record, offset, CopyText(text));
+    Store<char *>(record, offset, DuplicateText(text));
 }
 
 // Bases of the drawing, as the DWG reader numbers them.
@@ -94,7 +87,7 @@ int CR12Entity::ReadDXF(char *name) {
         switch (group) {
         case 5:
             std::free(record->handle);
-            record->handle = CopyText(name);
+            record->handle = DuplicateText(name);
             break;
         case 6:
             if (!block_start && std::strcmp(name, "BYBLOCK") == 0)
@@ -140,7 +133,7 @@ int CR12Entity::ReadDXF(char *name) {
     AfterReadDxf();
     // A block start's xref path is an empty text when the file gives none.
     if (block_start && !record->block.xref_path)
-        record->block.xref_path = CopyText("");
+        record->block.xref_path = DuplicateText("");
     return 1;
 }
 
