@@ -60,14 +60,6 @@ constexpr size_t kBlockOffsetFlagAt = 38;
 constexpr uint8_t kBlockOffsetFlag = 0x40;
 
 // The view variables of the header that the "*ACTIVE" viewport gives back.
-constexpr size_t kViewVariables[] = {
-    offsetof(CDB_HEADER_type, viewctr),     offsetof(CDB_HEADER_type, viewsize),
-    offsetof(CDB_HEADER_type, viewdir),     offsetof(CDB_HEADER_type, snapmode),
-    offsetof(CDB_HEADER_type, snapunit),    offsetof(CDB_HEADER_type, snapbase),
-    offsetof(CDB_HEADER_type, snapang),     offsetof(CDB_HEADER_type, snapstyle),
-    offsetof(CDB_HEADER_type, snapisopair), offsetof(CDB_HEADER_type, gridmode),
-    offsetof(CDB_HEADER_type, gridunit),    offsetof(CDB_HEADER_type, fastzoom),
-};
 
 void PutU16(uint8_t *p, uint16_t value) {
     R12PutI16(p, static_cast<int16_t>(value));
@@ -356,25 +348,12 @@ void R12DwgWriter::PutActiveViewport() {
     // The header's values with the viewport's view in them, written back by the header's
     // own layout; the drawing's header itself does not change.
     CDB_HEADER_type view = drawing_.Header().vars;
-    view.viewctr = vport.view_center;
-    view.viewsize = vport.view_height;
-    view.viewdir = vport.view_direction;
-    view.snapmode = vport.snap_mode;
-    view.snapunit = vport.snap_spacing;
-    view.snapbase = vport.snap_base;
-    // The header keeps the snap angle in radians, as the file does.
-    view.snapang = R12AngleToFile(vport.snap_angle);
-    view.snapstyle = vport.snap_style;
-    view.snapisopair = vport.snap_isopair;
-    view.gridmode = vport.grid_mode;
-    view.gridunit = vport.grid_spacing;
-    view.fastzoom = vport.fast_zoom;
+    R12ViewIntoHeader(vport, view);
     const R12Layout layout = CR12Header::Layout();
     for (size_t i = 0; i < layout.count; ++i)
-        for (size_t variable : kViewVariables)
-            if (layout.fields[i].field_offset == variable)
-                R12EncodePlainField(layout.fields[i], &view, header_block_.data(),
-                                    header_block_.size());
+        if (R12IsViewVariable(layout.fields[i].field_offset))
+            R12EncodePlainField(layout.fields[i], &view, header_block_.data(),
+                                header_block_.size());
 }
 
 bool R12DwgWriter::PatchHeader() {

@@ -446,6 +446,74 @@ CR12TableRecord *MakeR12TableRecord(CBaseDrawing *drawing, int t) {
     }
 }
 
+namespace {
+enum class ViewValue : uint8_t { kPoint2, kPoint3, kReal, kInt16, kAngle };
+struct ViewVariable {
+    size_t header_offset;
+    size_t vport_offset;
+    ViewValue value;
+};
+#define VIEW(header_field, vport_field, value)                                                     \
+    {                                                                                              \
+        offsetof(CDB_HEADER_type, header_field), offsetof(CDB_VPORT_TBL_type, vport_field),        \
+            ViewValue::value                                                                       \
+    }
+constexpr ViewVariable kViewVariables[] = {
+    VIEW(viewctr, view_center, kPoint2),     VIEW(viewsize, view_height, kReal),
+    VIEW(viewdir, view_direction, kPoint3),  VIEW(snapmode, snap_mode, kInt16),
+    VIEW(snapunit, snap_spacing, kPoint2),   VIEW(snapbase, snap_base, kPoint2),
+    VIEW(snapang, snap_angle, kAngle),       VIEW(snapstyle, snap_style, kInt16),
+    VIEW(snapisopair, snap_isopair, kInt16), VIEW(gridmode, grid_mode, kInt16),
+    VIEW(gridunit, grid_spacing, kPoint2),   VIEW(fastzoom, fast_zoom, kInt16),
+};
+#undef VIEW
+
+size_t ViewValueSize(ViewValue value) {
+    switch (value) {
+    case ViewValue::kPoint2:
+        return sizeof(CDB_POINT2);
+    case ViewValue::kPoint3:
+        return sizeof(CDB_POINT3);
+    case ViewValue::kInt16:
+        return sizeof(int16_t);
+    default:
+        return sizeof(double);
+    }
+}
+
+// Copies each view value from `from` to `to`; `to_degrees` says which way an angle goes.
+void CopyView(const uint8_t *from, bool from_header, uint8_t *to, bool to_degrees) {
+    for (const ViewVariable &v : kViewVariables) {
+        const size_t source = from_header ? v.header_offset : v.vport_offset;
+        const size_t target = from_header ? v.vport_offset : v.header_offset;
+        if (v.value == ViewValue::kAngle) {
+            const double angle = LoadField<double>(from, source);
+            StoreField<double>(to, target,
+                               to_degrees ? R12RadiansToDegrees(angle) : R12AngleToFile(angle));
+        } else {
+            std::memcpy(to + target, from + source, ViewValueSize(v.value));
+        }
+    }
+}
+} // namespace
+
+void R12ViewFromHeader(const CDB_HEADER_type &header, CDB_VPORT_TBL_type &vport) {
+    CopyView(reinterpret_cast<const uint8_t *>(&header), true, reinterpret_cast<uint8_t *>(&vport),
+             true);
+}
+
+void R12ViewIntoHeader(const CDB_VPORT_TBL_type &vport, CDB_HEADER_type &header) {
+    CopyView(reinterpret_cast<const uint8_t *>(&vport), false, reinterpret_cast<uint8_t *>(&header),
+             false);
+}
+
+bool R12IsViewVariable(size_t header_offset) {
+    for (const ViewVariable &v : kViewVariables)
+        if (v.header_offset == header_offset)
+            return true;
+    return false;
+}
+
 CR12TableRecord *MakeR12ActiveVport(CBaseDrawing *drawing, const CDB_HEADER_type &header) {
     auto *vport = new CR12VportRecord(drawing);
     CDB_VPORT_TBL_type &r = vport->GetTypedRecord();
@@ -457,20 +525,8 @@ CR12TableRecord *MakeR12ActiveVport(CBaseDrawing *drawing, const CDB_HEADER_type
     r.flags = 0x40;
     r.lower_left = CDB_POINT2{0.0, 0.0};
     r.upper_right = CDB_POINT2{1.0, 1.0};
-    r.view_center = header.viewctr;
-    r.snap_base = header.snapbase;
-    r.snap_spacing = header.snapunit;
-    r.grid_spacing = header.gridunit;
-    r.view_direction = header.viewdir;
+    R12ViewFromHeader(header, r);
     r.view_target = CDB_POINT3{0.0, 0.0, 0.0};
-    r.view_height = header.viewsize;
-    // The header keeps the snap angle as the file has it, in radians; records hold degrees.
-    r.snap_angle = R12RadiansToDegrees(header.snapang);
-    r.snap_mode = header.snapmode;
-    r.grid_mode = header.gridmode;
-    r.snap_style = header.snapstyle;
-    r.snap_isopair = header.snapisopair;
-    r.fast_zoom = header.fastzoom;
     // The header carries nothing for these: they take the viewport record's defaults.
     r.aspect_ratio = 1.377111;
     r.lens_length = 50.0;

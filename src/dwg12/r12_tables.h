@@ -280,6 +280,14 @@ public:
 // Makes an empty record object of table `t` (0 to 9), or null for another number.
 CR12TableRecord *MakeR12TableRecord(CBaseDrawing *drawing, int t);
 
+// The view that the header and the "*ACTIVE" viewport both hold (centre, height,
+// direction, snap, grid, fast zoom), one list serving both directions. The header keeps
+// the snap angle in radians, as the file does; the record in degrees.
+void R12ViewFromHeader(const CDB_HEADER_type &header, CDB_VPORT_TBL_type &vport);
+void R12ViewIntoHeader(const CDB_VPORT_TBL_type &vport, CDB_HEADER_type &header);
+// True for the offset of a header variable that belongs to that view.
+bool R12IsViewVariable(size_t header_offset);
+
 // The "*ACTIVE" viewport that stands in for an empty viewport table, built from the
 // header's values.
 CR12TableRecord *MakeR12ActiveVport(CBaseDrawing *drawing, const CDB_HEADER_type &header);
