@@ -128,6 +128,13 @@ public:
     int PrepareForView() override { return 1; }
     CDB_STARTBLOCK_ENTITY_type *LoadBlock(int index) override;
 
+    // ---- External references (src/views/r12_xref.cpp) ------------------------------------
+    // Loads the drawing that block `block_index` refers to and merges it into this one:
+    // 1 done, 0 not a reference, an index above the count, or the file not loaded.
+    int ResolveXREF(int block_index) override;
+    // Copies the block's stored reference path: 1, or 0 when it is not a reference.
+    int GetXrefPath(short block_index, char *buffer) override;
+
     // ---- Editing (r12_edit.cpp) ----------------------------------------------------------
     int LayerTableDelete(short index) override;
     int LineTypeTableDelete(short index) override;
@@ -195,6 +202,9 @@ private:
 
 public:
 private:
+    // The steps of ResolveXREF.
+    void MergeTablesOf(CR12Drawing &child);
+    void AdoptModelSpaceOf(CR12Drawing &child, CR12Block &block);
     // Reads the ten tables in the order the file's layout asks for: 1, or 0 on failure.
     int LoadTables();
     // Reads and decodes the header block, leaving the read position where it was.

@@ -347,6 +347,13 @@ public:
     int Count() const { return static_cast<int>(items_.size()); }
     int16_t Cursor() const { return cursor_; }
     int32_t NextAnonymousNumber() { return anonymous_counter_++; }
+    // Hands all blocks to the caller, who then owns them, and leaves the list empty.
+    std::vector<CR12Block *> TakeAll() {
+        std::vector<CR12Block *> taken;
+        taken.swap(items_);
+        cursor_ = 0;
+        return taken;
+    }
 
 private:
     int16_t cursor_ = 0;

@@ -330,6 +330,14 @@ public:
     // NamesChanged().
     int FindNoCase(const char *name) const;
     void NamesChanged() { index_valid = false; }
+    // Hands all records to the caller, who then owns them, and leaves the table empty.
+    std::vector<CR12TableRecord *> TakeAll() {
+        std::vector<CR12TableRecord *> taken;
+        taken.swap(items);
+        cursor = -1;
+        index_valid = false;
+        return taken;
+    }
     int16_t TableNumber() const { return table_number; }
     CBaseDrawing *Drawing() const { return drawing; }
 

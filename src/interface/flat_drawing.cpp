@@ -553,17 +553,63 @@ int16_t CDBSaveAsDXF(int16_t h, const char *name, int16_t binary) {
 
 // ---- External references ----------------------------------------------------------------
 
+namespace {
+
+// The checks that the reference calls share, in their order: the drawing, its tables,
+// its block count, the index (the count itself passes). Null with the code set.
+CBaseDrawing *XrefDrawing(int16_t h, int16_t block_index) {
+    CLibDrawing *lib = LookupDrawing(h);
+    CBaseDrawing *d = lib ? lib->Drawing() : nullptr;
+    if (!d) {
+        g_LastError = CDB_ERR_INVALID_DRAWING_HANDLE;
+        return nullptr;
+    }
+    if (!lib->TriggerLoading()) {
+        d->SetError(CDB_ERR_INVALID_FILE);
+        return nullptr;
+    }
+    const int count = d->GetBlockTableCount();
+    if (count < 0) {
+        d->SetError(CDB_ERR_DRAWING_CORRUPTED);
+        return nullptr;
+    }
+    if (block_index < 0 || block_index > count) {
+        d->SetError(CDB_ERR_INVALID_INDEX);
+        return nullptr;
+    }
+    return d;
+}
+
+} // namespace
+
 int16_t CDBGetXREFPath(int16_t h, int16_t block_index, char *buffer) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? Flag(d->GetXrefPath(block_index, buffer)) : CDB_FAIL;
+    CBaseDrawing *d = XrefDrawing(h, block_index);
+    if (!d)
+        return CDB_FAIL;
+    if (!buffer) {
+        d->SetError(CDB_ERR_INVALID_PARAMETER);
+        return CDB_FAIL;
+    }
+    return Flag(d->GetXrefPath(block_index, buffer));
 }
 int16_t CDBResolveXREF(int16_t h, int16_t block_index) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? Flag(d->ResolveXREF(block_index)) : CDB_FAIL;
+    CBaseDrawing *d = XrefDrawing(h, block_index);
+    if (!d)
+        return CDB_FAIL;
+    if (!d->ResolveXREF(block_index)) {
+        d->SetError(CDB_ERR_OPENING_FILE);
+        return CDB_FAIL;
+    }
+    return 0;
 }
 int16_t CDBResolveAllXREF(int16_t h) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? Flag(d->Unsupported()) : CDB_FAIL;
+    CBaseDrawing *d = XrefDrawing(h, 0);
+    if (!d)
+        return CDB_FAIL;
+    const int count = d->GetBlockTableCount();
+    for (int16_t i = 0; i < count; ++i)
+        CDBResolveXREF(h, i);
+    return 0;
 }
 
 // ---- Shapes -----------------------------------------------------------------------------

@@ -1,0 +1,140 @@
+// External references of a release 12 drawing: a block whose flags carry the reference
+// bit names another DWG file. Resolving loads that file as a child drawing whose table
+// indices are shifted by the host's table counts, moves the child's table records into
+// the host's tables and makes the child's model space the block's entity list.
+#include "dwg12/r12_drawing.h"
+#include "interface/drawing_file.h"
+
+#include <cctype>
+#include <cstring>
+#include <string>
+
+namespace {
+
+constexpr int16_t kXrefBlockFlag = 0x04;
+
+bool IsReference(const CR12Block *block) {
+    return block && block->record && (block->record->flags & kXrefBlockFlag) &&
+           block->record->xref_path;
+}
+
+// The stored path, with ".dwg" added unless it already ends in "dwg" (any case).
+std::string WithDwgExtension(const char *stored) {
+    std::string path(stored);
+    if (path.empty())
+        return path;
+    bool has_dwg = path.size() >= 3;
+    for (size_t i = 0; has_dwg && i < 3; ++i)
+        has_dwg = std::tolower(static_cast<unsigned char>(path[path.size() - 3 + i])) == "dwg"[i];
+    if (!has_dwg)
+        path += ".dwg";
+    return path;
+}
+
+size_t LastSeparator(const std::string &path) {
+    return path.find_last_of("\\/");
+}
+
+// The reference's file name (what follows its last separator) in the host's folder.
+std::string BesideHost(const std::string &host_name, const std::string &reference) {
+    const size_t host_cut = LastSeparator(host_name);
+    const std::string folder = host_cut == std::string::npos ? "." : host_name.substr(0, host_cut);
+    const size_t cut = LastSeparator(reference);
+    const std::string leaf = cut == std::string::npos ? reference : reference.substr(cut + 1);
+    return folder + "/" + leaf;
+}
+
+} // namespace
+
+int CR12Drawing::GetXrefPath(short block_index, char *buffer) {
+    if (block_index < 0 || block_index > GetBlockTableCount() || !buffer)
+        return 0;
+    const CR12Block *block = blocks.At(block_index);
+    if (!IsReference(block))
+        return 0;
+    const char *path = block->record->xref_path;
+    std::memcpy(buffer, path, std::strlen(path) + 1);
+    return 1;
+}
+
+int CR12Drawing::ResolveXREF(int block_index) {
+    if (block_index < 0 || block_index > GetBlockTableCount())
+        return 0;
+    CR12Block *block = blocks.At(block_index);
+    // The child lives on the façade's delete list; without a façade it has no home.
+    if (!IsReference(block) || !Lib())
+        return 0;
+    const std::string first = WithDwgExtension(block->record->xref_path);
+    const std::string second = BesideHost(file_name, first);
+
+    auto child = std::make_unique<CR12Drawing>(Lib(), ViewFlag());
+    // The child's indices land after the host's records once the tables are merged.
+    int32_t *child_bases = child->Bases();
+    child_bases[0] = GetBlockTableCount();
+    child_bases[1] = GetLayerTableCount();
+    child_bases[2] = GetLtypeTableCount();
+    child_bases[3] = GetDimstyleTableCount();
+    child_bases[4] = GetStyleTableCount();
+    child_bases[5] = 0;
+    child_bases[6] = GetAppidTableCount();
+    child_bases[7] = GetViewTableCount();
+    child_bases[8] = GetUcsTableCount();
+    child_bases[9] = GetVportTableCount();
+
+    if (first.empty() || !child->OpenDWG(first.c_str(), CDB_OPEN_READ)) {
+        child->SetError(0);
+        if (!child->OpenDWG(second.c_str(), CDB_OPEN_READ))
+            return 0;
+    }
+    if (!child->LoadDWG())
+        return 0;
+    CDB_VAR_VALUE_type insbase{};
+    if (child->GetVariableValue("INSBASE", &insbase))
+        block->record->base_point = insbase.point3_value;
+    const bool list_mode = ViewFlag() == 0;
+    if (list_mode && !child->TriggerLoading())
+        return 0;
+    child->SetInXref(1);
+    MergeTablesOf(*child);
+    if (list_mode)
+        AdoptModelSpaceOf(*child, *block);
+    Lib()->AddToDeleteList(child.release());
+    return 1;
+}
+
+void CR12Drawing::MergeTablesOf(CR12Drawing &child) {
+    static const int kMergeOrder[] = {kR12Blocks, kR12Layers, kR12Ltypes, kR12Appids,   kR12Styles,
+                                      kR12Views,  kR12Ucs,    kR12Vports, kR12Dimstyles};
+    for (int t : kMergeOrder)
+        for (CR12TableRecord *record : child.Table(t).TakeAll())
+            Table(t).Add(record);
+    // The child's block definitions follow the host's, where the child's shifted block
+    // indices (inserts inside the reference) find them.
+    for (CR12Block *definition : child.blocks.TakeAll())
+        blocks.Add(definition);
+}
+
+void CR12Drawing::AdoptModelSpaceOf(CR12Drawing &child, CR12Block &block) {
+    auto adopted = std::make_unique<CR12EntityList>(this);
+    CR12EntityList &model = child.entities;
+    int count = model.Count();
+    // The child's own end sentinel gives way to the block's closing entity.
+    if (count > 0 && model.At(count - 1)->Code() == 13)
+        --count;
+    for (int i = 0; i < count; ++i)
+        adopted->Append(model.At(i));
+    CR12Entity *closing = nullptr;
+    if (block.entities && block.entities->Count() > 0) {
+        const int last = block.entities->Count() - 1;
+        if (block.entities->At(last)->Code() == 13) {
+            closing = block.entities->At(last);
+            block.entities->RemoveAt(last);
+        }
+    }
+    // The adopted entities leave the child's list from the back, which is cheap.
+    for (int i = count - 1; i >= 0; --i)
+        model.RemoveAt(i);
+    adopted->Append(closing ? closing : new CR12EndBlock(this));
+    adopted->SetPosition(0);
+    block.entities = std::move(adopted);
+}
