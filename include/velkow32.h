@@ -1214,6 +1214,8 @@ public:
     short GetError();
     void SetError(short code);
     void AddToDeleteList(CBaseDrawing *child);
+    /* 1 when the delete list has no room for another child drawing. */
+    int DeleteListFull() const;
     CShapeTable *GetShapeTablePtr();
     int ViewFlag();
 

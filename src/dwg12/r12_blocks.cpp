@@ -136,7 +136,7 @@ int CR12Drawing::LoadBlockSection() {
 }
 
 int CR12Drawing::ReadTableBlock(int index, CR12Block &block, int16_t &block_number) {
-    CR12TableRecord *table_record = Table(kR12Blocks).At(index);
+    CR12TableRecord *table_record = BlockTableRecord(index);
     if (!table_record || !block.record)
         return 0;
     const uint8_t flags = table_record->Flags();

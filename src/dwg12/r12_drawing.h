@@ -200,11 +200,25 @@ private:
     short BlockWalkStep(CDB_STARTBLOCK_ENTITY_type *block, CR12Block *(CR12BlockList::*step)(),
                         short missing);
 
-public:
-private:
     // The steps of ResolveXREF.
     void MergeTablesOf(CR12Drawing &child);
     void AdoptModelSpaceOf(CR12Drawing &child, CR12Block &block);
+    // The block table record `index` and the number of them; a reference whose tables
+    // were merged into a host looks them up in the host's table.
+    CR12TableRecord *BlockTableRecord(int index);
+    int BlockTableRecordCount();
+    bool IsReferenceBlock(int index) const;
+    // View mode: resolves the reference block `index`, hands the child's model space to
+    // BlockCall and lets the child go; the block's record.
+    CDB_STARTBLOCK_ENTITY_type *ShowReference(int index);
+    // View mode while a reference is shown: whether block `index` is one of the child's,
+    // and the child's LoadBlock of it.
+    bool ForwardsToReference(int index) const;
+    CDB_STARTBLOCK_ENTITY_type *ForwardToReference(int index);
+    // The reference being shown in view mode, and the host whose tables took this
+    // drawing's records.
+    std::unique_ptr<CR12Drawing> xref_drawing;
+    CR12Drawing *merged_into = nullptr;
     // Reads the ten tables in the order the file's layout asks for: 1, or 0 on failure.
     int LoadTables();
     // Reads and decodes the header block, leaving the read position where it was.

@@ -28,6 +28,7 @@ public:
     virtual ~CR12Entity();
     CR12Entity(const CR12Entity &) = delete;
     CR12Entity &operator=(const CR12Entity &) = delete;
+    void SetOwner(CR12Drawing *owner) { drawing = owner; }
 
     // Decodes one frame at the file's position. `next_code` receives the code of the
     // frame behind it, or 0x20 when there is none. Status: 1 good, 0 failure, -2 end of
@@ -303,6 +304,13 @@ public:
     int Count() const { return static_cast<int>(items_.size()); }
     // Moves the position to the first entity whose handle equals `text`: its index, or -1.
     int FindByHandle(const char *text);
+    // Makes `drawing` the owner of the list and of its entities: entities that came from
+    // an external reference then answer through the host, whose tables hold their records.
+    void MoveTo(CR12Drawing *drawing) {
+        drawing_ = drawing;
+        for (CR12Entity *entity : items_)
+            entity->SetOwner(drawing);
+    }
 
 private:
     CR12Drawing *drawing_;

@@ -248,10 +248,12 @@ int CR12Drawing::GetNextViewport(CDB_ENTITY *entity) {
 
 // ---- View mode: one block ---------------------------------------------------------------
 
-// External references are not resolved yet: a reference block is read like any other
-// and its record comes back.
+// A reference block is resolved on the way: its child's model space goes to BlockCall.
+// While that happens, the child's own blocks are loaded through the child.
 CDB_STARTBLOCK_ENTITY_type *CR12Drawing::LoadBlock(int index) {
-    if (index < 0 || index >= GetBlockTableCount())
+    if (ForwardsToReference(index))
+        return ForwardToReference(index);
+    if (index < 0 || index >= BlockTableRecordCount())
         return nullptr;
     if (file_kind == kDwg) {
         if (!file)
@@ -271,12 +273,14 @@ CDB_STARTBLOCK_ENTITY_type *CR12Drawing::LoadBlock(int index) {
         block_counter = counter;
         file->in_entity_section = in_section;
         file->SetPosition(position, 0);
-        return block->record;
+        return IsReferenceBlock(index) ? ShowReference(index) : block->record;
     }
     // A drawing read from DXF holds its blocks' entities in lists already.
     CR12Block *block = blocks.At(index);
     if (!block)
         return nullptr;
+    if (IsReferenceBlock(index))
+        return ShowReference(index);
     if (block->entities && Lib()) {
         for (int i = 0; i < block->entities->Count(); ++i) {
             CR12Entity *entity = block->entities->At(i);

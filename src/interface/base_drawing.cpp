@@ -16,9 +16,18 @@ CBaseDrawing::~CBaseDrawing() {
     delete[] bases;
     for (int i = 0; i < name_count && i < 256; ++i)
         std::free(names[i]);
-    // The shape table belongs to the drawing that loaded an external reference.
-    if (!in_xref)
+    // The shape table of an external reference belongs to the drawing that loaded it.
+    if (owns_shape_table)
         delete shape_table;
+}
+
+void CBaseDrawing::UseShapeTableOf(const CBaseDrawing &owner) {
+    if (&owner == this)
+        return;
+    if (owns_shape_table)
+        delete shape_table;
+    shape_table = owner.shape_table;
+    owns_shape_table = false;
 }
 
 namespace {

@@ -28,6 +28,10 @@ public:
     void SetLib(CLibDrawing *owner) { lib = owner; }
     CLibDrawing *Lib() const { return lib; }
     CShapeTable *ShapeTable() const { return shape_table; }
+    // Gives up this drawing's own shape table for the one of `owner`, which stays its
+    // owner's: a drawing loaded as an external reference finds its fonts in the slots of
+    // the host, where its merged text styles point.
+    void UseShapeTableOf(const CBaseDrawing &owner);
     const char *SearchPath() const { return search_path.empty() ? nullptr : search_path.c_str(); }
     void SetSearchPath(const char *path) { search_path = path ? path : ""; }
     int32_t *Bases() { return bases; }
@@ -162,6 +166,7 @@ protected:
     int32_t *bases = nullptr;
     CLibDrawing *lib = nullptr;
     CShapeTable *shape_table = nullptr;
+    bool owns_shape_table = true;
     std::string search_path;
     int32_t in_polyline = 0;
     int32_t in_insert = 0;

@@ -144,6 +144,10 @@ void CLibDrawing::AddToDeleteList(CBaseDrawing *child) {
     delete child;
 }
 
+int CLibDrawing::DeleteListFull() const {
+    return delete_list[255] != nullptr;
+}
+
 CShapeTable *CLibDrawing::GetShapeTablePtr() {
     return drawing ? drawing->ShapeTable() : nullptr;
 }

@@ -1,7 +1,9 @@
 // External references of a release 12 drawing: a block whose flags carry the reference
 // bit names another DWG file. Resolving loads that file as a child drawing whose table
-// indices are shifted by the host's table counts, moves the child's table records into
-// the host's tables and makes the child's model space the block's entity list.
+// indices are shifted by the host's table counts and moves the child's table records into
+// the host's tables. In list mode the child's model space becomes the block's entity list
+// and the child lives on the façade's delete list; in view mode the child is kept until
+// the block's entities have been handed out (LoadBlock).
 #include "dwg12/r12_drawing.h"
 #include "interface/drawing_file.h"
 
@@ -61,13 +63,19 @@ int CR12Drawing::ResolveXREF(int block_index) {
     if (block_index < 0 || block_index > GetBlockTableCount())
         return 0;
     CR12Block *block = blocks.At(block_index);
-    // The child lives on the façade's delete list; without a façade it has no home.
-    if (!IsReference(block) || !Lib())
+    // A list-mode child lives on the façade's delete list: without a façade, or with its
+    // list full (a further child would be destroyed at once, under its entities), it
+    // would have no home. A reference being shown in view mode leaves its own references
+    // as they are: its tables have already gone to the host.
+    const bool list_mode = ViewFlag() == 0;
+    if (!IsReference(block) || !Lib() || (list_mode && Lib()->DeleteListFull()) ||
+        (!list_mode && InXref()))
         return 0;
     const std::string first = WithDwgExtension(block->record->xref_path);
     const std::string second = BesideHost(file_name, first);
 
     auto child = std::make_unique<CR12Drawing>(Lib(), ViewFlag());
+    child->UseShapeTableOf(*this);
     // The child's indices land after the host's records once the tables are merged.
     int32_t *child_bases = child->Bases();
     child_bases[0] = GetBlockTableCount();
@@ -91,14 +99,18 @@ int CR12Drawing::ResolveXREF(int block_index) {
     CDB_VAR_VALUE_type insbase{};
     if (child->GetVariableValue("INSBASE", &insbase))
         block->record->base_point = insbase.point3_value;
-    const bool list_mode = ViewFlag() == 0;
     if (list_mode && !child->TriggerLoading())
         return 0;
     child->SetInXref(1);
     MergeTablesOf(*child);
-    if (list_mode)
+    if (list_mode) {
         AdoptModelSpaceOf(*child, *block);
-    Lib()->AddToDeleteList(child.release());
+        Lib()->AddToDeleteList(child.release());
+    } else {
+        xref_drawing = std::move(child);
+        // Loading again brings nothing new: the merged records are in the host's tables.
+        LoadDWG();
+    }
     return 1;
 }
 
@@ -110,8 +122,28 @@ void CR12Drawing::MergeTablesOf(CR12Drawing &child) {
             Table(t).Add(record);
     // The child's block definitions follow the host's, where the child's shifted block
     // indices (inserts inside the reference) find them.
-    for (CR12Block *definition : child.blocks.TakeAll())
+    for (CR12Block *definition : child.blocks.TakeAll()) {
+        // The records' indices point into this drawing's tables now; so do the writers'
+        // and the walks' lookups, through the entities' owner.
+        definition->drawing = this;
+        if (definition->entities)
+            definition->entities->MoveTo(this);
         blocks.Add(definition);
+    }
+    child.merged_into = this;
+}
+
+CR12TableRecord *CR12Drawing::BlockTableRecord(int index) {
+    // A merged reference finds its block records where they went: behind the host's own.
+    if (merged_into)
+        return merged_into->BlockTableRecord(index + Bases()[0]);
+    return Table(kR12Blocks).At(index);
+}
+
+int CR12Drawing::BlockTableRecordCount() {
+    if (merged_into)
+        return merged_into->BlockTableRecordCount() - Bases()[0];
+    return Table(kR12Blocks).Count();
 }
 
 void CR12Drawing::AdoptModelSpaceOf(CR12Drawing &child, CR12Block &block) {
@@ -135,6 +167,30 @@ void CR12Drawing::AdoptModelSpaceOf(CR12Drawing &child, CR12Block &block) {
     for (int i = count - 1; i >= 0; --i)
         model.RemoveAt(i);
     adopted->Append(closing ? closing : new CR12EndBlock(this));
+    adopted->MoveTo(this);
     adopted->SetPosition(0);
     block.entities = std::move(adopted);
+}
+
+bool CR12Drawing::IsReferenceBlock(int index) const {
+    return index >= 0 && index < blocks.Count() && IsReference(blocks.At(index));
+}
+
+CDB_STARTBLOCK_ENTITY_type *CR12Drawing::ShowReference(int index) {
+    CR12Block *block = blocks.At(index);
+    if (ResolveXREF(index) && xref_drawing) {
+        // The child hands its model space to BlockCall, as the content of this block.
+        xref_drawing->LoadEntities();
+    }
+    xref_drawing.reset();
+    return block ? block->record : nullptr;
+}
+
+bool CR12Drawing::ForwardsToReference(int index) const {
+    // While a reference is shown, its blocks stand behind the host's own.
+    return xref_drawing && index >= xref_drawing->Bases()[0];
+}
+
+CDB_STARTBLOCK_ENTITY_type *CR12Drawing::ForwardToReference(int index) {
+    return xref_drawing->LoadBlock(index - xref_drawing->Bases()[0]);
 }
