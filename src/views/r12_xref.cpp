@@ -6,8 +6,8 @@
 // the block's entities have been handed out (LoadBlock).
 #include "dwg12/r12_drawing.h"
 #include "interface/drawing_file.h"
+#include "views/xref_paths.h"
 
-#include <cctype>
 #include <cstring>
 #include <string>
 
@@ -18,32 +18,6 @@ constexpr int16_t kXrefBlockFlag = 0x04;
 bool IsReference(const CR12Block *block) {
     return block && block->record && (block->record->flags & kXrefBlockFlag) &&
            block->record->xref_path;
-}
-
-// The stored path, with ".dwg" added unless it already ends in "dwg" (any case).
-std::string WithDwgExtension(const char *stored) {
-    std::string path(stored);
-    if (path.empty())
-        return path;
-    bool has_dwg = path.size() >= 3;
-    for (size_t i = 0; has_dwg && i < 3; ++i)
-        has_dwg = std::tolower(static_cast<unsigned char>(path[path.size() - 3 + i])) == "dwg"[i];
-    if (!has_dwg)
-        path += ".dwg";
-    return path;
-}
-
-size_t LastSeparator(const std::string &path) {
-    return path.find_last_of("\\/");
-}
-
-// The reference's file name (what follows its last separator) in the host's folder.
-std::string BesideHost(const std::string &host_name, const std::string &reference) {
-    const size_t host_cut = LastSeparator(host_name);
-    const std::string folder = host_cut == std::string::npos ? "." : host_name.substr(0, host_cut);
-    const size_t cut = LastSeparator(reference);
-    const std::string leaf = cut == std::string::npos ? reference : reference.substr(cut + 1);
-    return folder + "/" + leaf;
 }
 
 } // namespace
@@ -71,8 +45,8 @@ int CR12Drawing::ResolveXREF(int block_index) {
     if (!IsReference(block) || !Lib() || (list_mode && Lib()->DeleteListFull()) ||
         (!list_mode && InXref()))
         return 0;
-    const std::string first = WithDwgExtension(block->record->xref_path);
-    const std::string second = BesideHost(file_name, first);
+    const std::string first = XrefPathAsStored(block->record->xref_path);
+    const std::string second = XrefPathBesideHost(file_name, first);
 
     auto child = std::make_unique<CR12Drawing>(Lib(), ViewFlag());
     child->UseShapeTableOf(*this);

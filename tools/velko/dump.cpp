@@ -1,7 +1,9 @@
 // velko dump: every entity of a drawing with all the fields of its record and its
 // extended data; with --blocks each block's record and entities too; with --navigate the
-// display walk of CDBNavigate instead. --json prints one object per line, in a stable key
-// order, so that two drawings can be compared line by line.
+// display walk of CDBNavigate instead; with --xref every external reference is resolved
+// first, so that the referenced drawing's entities are the content of its block. --json
+// prints one object per line, in a stable key order, so that two drawings can be compared
+// line by line.
 #include "records/kind_names.h"
 #include "commands.h"
 #include "json_writer.h"
@@ -18,7 +20,7 @@ namespace {
 constexpr long kMaxNavigateSteps = 10000000;
 
 const char *Usage() {
-    return "usage: velko dump FILE [--json] [--blocks] [--navigate]\n";
+    return "usage: velko dump FILE [--json] [--blocks] [--navigate] [--xref]\n";
 }
 
 const char *KindName(int kind) {
@@ -487,7 +489,7 @@ int Refused(const char *file, int16_t code) {
 int RunDump(int argc, char **argv) {
     const char *file = nullptr;
     Output out;
-    bool blocks = false, navigate = false;
+    bool blocks = false, navigate = false, xref = false;
     for (int i = 0; i < argc; ++i) {
         if (std::strcmp(argv[i], "--json") == 0) {
             out.json = true;
@@ -495,6 +497,8 @@ int RunDump(int argc, char **argv) {
             blocks = true;
         } else if (std::strcmp(argv[i], "--navigate") == 0) {
             navigate = true;
+        } else if (std::strcmp(argv[i], "--xref") == 0) {
+            xref = true;
         } else if (!file && argv[i][0] != '-') {
             file = argv[i];
         } else {
@@ -510,7 +514,11 @@ int RunDump(int argc, char **argv) {
     if (h == CDB_FAIL)
         return Refused(file, CDBGetErrorNumber(CDB_FAIL));
 
-    int status = navigate ? DumpNavigate(out, h) : DumpList(out, h, -1);
+    // A reference that can't be found or read leaves its block as it was; only a drawing
+    // whose tables can't be loaded fails here.
+    int status = xref ? CDBResolveAllXREF(h) : 0;
+    if (status == 0)
+        status = navigate ? DumpNavigate(out, h) : DumpList(out, h, -1);
     if (status == 0 && blocks && !navigate)
         status = DumpBlocks(out, h);
     int16_t code = CDBGetErrorNumber(h);

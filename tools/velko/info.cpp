@@ -1,11 +1,17 @@
-// velko info: what kind of drawing a file is, its tables and its main header variables.
+// velko info: what kind of drawing a file is, its tables, its main header variables and
+// its external references.
 #include "commands.h"
+#include "interface/drawing_file.h"
 #include "json_writer.h"
+#include "views/xref_paths.h"
 #include "velkow32.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
+#include <sys/stat.h>
+#include <vector>
 
 namespace {
 
@@ -84,6 +90,86 @@ bool IsBinaryDxf(const char *file) {
     return false;
 }
 
+// One external reference: the block that stands for it, the path stored in the drawing
+// (null when the library gives none) and whether the file it names can be found.
+struct Xref {
+    std::string block;
+    std::string path;
+    bool has_path = false;
+    bool found = false;
+};
+
+// Whether a drawing file exists under the path the way the library's file open looks it up:
+// "\" and "/" both separate, and each component may differ in case from the one on disk.
+bool DrawingFileExists(const std::string &path) {
+    if (path.empty())
+        return false;
+    struct stat st;
+    return ::stat(ResolveDrawingPath(path.c_str()).c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+// The stored path of a reference block, or false when the library has none for it. The
+// copy call takes no buffer size: the buffer is sized from the block's record, and never
+// below the longest text a drawing file can hold, so that it can't be overrun.
+bool StoredPath(int16_t h, int16_t index, std::string &path) {
+    constexpr size_t kLongestFileText = 65535;
+    CDB_STARTBLOCK_ENTITY_type block;
+    std::memset(static_cast<void *>(&block), 0, sizeof block);
+    if (CDBBlockGet(h, index, &block) != 0)
+        return false;
+    const size_t length = block.xref_path ? std::strlen(block.xref_path) : 0;
+    std::free(block.xref_path);
+    std::free(block.name);
+    std::free(block.name_2);
+    std::vector<char> buffer((length > kLongestFileText ? length : kLongestFileText) + 1, '\0');
+    if (CDBGetXREFPath(h, index, buffer.data()) != 0)
+        return false;
+    buffer.back() = '\0';
+    path = buffer.data();
+    return true;
+}
+
+// Every block whose table record carries the reference bit, in table order. Nothing is
+// resolved: found-ness is decided from the two places resolving would try.
+std::vector<Xref> ListXrefs(int16_t h, const char *file) {
+    constexpr uint8_t kXrefFlag = 4;
+    std::vector<Xref> xrefs;
+    const int16_t count = CDBBlockTableCount(h);
+    for (int16_t i = 0; i < count; ++i) {
+        CDB_BLOCK_TBL record;
+        std::memset(static_cast<void *>(&record), 0, sizeof record);
+        if (CDBBlockTableGet(h, i, &record) != 0 || !(record.flags & kXrefFlag))
+            continue;
+        Xref xref;
+        xref.block = record.name ? record.name : "";
+        xref.has_path = StoredPath(h, i, xref.path);
+        if (xref.has_path) {
+            const std::string first = XrefPathAsStored(xref.path);
+            xref.found =
+                DrawingFileExists(first) || DrawingFileExists(XrefPathBesideHost(file, first));
+        }
+        xrefs.push_back(xref);
+    }
+    return xrefs;
+}
+
+std::string XrefsJson(const std::vector<Xref> &xrefs) {
+    std::string json = "[";
+    for (size_t i = 0; i < xrefs.size(); ++i) {
+        const Xref &x = xrefs[i];
+        json += std::string(i ? ", " : "") + "{\"block\": " + JsonString(x.block.c_str()) +
+                ", \"path\": " + (x.has_path ? JsonString(x.path.c_str()) : "null") +
+                ", \"found\": " + (x.found ? "true" : "false") + "}";
+    }
+    return json + "]";
+}
+
+void PrintXrefs(const std::vector<Xref> &xrefs) {
+    for (const Xref &x : xrefs)
+        std::printf("xref %s \"%s\" %s\n", x.block.c_str(), x.path.c_str(),
+                    x.found ? "found" : "missing");
+}
+
 int Refused(const char *file) {
     char message[64] = {};
     int16_t code = CDBGetErrorNumber(CDB_FAIL);
@@ -149,10 +235,15 @@ int RunInfo(int argc, char **argv) {
         AddVariable(header, h, name);
     report.AddObject("header", header);
 
-    if (json)
+    const std::vector<Xref> xrefs = ListXrefs(h, file);
+    report.Add("xrefs", XrefsJson(xrefs), std::to_string(xrefs.size()));
+
+    if (json) {
         std::printf("%s\n", report.Json().c_str());
-    else
+    } else {
         report.PrintText(stdout);
+        PrintXrefs(xrefs);
+    }
     CDBEndOperation(h);
     return 0;
 }

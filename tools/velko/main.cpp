@@ -15,14 +15,16 @@ struct Command {
 
 const Command kCommands[] = {
     {"info",
-     "velko info FILE [--json]\n    file kind, release, table counts and main header "
-     "variables",
+     "velko info FILE [--json]\n    file kind, release, table counts, main header "
+     "variables and the external\n    references: each reference block, its stored path and "
+     "whether its file is found",
      RunInfo},
     {"dump",
-     "velko dump FILE [--json] [--blocks] [--navigate]\n    every entity with all fields of "
-     "its record and its extended data; --blocks adds\n    each block's record and "
-     "entities, --navigate gives the display walk instead;\n    --json prints one object "
-     "per line",
+     "velko dump FILE [--json] [--blocks] [--navigate] [--xref]\n    every entity with all "
+     "fields of its record and its extended data; --blocks adds\n    each block's record and "
+     "entities, --navigate gives the display walk instead;\n    --xref first resolves every "
+     "external reference, so that the referenced\n    drawing's entities are its block's "
+     "content; --json prints one object per line",
      RunDump},
     {"convert",
      "velko convert IN OUT [--binary] [--quiet] [--json]\n    reads a release 12 drawing and "
