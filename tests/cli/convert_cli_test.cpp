@@ -1,4 +1,5 @@
 // velko convert and velko new, run as a user runs them, and the progress bar they draw.
+#include "support/run_command.h"
 #include "interface/test_files.h"
 #include "velko/progress_bar.h"
 #include "walk/walk_support.h"
@@ -20,24 +21,9 @@ namespace {
 using velko_test::TempFile;
 namespace walk = velko_test::walk;
 
-struct Outcome {
-    int status = -1;
-    std::string out;
-};
-
-// Runs a shell command and captures its standard output.
+using Outcome = velko_test::CommandOutcome;
 Outcome Shell(const std::string &command) {
-    Outcome result;
-    FILE *pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return result;
-    std::array<char, 4096> buffer;
-    size_t n;
-    while ((n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        result.out.append(buffer.data(), n);
-    int status = pclose(pipe);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return result;
+    return velko_test::RunCommand(command);
 }
 
 // velko with the arguments: stdout captured, stderr dropped.

@@ -1,6 +1,7 @@
 // The command-line tool on release 12 DXF: velko info and velko dump, run as a user runs
 // them, on an ASCII DXF of the corpus and on a binary DXF made from it, against the DWG
 // twin of the same drawing.
+#include "support/run_command.h"
 #include "support/corpus.h"
 #include "support/mini_json.h"
 
@@ -21,26 +22,9 @@
 namespace velko_test {
 namespace {
 
-struct CliRun {
-    int status = -1;
-    std::string out;
-};
-
-// Runs velko with the arguments; stdout is captured, stderr too when asked.
+using CliRun = velko_test::CommandOutcome;
 CliRun Velko(const std::string &arguments, bool with_stderr = false) {
-    std::string command =
-        std::string(VELKO_CLI) + " " + arguments + (with_stderr ? " 2>&1" : " 2>/dev/null");
-    CliRun result;
-    FILE *pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return result;
-    std::array<char, 4096> buffer;
-    size_t n;
-    while ((n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        result.out.append(buffer.data(), n);
-    int status = pclose(pipe);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return result;
+    return velko_test::RunVelko(arguments, with_stderr);
 }
 
 json::Value ParseJson(const std::string &text) {

@@ -1,4 +1,5 @@
 // The command-line tool, run as a user runs it.
+#include "support/run_command.h"
 #include "interface/test_files.h"
 
 #include <array>
@@ -12,27 +13,8 @@
 
 namespace {
 
-struct Outcome {
-    int status;
-    std::string out;
-};
-
-// Runs velko with the arguments; stdout is captured, stderr too when asked.
-Outcome RunVelko(const std::string &arguments, bool with_stderr = false) {
-    std::string command =
-        std::string(VELKO_CLI) + " " + arguments + (with_stderr ? " 2>&1" : " 2>/dev/null");
-    Outcome result{-1, ""};
-    FILE *pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return result;
-    std::array<char, 4096> buffer;
-    size_t n;
-    while ((n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        result.out.append(buffer.data(), n);
-    int status = pclose(pipe);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return result;
-}
+using Outcome = velko_test::CommandOutcome;
+using velko_test::RunVelko;
 
 const std::string kSample = std::string(VELKO_SOURCE_DIR) + "/data/sample.dwg";
 

@@ -2,6 +2,7 @@
 // references and whether each file is found; `velko dump --xref` resolves them first, so
 // that the referenced drawing's entities show as the content of the reference block.
 #include "edit/edit_support.h"
+#include "support/run_command.h"
 
 #include <gtest/gtest.h>
 
@@ -25,26 +26,12 @@ constexpr int16_t kXrefFlag = 4;
 constexpr double kChildMarkX = 4711.5;
 const char kChildMarkText[] = "4711.5";
 
-struct Outcome {
-    int status;
-    std::string out;
-};
+using Outcome = CommandOutcome;
 
 // Runs velko with the arguments, in `folder` when one is given; stdout is captured.
-Outcome RunVelko(const std::string &arguments, const std::string &folder = "") {
-    const std::string command = (folder.empty() ? "" : "cd " + folder + " && ") +
-                                std::string(VELKO_CLI) + " " + arguments + " 2>/dev/null";
-    Outcome result{-1, ""};
-    FILE *pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return result;
-    std::array<char, 4096> buffer;
-    size_t n;
-    while ((n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        result.out.append(buffer.data(), n);
-    const int status = pclose(pipe);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return result;
+Outcome RunVelkoIn(const std::string &arguments, const std::string &folder = "") {
+    return RunCommand((folder.empty() ? "" : "cd " + folder + " && ") + std::string(VELKO_CLI) +
+                      " " + arguments + " 2>/dev/null");
 }
 
 std::vector<std::string> Lines(const std::string &text) {
@@ -134,7 +121,7 @@ protected:
 
 TEST_F(XrefCli, InfoListsFoundAndMissingReferences) {
     MakeHostWithThreeReferences();
-    const Outcome r = RunVelko("info " + At("host.dwg"));
+    const Outcome r = RunVelkoIn("info " + At("host.dwg"));
     ASSERT_EQ(r.status, 0) << r.out;
     EXPECT_TRUE(Contains(r.out, "xref REF0 \"C:\\drawings\\PARTS\\Child\" found\n")) << r.out;
     EXPECT_TRUE(
@@ -149,13 +136,14 @@ TEST_F(XrefCli, InfoLooksForARelativePathInTheCurrentFolderThenBesideTheHost) {
     MakeHost("host.dwg", {"sub\\Part2", "elsewhere\\LEAF"});
     // From the host's folder the first is found as stored; the second only by its name
     // beside a host given without a folder.
-    const Outcome inside = RunVelko("info host.dwg", dir.string());
+    const Outcome inside = RunVelkoIn("info host.dwg", dir.string());
     ASSERT_EQ(inside.status, 0) << inside.out;
     EXPECT_TRUE(Contains(inside.out, "xref REF0 \"sub\\Part2\" found\n")) << inside.out;
     EXPECT_TRUE(Contains(inside.out, "xref REF1 \"elsewhere\\LEAF\" found\n")) << inside.out;
     // From another folder the relative stored path no longer leads to the file, and
     // "part2.dwg" isn't beside the host.
-    const Outcome outside = RunVelko("info " + At("host.dwg"), fs::temp_directory_path().string());
+    const Outcome outside =
+        RunVelkoIn("info " + At("host.dwg"), fs::temp_directory_path().string());
     ASSERT_EQ(outside.status, 0) << outside.out;
     EXPECT_TRUE(Contains(outside.out, "xref REF0 \"sub\\Part2\" missing\n")) << outside.out;
     EXPECT_TRUE(Contains(outside.out, "xref REF1 \"elsewhere\\LEAF\" found\n")) << outside.out;
@@ -163,7 +151,7 @@ TEST_F(XrefCli, InfoLooksForARelativePathInTheCurrentFolderThenBesideTheHost) {
 
 TEST_F(XrefCli, InfoAsJsonListsReferencesInAnArray) {
     MakeHostWithThreeReferences();
-    const Outcome r = RunVelko("info --json " + At("host.dwg"));
+    const Outcome r = RunVelkoIn("info --json " + At("host.dwg"));
     ASSERT_EQ(r.status, 0) << r.out;
     std::string second_path;
     for (char c : WithBackslashes(At("sub/PART2.DWG")))
@@ -178,10 +166,10 @@ TEST_F(XrefCli, InfoAsJsonListsReferencesInAnArray) {
 
 TEST_F(XrefCli, InfoShowsNoReferencesForADrawingWithoutThem) {
     MakeHost("plain.dwg", {});
-    const Outcome text = RunVelko("info " + At("plain.dwg"));
+    const Outcome text = RunVelkoIn("info " + At("plain.dwg"));
     ASSERT_EQ(text.status, 0);
     EXPECT_FALSE(Contains(text.out, "xref ")) << text.out;
-    const Outcome json = RunVelko("info --json " + At("plain.dwg"));
+    const Outcome json = RunVelkoIn("info --json " + At("plain.dwg"));
     ASSERT_EQ(json.status, 0);
     EXPECT_TRUE(Contains(json.out, "\"xrefs\": []")) << json.out;
 }
@@ -191,7 +179,7 @@ TEST_F(XrefCli, InfoCountsOnlyTheNameWithDwgAddedAsFound) {
     // doesn't count.
     MakeChild("part.dxf");
     MakeHost("host.dwg", {"part"});
-    const Outcome r = RunVelko("info " + At("host.dwg"));
+    const Outcome r = RunVelkoIn("info " + At("host.dwg"));
     ASSERT_EQ(r.status, 0);
     EXPECT_TRUE(Contains(r.out, "xref REF0 \"part\" missing\n")) << r.out;
 }
@@ -227,7 +215,7 @@ bool AnyHasMark(const std::vector<std::string> &lines) {
 
 TEST_F(XrefCli, DumpWithXrefShowsTheChildsEntitiesInTheReferenceBlock) {
     MakeHostWithThreeReferences();
-    const Outcome r = RunVelko("dump --xref --blocks --json " + At("host.dwg"));
+    const Outcome r = RunVelkoIn("dump --xref --blocks --json " + At("host.dwg"));
     ASSERT_EQ(r.status, 0) << r.out;
     const int ref0 = BlockIndex(r.out, "REF0"), ref1 = BlockIndex(r.out, "REF1"),
               ref2 = BlockIndex(r.out, "REF2");
@@ -244,7 +232,7 @@ TEST_F(XrefCli, DumpWithXrefShowsTheChildsEntitiesInTheReferenceBlock) {
 
 TEST_F(XrefCli, DumpWithoutXrefLeavesTheReferenceBlocksUnresolved) {
     MakeHostWithThreeReferences();
-    const Outcome r = RunVelko("dump --blocks --json " + At("host.dwg"));
+    const Outcome r = RunVelkoIn("dump --blocks --json " + At("host.dwg"));
     ASSERT_EQ(r.status, 0) << r.out;
     const int ref0 = BlockIndex(r.out, "REF0");
     ASSERT_GE(ref0, 0) << r.out;
@@ -254,17 +242,17 @@ TEST_F(XrefCli, DumpWithoutXrefLeavesTheReferenceBlocksUnresolved) {
 
 TEST_F(XrefCli, DumpWithXrefWalksTheChildThroughAnInsertWhenNavigating) {
     MakeHostWithThreeReferences();
-    const Outcome resolved = RunVelko("dump --xref --navigate " + At("host.dwg"));
+    const Outcome resolved = RunVelkoIn("dump --xref --navigate " + At("host.dwg"));
     ASSERT_EQ(resolved.status, 0) << resolved.out;
     EXPECT_TRUE(Contains(resolved.out, std::string("end_point:   ") + kChildMarkText + ", "))
         << resolved.out;
-    const Outcome plain = RunVelko("dump --navigate " + At("host.dwg"));
+    const Outcome plain = RunVelkoIn("dump --navigate " + At("host.dwg"));
     ASSERT_EQ(plain.status, 0);
     EXPECT_FALSE(Contains(plain.out, kChildMarkText)) << plain.out;
 }
 
 TEST_F(XrefCli, DumpHelpNamesTheXrefOption) {
-    const Outcome r = RunVelko("dump --help");
+    const Outcome r = RunVelkoIn("dump --help");
     EXPECT_EQ(r.status, 0);
     EXPECT_TRUE(Contains(r.out, "[--xref]")) << r.out;
 }

@@ -10,6 +10,7 @@
 // The files: each release 12 drawing of the corpus saved as ASCII DXF, as binary DXF and
 // as ASCII DXF by way of DWG, written here again under the names the round-trip tests use
 // in the round-trip folder, and the files that the edit round trip left there.
+#include "support/run_command.h"
 #include "support/corpus.h"
 #include "support/drawing_snapshot.h"
 
@@ -43,14 +44,9 @@ std::string Script() {
 
 // Runs a command and gives its standard output; false when it could not run or failed.
 bool RunCommand(const std::string &command, std::string *out) {
-    std::FILE *pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return false;
-    char chunk[4096];
-    size_t n;
-    while ((n = std::fread(chunk, 1, sizeof chunk, pipe)) > 0)
-        out->append(chunk, n);
-    return pclose(pipe) == 0;
+    const CommandOutcome outcome = velko_test::RunCommand(command);
+    *out += outcome.out;
+    return outcome.status == 0;
 }
 
 std::string Quoted(const std::string &text) {

@@ -1,4 +1,5 @@
 // velko shapes: the listing of a shape file, as a user runs it.
+#include "support/run_command.h"
 #include "fonts/shx_bytes.h"
 
 #include <array>
@@ -11,24 +12,10 @@ namespace {
 
 using shx_test::ScratchDir;
 
-struct Outcome {
-    int status;
-    std::string out;
-};
+using Outcome = velko_test::CommandOutcome;
 
 Outcome RunShapesCli(const std::string &arguments) {
-    std::string command = std::string(VELKO_CLI) + " " + arguments + " 2>/dev/null";
-    Outcome result{-1, ""};
-    FILE *pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return result;
-    std::array<char, 4096> buffer;
-    size_t n;
-    while ((n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        result.out.append(buffer.data(), n);
-    int status = pclose(pipe);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return result;
+    return velko_test::RunVelko(arguments);
 }
 
 bool Has(const std::string &text, const std::string &part) {

@@ -1,4 +1,5 @@
 // velko glyph, run as a user runs it, on a font written by hand.
+#include "support/run_command.h"
 #include "fonts/ttf_bytes.h"
 #include "interface/test_files.h"
 
@@ -13,25 +14,9 @@ namespace {
 
 using namespace velko_test;
 
-struct Result {
-    int status = -1;
-    std::string out;
-};
-
+using Result = CommandOutcome;
 Result Velko(const std::string &arguments, bool with_stderr = false) {
-    std::string command =
-        std::string(VELKO_CLI) + " " + arguments + (with_stderr ? " 2>&1" : " 2>/dev/null");
-    Result r;
-    FILE *pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return r;
-    std::array<char, 4096> buffer;
-    size_t n;
-    while ((n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        r.out.append(buffer.data(), n);
-    int status = pclose(pipe);
-    r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return r;
+    return RunVelko(arguments, with_stderr);
 }
 
 std::vector<uint8_t> CliFont(bool format0 = false) {

@@ -2,6 +2,7 @@
 #ifndef VELKO_SHAPEC_TEST_UTIL_H
 #define VELKO_SHAPEC_TEST_UTIL_H
 
+#include "support/run_command.h"
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -17,27 +18,8 @@
 
 namespace shapec_test {
 
-struct Outcome {
-    int status;
-    std::string out;
-};
-
-// Runs velko with the arguments; stdout is captured, stderr too when asked.
-inline Outcome RunVelko(const std::string &arguments, bool with_stderr = false) {
-    std::string command =
-        std::string(VELKO_CLI) + " " + arguments + (with_stderr ? " 2>&1" : " 2>/dev/null");
-    Outcome result{-1, ""};
-    FILE *pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return result;
-    std::array<char, 4096> buffer;
-    size_t n;
-    while ((n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        result.out.append(buffer.data(), n);
-    int status = pclose(pipe);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return result;
-}
+using Outcome = velko_test::CommandOutcome;
+using velko_test::RunVelko;
 
 inline std::vector<uint8_t> ReadBytes(const std::string &path) {
     std::ifstream in(path, std::ios::binary);

@@ -588,16 +588,25 @@ public:
     std::vector<std::string> loaded;
 };
 
-TEST_F(XrefHost, ViewModeLoadBlockHandsTheChildsModelSpaceToBlockCall) {
+class XrefViewer : public XrefHost {
+protected:
+    // The host, closed on the flat side, opened again in `viewer`; its block "REF0".
+    void ShowHost(Viewer &viewer, int *ref) {
+        CDBEndOperation(host);
+        host = -1;
+        ASSERT_EQ(viewer.OpenDrawing(At("host.dwg").c_str(), nullptr), 1);
+        ASSERT_EQ(viewer.LoadDWG(), 1);
+        *ref = viewer.BlockIndex("REF0");
+        ASSERT_GE(*ref, 0);
+    }
+};
+
+TEST_F(XrefViewer, LoadBlockHandsTheChildsModelSpaceToBlockCall) {
     MakeRichChild(At("child.dwg"), "V_");
     MakeHost("host.dwg", {"child"});
-    CDBEndOperation(host);
-    host = -1;
     Viewer viewer;
-    ASSERT_EQ(viewer.OpenDrawing(At("host.dwg").c_str(), nullptr), 1);
-    ASSERT_EQ(viewer.LoadDWG(), 1);
-    const int ref = viewer.BlockIndex("REF0");
-    ASSERT_GE(ref, 0);
+    int ref = -1;
+    ASSERT_NO_FATAL_FAILURE(ShowHost(viewer, &ref));
     const int layers = viewer.Drawing()->GetLayerTableCount();
     const int blocks = viewer.Drawing()->GetBlockTableCount();
 
@@ -618,15 +627,11 @@ TEST_F(XrefHost, ViewModeLoadBlockHandsTheChildsModelSpaceToBlockCall) {
     EXPECT_EQ(viewer.LoadBlock(viewer.Drawing()->GetBlockTableCount() + 5), nullptr);
 }
 
-TEST_F(XrefHost, ViewModeReferenceThatIsMissingGivesTheBlockAlone) {
+TEST_F(XrefViewer, ReferenceThatIsMissingGivesTheBlockAlone) {
     MakeHost("host.dwg", {"missing"});
-    CDBEndOperation(host);
-    host = -1;
     Viewer viewer;
-    ASSERT_EQ(viewer.OpenDrawing(At("host.dwg").c_str(), nullptr), 1);
-    ASSERT_EQ(viewer.LoadDWG(), 1);
-    const int ref = viewer.BlockIndex("REF0");
-    ASSERT_GE(ref, 0);
+    int ref = -1;
+    ASSERT_NO_FATAL_FAILURE(ShowHost(viewer, &ref));
     CDB_STARTBLOCK_ENTITY_type *record = viewer.LoadBlock(ref);
     ASSERT_NE(record, nullptr);
     EXPECT_STREQ(record->xref_path, "missing");

@@ -1,4 +1,5 @@
 // velko dump, run as a user runs it, on drawings made by the walk tests' helpers.
+#include "support/run_command.h"
 #include "support/mini_json.h"
 #include "walk/walk_support.h"
 
@@ -16,24 +17,10 @@ namespace velko_test {
 namespace walk {
 namespace {
 
-struct CliRun {
-    int status = -1;
-    std::string out;
-};
+using CliRun = CommandOutcome;
 
 CliRun Velko(const std::string &arguments) {
-    std::string command = std::string(VELKO_CLI) + " " + arguments + " 2>/dev/null";
-    CliRun result;
-    FILE *pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return result;
-    std::array<char, 4096> buffer;
-    size_t n;
-    while ((n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        result.out.append(buffer.data(), n);
-    int status = pclose(pipe);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return result;
+    return RunVelko(arguments);
 }
 
 // Each line of the output as a JSON object.
