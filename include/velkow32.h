@@ -1157,6 +1157,10 @@ int16_t CDBGetShapeNameFromEntity(int16_t h, CDB_SHAPE_ENTITY_type *shape, char 
 int16_t CDBGetShapeDataFromEntity(int16_t h, CDB_SHAPE_ENTITY_type *shape, char *buffer);
 int16_t CDBGetShapeId(int16_t h, int16_t *style_index, int16_t *shape_number, const char *name);
 int16_t CDBGetEntityShapeId(int16_t h, CDB_SHAPE_ENTITY_type *shape, const char *name);
+/* The shape table slot of the font of text style `style_index`: the style index that
+   CDBGetShapeData and CDBGetShapeName take for the characters of a text in that style.
+   -123 for a style outside the table or one whose font was found nowhere. */
+int16_t CDBGetStyleShapeIndex(int16_t h, int16_t style_index);
 
 /* ---- TrueType fonts --------------------------------------------------------------- */
 

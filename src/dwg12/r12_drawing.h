@@ -50,6 +50,9 @@ public:
     CDB_VPORT_TBL_type *GetVportTable(int index) override;
     int GetStyleTableCount() override { return Table(kR12Styles).Count(); }
     CDB_STYLE_TBL_type *GetStyleTable(int index) override;
+    int StyleShapeIndex(int index) override {
+        return R12StyleShapeIndex(Table(kR12Styles).At(index));
+    }
     int GetBlockTableCount() override { return Table(kR12Blocks).Count(); }
     CDB_BLOCK_TBL *GetBlockTable(int index) override;
     int GetUcsTableCount() override { return Table(kR12Ucs).Count(); }

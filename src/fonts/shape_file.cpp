@@ -1,6 +1,8 @@
-// Loading compiled shape files (shapes 1.0 and 1.1, unifont, big font) and the shape
-// interpreter that measures a shape's width.
+// Loading compiled shape files (shapes 1.0 and 1.1, unifont, big font), and the width of a
+// shape as the shape interpreter measures it.
 #include "fonts/shape_file.h"
+
+#include "fonts/shape_interpreter.h"
 
 #include "interface/drawing_file.h"
 
@@ -292,38 +294,15 @@ bool ReadBigFontShape(const BigFont &font, size_t index, std::vector<uint8_t> *d
     return ReadShapeBytes(file, shape.data_offset, data->data(), shape.data_length);
 }
 
-// ---- The shape interpreter ------------------------------------------------------------
+// ---- The width --------------------------------------------------------------------------
 //
-// The walk draws nothing; it keeps the pen, the scale, a stack of four pen positions and
-// the width, which grows to the pen's x after each command. Read literally, an arc counts
-// with its end point only (ArcReach::kEndPoint, what the loader stores); ArcReach::kWholeArc
-// also counts the arc's rightmost point where it passes angle 0. Each displacement of a
-// code 9 and each arc of a code 13 counts on its own.
-//
-// Code 14 leaves a skip pending: the next movement (a vector, or code 8 to 13, a 9 or 13
-// with all its parts) is passed over whole, the pen staying where it was, so that a move
-// meant for vertical text shifts nothing of the horizontal width. Pen up and pen down
-// clear a pending skip; the other codes leave it pending.
-//
-// A fractional arc (code 11) starts in octant S at start offset x 45/256 degrees, and ends
-// in the C-th octant counted from S in its direction (S + C - 1, or S - C + 1 clockwise) at
-// end offset x 45/256 degrees: the arc of 55 to 95 degrees is 11,(56,28,0,3,012).
-//
-// The walk ends at code 0, at the end of the codes, at a command whose operands the codes
-// don't hold, at a fifth push and at a pop of an empty stack.
+// The width listens to the shape interpreter, which draws nothing for it: it grows to the
+// pen's x after each command and after each part of a code 9 or 13. Read literally, an arc
+// counts with its end point only (ArcReach::kEndPoint, what the loader stores);
+// ArcReach::kWholeArc also counts the arc's rightmost point where it passes angle 0.
+// Subshapes are not followed, and code 14's skip lasts until a movement.
 
 namespace {
-
-// The 16 directions of a vector byte, in units of its length.
-constexpr double kDirections[16][2] = {
-    {1, 0},  {1, 0.5},   {1, 1},   {0.5, 1},   {0, 1},  {-0.5, 1}, {-1, 1}, {-1, 0.5},
-    {-1, 0}, {-1, -0.5}, {-1, -1}, {-0.5, -1}, {0, -1}, {0.5, -1}, {1, -1}, {1, -0.5},
-};
-
-// Cosine and sine of octant k (k x 45 degrees), exact at the axes.
-constexpr double kHalfRoot2 = 0.70710678118654752440;
-constexpr double kOctantCos[8] = {1, kHalfRoot2, 0, -kHalfRoot2, -1, -kHalfRoot2, 0, kHalfRoot2};
-constexpr double kOctantSin[8] = {0, kHalfRoot2, 1, kHalfRoot2, 0, -kHalfRoot2, -1, -kHalfRoot2};
 
 double NormalAngle(double angle) {
     double a = std::fmod(angle, 2 * kPi);
@@ -344,226 +323,26 @@ bool PassesAngleZero(double start, double sweep) {
     return sweep > 0 ? a + sweep >= 2 * kPi - eps : a + sweep <= eps;
 }
 
-class Interpreter {
+class WidthListener : public ShapePenListener {
 public:
-    Interpreter(const uint8_t *codes, size_t length, ArcReach reach)
-        : codes(codes), length(codes ? length : 0), reach(reach) {}
+    explicit WidthListener(ArcReach reach) : reach(reach) {}
 
-    double Run() {
-        while (pos < length) {
-            uint8_t code = codes[pos++];
-            if (code == 0)
-                break;
-            if (!Command(code))
-                break;
-            Grow(x);
-        }
-        return width;
+    void Moved(ShapePoint, ShapePoint to, bool) override { Grow(to.x); }
+    void Arced(const ShapeArc &arc, bool) override {
+        if (reach == ArcReach::kWholeArc && arc.radius > 0 && PassesAngleZero(arc.start, arc.sweep))
+            Grow(arc.centre.x + arc.radius);
+        Grow(arc.to.x);
     }
+    void CommandDone(const ShapePenState &state) override { Grow(state.x); }
+
+    double width = 0;
 
 private:
-    // Takes `n` operand bytes; false when the codes end before them.
-    bool Take(size_t n, const uint8_t **out) {
-        if (length - pos < n)
-            return false;
-        *out = codes + pos;
-        pos += n;
-        return true;
-    }
-
     void Grow(double value) {
         if (value > width)
             width = value;
     }
-
-    // A straight move by (dx, dy), already scaled. A pending skip passes it over.
-    void Move(double dx, double dy) {
-        if (skipping)
-            return;
-        x += dx;
-        y += dy;
-        Grow(x);
-    }
-
-    // An arc about (cx, cy) of radius r from angle `start` sweeping `sweep`, ending at
-    // (ex, ey). The end point always counts; the whole arc counts when asked for.
-    void Arc(double cx, double r, double start, double sweep, double ex, double ey) {
-        if (skipping)
-            return;
-        if (reach == ArcReach::kWholeArc && r > 0 && PassesAngleZero(start, sweep))
-            Grow(cx + r);
-        x = ex;
-        y = ey;
-        Grow(x);
-    }
-
-    void OctantArc(uint8_t radius_byte, uint8_t spec) {
-        const double r = radius_byte * scale;
-        const bool clockwise = (spec & 0x80) != 0;
-        const int start = (spec >> 4) & 7;
-        int count = spec & 7;
-        if (count == 0)
-            count = 8;
-        const int end = ((clockwise ? start - count : start + count) % 8 + 8) % 8;
-        const double cx = x - r * kOctantCos[start];
-        const double cy = y - r * kOctantSin[start];
-        const double sweep = (clockwise ? -count : count) * kPi / 4;
-        Arc(cx, r, start * kPi / 4, sweep, cx + r * kOctantCos[end], cy + r * kOctantSin[end]);
-    }
-
-    // The arc starts in octant S, offset by start_offset x 45/256 degrees, and ends in the
-    // C-th octant counted from S in its direction, offset by end_offset x 45/256 degrees.
-    void FractionalArc(const uint8_t *op) {
-        const double r = (op[2] * 256 + op[3]) * scale;
-        const uint8_t spec = op[4];
-        const bool clockwise = (spec & 0x80) != 0;
-        const int start_octant = (spec >> 4) & 7;
-        int count = spec & 7;
-        if (count == 0)
-            count = 8;
-        const int end_octant = clockwise ? start_octant - (count - 1) : start_octant + (count - 1);
-        const double start_deg = start_octant * 45.0 + op[0] * 45.0 / 256.0;
-        const double end_deg = end_octant * 45.0 + op[1] * 45.0 / 256.0;
-        double sweep_deg = std::fmod(clockwise ? start_deg - end_deg : end_deg - start_deg, 360.0);
-        if (sweep_deg < 0)
-            sweep_deg += 360.0;
-        if (clockwise)
-            sweep_deg = -sweep_deg;
-        const double start = start_deg * kPi / 180.0;
-        const double end = start + sweep_deg * kPi / 180.0;
-        const double cx = x - r * std::cos(start);
-        const double cy = y - r * std::sin(start);
-        Arc(cx, r, start, sweep_deg * kPi / 180.0, cx + r * std::cos(end), cy + r * std::sin(end));
-    }
-
-    // An arc to (dx, dy) whose bulge, over 127, is the tangent of a quarter of its angle.
-    void BulgeArc(int8_t dx_byte, int8_t dy_byte, int8_t bulge) {
-        const double dx = dx_byte * scale;
-        const double dy = dy_byte * scale;
-        const double chord = std::hypot(dx, dy);
-        if (bulge == 0 || chord == 0) {
-            Move(dx, dy);
-            return;
-        }
-        const double angle = 4 * std::atan(bulge / 127.0);
-        // The centre lies off the chord's midpoint, to the left for a counter-clockwise
-        // arc of less than half a circle.
-        const double along = (chord / 2) / std::tan(angle / 2);
-        const double cx = x + dx / 2 - dy / chord * along;
-        const double cy = y + dy / 2 + dx / chord * along;
-        const double r = std::hypot(x - cx, y - cy);
-        const double start = std::atan2(y - cy, x - cx);
-        Arc(cx, r, start, angle, x + dx, y + dy);
-    }
-
-    // One command behind its code; false when the walk ends.
-    bool Command(uint8_t code) {
-        const uint8_t *op = nullptr;
-        if (code > 14) {
-            const double *d = kDirections[code & 0x0F];
-            const double n = (code >> 4) * scale;
-            Move(d[0] * n, d[1] * n);
-            skipping = false;
-            return true;
-        }
-        switch (code) {
-        case 1:
-        case 2:
-            skipping = false;
-            return true;
-        case 3:
-            if (!Take(1, &op))
-                return false;
-            // A divisor of 0 would leave no scale at all: the scale stays.
-            if (op[0] != 0)
-                scale /= op[0];
-            return true;
-        case 4:
-            if (!Take(1, &op))
-                return false;
-            scale *= op[0];
-            return true;
-        case 5:
-            if (depth == 4)
-                return false;
-            stack[depth][0] = x;
-            stack[depth][1] = y;
-            ++depth;
-            return true;
-        case 6:
-            if (depth == 0)
-                return false;
-            --depth;
-            x = stack[depth][0];
-            y = stack[depth][1];
-            return true;
-        case 7:
-            return Take(1, &op);
-        case 8:
-            if (!Take(2, &op))
-                return false;
-            Move(int8_t(op[0]) * scale, int8_t(op[1]) * scale);
-            skipping = false;
-            return true;
-        case 9:
-            for (;;) {
-                if (!Take(2, &op))
-                    return false;
-                if (op[0] == 0 && op[1] == 0)
-                    break;
-                Move(int8_t(op[0]) * scale, int8_t(op[1]) * scale);
-            }
-            skipping = false;
-            return true;
-        case 10:
-            if (!Take(2, &op))
-                return false;
-            OctantArc(op[0], op[1]);
-            skipping = false;
-            return true;
-        case 11:
-            if (!Take(5, &op))
-                return false;
-            FractionalArc(op);
-            skipping = false;
-            return true;
-        case 12:
-            if (!Take(3, &op))
-                return false;
-            BulgeArc(int8_t(op[0]), int8_t(op[1]), int8_t(op[2]));
-            skipping = false;
-            return true;
-        case 13:
-            for (;;) {
-                if (!Take(2, &op))
-                    return false;
-                if (op[0] == 0 && op[1] == 0)
-                    break;
-                const int8_t dx = int8_t(op[0]), dy = int8_t(op[1]);
-                if (!Take(1, &op))
-                    return false;
-                BulgeArc(dx, dy, int8_t(op[0]));
-            }
-            skipping = false;
-            return true;
-        case 14:
-            skipping = true;
-            return true;
-        default:
-            return true;
-        }
-    }
-
-    const uint8_t *codes;
-    size_t length;
     ArcReach reach;
-    size_t pos = 0;
-    double x = 0, y = 0;
-    double scale = 1.0;
-    double width = 0;
-    double stack[4][2] = {};
-    int depth = 0;
-    bool skipping = false;
 };
 
 } // namespace
@@ -573,5 +352,7 @@ double ShapeWidth(const uint8_t *codes, size_t length) {
 }
 
 double ShapeWidth(const uint8_t *codes, size_t length, ArcReach reach) {
-    return Interpreter(codes, length, reach).Run();
+    WidthListener listener(reach);
+    ShapeInterpreter(codes, length, listener, ShapeSkip::kUntilMovement).Run();
+    return listener.width;
 }

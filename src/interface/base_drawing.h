@@ -50,6 +50,9 @@ public:
     short GetShapeData(short style_index, short shape_number, char *buffer);
     short GetShapeId(CDB_SHAPE_ENTITY_type *shape, const char *name);
     short GetShapeId(short &style_index, short &shape_number, const char *name);
+    // The shape table slot of text style `style_index`'s font: -1 for a style outside the
+    // table, one whose font was found nowhere, or a drawing class that keeps no slots.
+    virtual int StyleShapeIndex(int /*style_index*/) { return -1; }
 
     // ---- The operations, in slot order --------------------------------------------------
     // Operations that a drawing class does not offer report "Invalid File." and fail.

@@ -657,5 +657,13 @@ int16_t CDBGetEntityShapeId(int16_t h, CDB_SHAPE_ENTITY_type *shape, const char 
     CBaseDrawing *d = ReadDrawing(h);
     return d ? d->GetShapeId(shape, name) : CDB_FAIL;
 }
+// The slot of a style's font, as CDBGetShapeData takes it; -123 when the style has none.
+int16_t CDBGetStyleShapeIndex(int16_t h, int16_t style_index) {
+    CBaseDrawing *d = ReadDrawing(h);
+    if (!d)
+        return CDB_FAIL;
+    int slot = d->StyleShapeIndex(style_index);
+    return slot < 0 ? CDB_FAIL : static_cast<int16_t>(slot);
+}
 
 } // extern "C"

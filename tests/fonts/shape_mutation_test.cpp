@@ -5,6 +5,7 @@
 // failure names a reproducible mutant.
 #include "fonts/shape_file.h"
 #include "fonts/shape_index.h"
+#include "fonts/shape_strokes.h"
 #include "fonts/shape_table.h"
 #include "fonts/shx_bytes.h"
 
@@ -160,18 +161,30 @@ Bytes Mutate(const Bytes &base, std::mt19937 &random, std::string *what) {
     return bytes;
 }
 
-// Every lookup of a loaded shape file.
+// Every lookup of a loaded shape file, and the strokes of every shape, its subshapes
+// taken from the same file.
 void Exercise(const CShapeFile &font) {
     volatile double sink = 0;
+    ShapeCodesLookup lookup = [&font](int number, std::vector<uint8_t> *codes) {
+        const ShapeEntry *entry = font.Entry(number);
+        size_t n = 0;
+        const uint8_t *bytes = entry ? ShapeCodes(entry->data, &n) : nullptr;
+        if (!bytes)
+            return false;
+        codes->assign(bytes, bytes + n);
+        return true;
+    };
     for (const ShapeEntry &entry : font.shapes) {
         size_t n = 0;
         const uint8_t *codes = ShapeCodes(entry.data, &n);
         sink = sink + ShapeWidth(codes, n) + ShapeWidth(codes, n, ArcReach::kWholeArc);
+        sink = sink + DrawShape(codes, n, lookup).end.x;
     }
     for (const ExtraShape &extra : font.extra_shapes) {
         size_t n = 0;
         const uint8_t *codes = ShapeCodes(extra.data, &n);
         sink = sink + ShapeWidth(codes, n, ArcReach::kWholeArc);
+        sink = sink + DrawShape(codes, n, lookup).end.x;
     }
     if (font.big_font) {
         std::vector<uint8_t> data;
