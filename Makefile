@@ -13,15 +13,21 @@ TEST_TIMEOUT   ?= 300
 VELKO_WERROR   ?= OFF
 
 # What `make run` shows after building: the shipped drawing converted to DWG and to DXF
-# (into the build directory) by velko, and `velko info` of both results.
+# (into the build directory) by velko, `velko info` of both results, and the drawing
+# data/picture.dwg (the sample with a small plan drawn on it) rendered as a picture: SVG,
+# and PNG through rsvg-convert.
 VELKO       := $(BUILD_DIR)/velko
 RUN_SAMPLE  ?= data/sample.dwg
 RUN_DWG     := $(BUILD_DIR)/sample-converted.dwg
 RUN_DXF     := $(BUILD_DIR)/sample-converted.dxf
+RUN_PICTURE ?= data/picture.dwg
+RUN_SVG     := $(BUILD_DIR)/picture.svg
+RUN_PNG     := $(BUILD_DIR)/picture.png
 RUN_CMD ?= $(VELKO) convert $(RUN_SAMPLE) $(RUN_DWG) && echo && \
            $(VELKO) convert $(RUN_SAMPLE) $(RUN_DXF) && echo && \
            $(VELKO) info $(RUN_DWG) && echo && \
-           $(VELKO) info $(RUN_DXF)
+           $(VELKO) info $(RUN_DXF) && echo && \
+           $(VELKO) render $(RUN_PICTURE) $(RUN_SVG) --png $(RUN_PNG)
 
 # Pass VELKO_CORPUS=/path/to/corpus to override the corpus directory.
 CMAKE_EXTRA := $(if $(VELKO_CORPUS),-DVELKO_CORPUS=$(VELKO_CORPUS),)
@@ -47,6 +53,7 @@ deps:
 	command -v clang-format >/dev/null 2>&1 || missing="$$missing clang-format"; \
 	command -v python3 >/dev/null 2>&1      || missing="$$missing python3"; \
 	/usr/bin/python3 -c 'import ezdxf' >/dev/null 2>&1 || missing="$$missing python3-ezdxf"; \
+	command -v rsvg-convert >/dev/null 2>&1 || missing="$$missing librsvg2-bin"; \
 	if [ -n "$$missing" ]; then \
 	    echo "deps: installing missing packages:$$missing"; \
 	    $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get update -q && \

@@ -11,5 +11,6 @@ int RunShapes(int argc, char **argv);
 int RunShx(int argc, char **argv);
 int RunSdx(int argc, char **argv);
 int RunGlyph(int argc, char **argv);
+int RunRender(int argc, char **argv);
 
 #endif

@@ -52,6 +52,13 @@ const Command kCommands[] = {
      "velko glyph FONT.TTF CHAR [--json]\n    glyph records, contours and points of one "
      "character of a TrueType font, and its advance; CHAR a character, a number or U+XXXX",
      RunGlyph},
+    {"render",
+     "velko render FILE OUT.svg [--paper] [--layer-filter BITS] [--width PX] [--png OUT.png]\n"
+     "    [--json]\n    draws model space (paper space with --paper) as an SVG page showing "
+     "the\n    header's extents; off and frozen layers are hidden, BITS adds layer filter "
+     "bits;\n    --png (or OUT ending in .png, the SVG then written next to it) also makes a "
+     "PNG\n    through rsvg-convert",
+     RunRender},
 };
 
 void Usage(std::FILE *out) {
