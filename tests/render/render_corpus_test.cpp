@@ -1,5 +1,6 @@
 // Every drawing of the corpus that opens is drawn: the page is well-formed and holds one
 // entity group for each entity that the display walk of CDBNavigate shows.
+#include "walk/walk_support.h"
 #include "render/drawing_renderer.h"
 
 #include "interface/navigate_stack.h"
@@ -20,33 +21,6 @@ namespace {
 
 // More CDBNavigate calls than this: a walk without end (a block that inserts itself).
 constexpr long kNavigateLimit = 3000000;
-
-void FreeTexts(CDB_ENTITY &r) {
-    switch (r.entity_type) {
-    case CDB_TEXT:
-        std::free(r.text.text);
-        break;
-    case CDB_ATTRIB:
-        std::free(r.attrib.value);
-        std::free(r.attrib.tag);
-        break;
-    case CDB_ATTDEF:
-        std::free(r.attdef.default_value);
-        std::free(r.attdef.prompt);
-        std::free(r.attdef.tag);
-        break;
-    case CDB_DIMENSION:
-        std::free(r.dimension.text);
-        break;
-    case CDB_BLOCK:
-        std::free(r.block.xref_path);
-        std::free(r.block.name);
-        std::free(r.block.name_2);
-        break;
-    default:
-        break;
-    }
-}
 
 CDB_ENTITY Cleared() {
     CDB_ENTITY r;
@@ -81,7 +55,7 @@ NavigateCount CountNavigate(int16_t h) {
             ++count.entities;
         if (kind == CDB_ATTDEF)
             ++count.attdefs;
-        FreeTexts(r);
+        walk::FreeCopies(r);
     }
     ResetNavigateStack();
     return count;
@@ -98,7 +72,7 @@ long ShownMainListAttdefs(int16_t h) {
             break;
         if (r.entity_type == CDB_ATTDEF && CDBCheckEntityFiltering(h, &r) == 240)
             ++shown;
-        FreeTexts(r);
+        walk::FreeCopies(r);
     }
     return shown;
 }

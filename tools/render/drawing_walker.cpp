@@ -1,5 +1,6 @@
 // The display walk of the renderer and the geometry of each kind.
 #include "render/drawing_walker.h"
+#include "records/kind_names.h"
 
 #include <algorithm>
 #include <cmath>
@@ -80,46 +81,6 @@ std::vector<Vec3> WideSegment(const Vec3 &a, const Vec3 &b, double w0, double w1
             {b.x + nx * w1 / 2, b.y + ny * w1 / 2, b.z},
             {b.x - nx * w1 / 2, b.y - ny * w1 / 2, b.z},
             {a.x - nx * w0 / 2, a.y - ny * w0 / 2, a.z}};
-}
-
-// The DXF name of a kind, for the group of its drawing.
-const char *KindName(int kind) {
-    switch (kind) {
-    case CDB_LINE:
-        return "LINE";
-    case CDB_POINT:
-        return "POINT";
-    case CDB_CIRCLE:
-        return "CIRCLE";
-    case CDB_SHAPE:
-        return "SHAPE";
-    case CDB_TEXT:
-        return "TEXT";
-    case CDB_ARC:
-        return "ARC";
-    case CDB_TRACE:
-        return "TRACE";
-    case CDB_SOLID:
-        return "SOLID";
-    case CDB_ATTDEF:
-        return "ATTDEF";
-    case CDB_ATTRIB:
-        return "ATTRIB";
-    case CDB_POLYLINE:
-        return "POLYLINE";
-    case CDB_3DLINE:
-        return "3DLINE";
-    case CDB_3DFACE:
-        return "3DFACE";
-    case CDB_DIMENSION:
-        return "DIMENSION";
-    case CDB_VIEWPORT:
-        return "VIEWPORT";
-    case CDB_ELLIPSE:
-        return "ELLIPSE";
-    default:
-        return "OTHER";
-    }
 }
 
 // The vertices a path runs through: a spline's frame (control points) gives way to its
@@ -267,6 +228,23 @@ void DrawPolyface(const std::vector<VertexData> &all, const Affine &map, const R
     }
 }
 
+// The layout of a TEXT, ATTRIB or ATTDEF record part, which share their field names, with
+// the text it shows.
+template <typename Part> TextLayout LayoutOf(const Part &part, const char *text) {
+    TextLayout layout;
+    layout.text = text ? text : "";
+    layout.insertion = V(part.insertion_point);
+    layout.alignment = V(part.alignment_point);
+    layout.height = part.height;
+    layout.rotation = part.rotation;
+    layout.width_factor = part.width_factor;
+    layout.oblique = part.oblique_angle;
+    layout.style_index = part.style_index;
+    layout.horizontal = part.horizontal_justification;
+    layout.vertical = part.vertical_justification;
+    return layout;
+}
+
 } // namespace
 
 // An entity record fetched from a list; the texts that the library hands out as copies
@@ -403,7 +381,7 @@ void DrawingWalker::DrawEntity(Record &record, const Placement &at) {
     const Rgb color = AciColor(ColorNumber(e, at));
     if (at.own_groups) {
         ++counts_.groups;
-        canvas_.BeginEntity(KindName(e.entity_type));
+        canvas_.BeginEntity(EntityKindName(e.entity_type));
     }
     DrawGeometry(e, at, color);
     if (at.own_groups)
@@ -456,56 +434,18 @@ void DrawingWalker::DrawGeometry(CDB_ENTITY &e, const Placement &at, const Rgb &
         }
         break;
     }
-    case CDB_TEXT: {
-        TextLayout layout;
-        layout.text = e.text.text ? e.text.text : "";
-        layout.insertion = V(e.text.insertion_point);
-        layout.alignment = V(e.text.alignment_point);
-        layout.height = e.text.height;
-        layout.rotation = e.text.rotation;
-        layout.width_factor = e.text.width_factor;
-        layout.oblique = e.text.oblique_angle;
-        layout.style_index = e.text.style_index;
-        layout.horizontal = e.text.horizontal_justification;
-        layout.vertical = e.text.vertical_justification;
-        DrawText(layout, e, at, color);
+    case CDB_TEXT:
+        DrawText(LayoutOf(e.text, e.text.text), e, at, color);
         break;
-    }
-    case CDB_ATTRIB: {
-        if (e.attrib.flags & kAttributeInvisible)
-            break;
-        TextLayout layout;
-        layout.text = e.attrib.value ? e.attrib.value : "";
-        layout.insertion = V(e.attrib.insertion_point);
-        layout.alignment = V(e.attrib.alignment_point);
-        layout.height = e.attrib.height;
-        layout.rotation = e.attrib.rotation;
-        layout.width_factor = e.attrib.width_factor;
-        layout.oblique = e.attrib.oblique_angle;
-        layout.style_index = e.attrib.style_index;
-        layout.horizontal = e.attrib.horizontal_justification;
-        layout.vertical = e.attrib.vertical_justification;
-        DrawText(layout, e, at, color);
+    case CDB_ATTRIB:
+        if (!(e.attrib.flags & kAttributeInvisible))
+            DrawText(LayoutOf(e.attrib, e.attrib.value), e, at, color);
         break;
-    }
-    case CDB_ATTDEF: {
-        if (e.attdef.flags & kAttributeInvisible)
-            break;
+    case CDB_ATTDEF:
         // Outside a block an attribute definition shows its tag.
-        TextLayout layout;
-        layout.text = e.attdef.tag ? e.attdef.tag : "";
-        layout.insertion = V(e.attdef.insertion_point);
-        layout.alignment = V(e.attdef.alignment_point);
-        layout.height = e.attdef.height;
-        layout.rotation = e.attdef.rotation;
-        layout.width_factor = e.attdef.width_factor;
-        layout.oblique = e.attdef.oblique_angle;
-        layout.style_index = e.attdef.style_index;
-        layout.horizontal = e.attdef.horizontal_justification;
-        layout.vertical = e.attdef.vertical_justification;
-        DrawText(layout, e, at, color);
+        if (!(e.attdef.flags & kAttributeInvisible))
+            DrawText(LayoutOf(e.attdef, e.attdef.tag), e, at, color);
         break;
-    }
     case CDB_SHAPE:
         DrawShapeEntity(e, at, color);
         break;
