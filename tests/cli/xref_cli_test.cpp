@@ -2,6 +2,7 @@
 // references and whether each file is found; `velko dump --xref` resolves them first, so
 // that the referenced drawing's entities show as the content of the reference block.
 #include "edit/edit_support.h"
+#include "views/xref_support.h"
 #include "support/run_command.h"
 
 #include <gtest/gtest.h>
@@ -21,7 +22,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int16_t kXrefFlag = 4;
 // The end point of a line that only the child drawing holds: its mark in a dump.
 constexpr double kChildMarkX = 4711.5;
 const char kChildMarkText[] = "4711.5";
@@ -88,22 +88,7 @@ protected:
         walk::OpenDrawing source("xref_cli_host_source.dwg", edit::EditDrawing());
         const int16_t h = source.handle;
         ASSERT_GE(h, 0);
-        int n = 0;
-        for (const std::string &path : paths) {
-            CDB_STARTBLOCK_ENTITY_type block;
-            ASSERT_EQ(CDBBlockDefault(h, &block), 0);
-            std::string block_name = "REF" + std::to_string(n++);
-            std::string stored = path;
-            block.name = block_name.data();
-            block.xref_path = stored.data();
-            block.flags = kXrefFlag;
-            const int16_t index = CDBBlockAdd(h, &block);
-            ASSERT_GE(index, 0);
-            CDB_ENTITY insert;
-            ASSERT_EQ(CDBEntityDefault(h, &insert, CDB_INSERT), 0);
-            insert.insert.block_index = index;
-            ASSERT_GE(CDBEntityAdd(h, -1, &insert), 0);
-        }
+        ASSERT_NO_FATAL_FAILURE(AddReferenceBlocks(h, paths, true));
         ASSERT_EQ(CDBSaveAsDWG(h, At(name).c_str()), 0);
     }
 

@@ -3,6 +3,7 @@
 #include "dwg12/r12_drawing.h"
 #include "fonts/shape_table.h"
 #include "fonts/shx_bytes.h"
+#include "fonts/styled_drawing.h"
 #include "interface/drawing_table.h"
 #include "support/dwg12_builder.h"
 #include "velkow32.h"
@@ -19,19 +20,7 @@ using shx_test::ScratchDir;
 using velko_test::Dwg12FileBuilder;
 using velko_test::StyleRec;
 
-// A drawing whose style table holds one style per font name given.
-std::vector<uint8_t> DrawingWithStyles(const std::vector<std::string> &fonts) {
-    Dwg12FileBuilder builder;
-    builder.AddMinimalTables();
-    builder.records(velko_test::kStyleTable).clear();
-    for (size_t i = 0; i < fonts.size(); ++i) {
-        StyleRec style;
-        style.name = "STYLE" + std::to_string(i);
-        style.font_file = fonts[i];
-        builder.Add(style);
-    }
-    return builder.Build();
-}
+using shx_test::DrawingWithStyles;
 
 std::vector<uint8_t> RomansFont() {
     return shx_test::Shx({shx_test::FontInfo("ROMANS", 21),

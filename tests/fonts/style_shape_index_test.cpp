@@ -1,6 +1,7 @@
 // CDBGetStyleShapeIndex: the shape table slot of a text style's font, on release 12
 // drawings (DWG and DXF) whose styles name test shape files placed beside them.
 #include "fonts/shx_bytes.h"
+#include "fonts/styled_drawing.h"
 #include "interface/base_drawing.h"
 #include "interface/drawing_table.h"
 #include "support/dwg12_builder.h"
@@ -19,18 +20,7 @@ using velko_test::Dwg12FileBuilder;
 using velko_test::DxfText;
 using velko_test::StyleRec;
 
-std::vector<uint8_t> DrawingWithStyles(const std::vector<std::string> &fonts) {
-    Dwg12FileBuilder builder;
-    builder.AddMinimalTables();
-    builder.records(velko_test::kStyleTable).clear();
-    for (size_t i = 0; i < fonts.size(); ++i) {
-        StyleRec style;
-        style.name = "STYLE" + std::to_string(i);
-        style.font_file = fonts[i];
-        builder.Add(style);
-    }
-    return builder.Build();
-}
+using shx_test::DrawingWithStyles;
 
 std::vector<uint8_t> FontA() {
     return shx_test::Shx({shx_test::FontInfo("FONTA", 6), {65, "A_OF_A", {0x20, 0x24, 0}}});

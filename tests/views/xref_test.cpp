@@ -2,6 +2,7 @@
 // writer, a host whose blocks name them, and what resolving does to the host's tables,
 // the block's base point and its entity list.
 #include "edit/edit_support.h"
+#include "views/xref_support.h"
 
 #include <gtest/gtest.h>
 
@@ -20,7 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int16_t kXrefFlag = 4;
+constexpr int16_t kXrefFlag = kXrefBlockFlag;
 
 class Xref : public ::testing::Test {
 protected:
@@ -70,18 +71,7 @@ protected:
         walk::OpenDrawing source("xref_host_source.dwg", edit::EditDrawing());
         const int16_t h = source.handle;
         ASSERT_GE(h, 0);
-        int n = 0;
-        for (const std::string &path : paths) {
-            CDB_STARTBLOCK_ENTITY_type block;
-            ASSERT_EQ(CDBBlockDefault(h, &block), 0);
-            std::string block_name = "REF" + std::to_string(n++);
-            std::string stored = path;
-            block.name = block_name.data();
-            block.xref_path = stored.data();
-            block.flags = kXrefFlag;
-            block.base_point = {1, 1, 1};
-            ASSERT_GE(CDBBlockAdd(h, &block), 0);
-        }
+        ASSERT_NO_FATAL_FAILURE(AddReferenceBlocks(h, paths, false));
         ASSERT_EQ(CDBSaveAsDWG(h, At(name).c_str()), 0);
         host = CDBStartFileReading(At(name).c_str(), nullptr);
         ASSERT_GE(host, 0);
