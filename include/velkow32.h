@@ -1184,7 +1184,6 @@ int16_t GetNextPoint(int16_t drawing, int16_t font, FNT_POINT *point);
 
 class CBaseDrawing;
 class CShapeTable;
-class CFontList;
 
 /*
  * One open drawing. An application may own one directly and derive from it: in view
@@ -1229,7 +1228,6 @@ public:
     int16_t SpaceFlags() const { return space_flags; }
     void SetLayerFlags(int16_t bits) { layer_flags = bits; }
     void SetSpaceFlags(int16_t bits) { space_flags = bits; }
-    CFontList *Fonts() { return fonts; }
 
     CLibDrawing(const CLibDrawing &) = delete;
     CLibDrawing &operator=(const CLibDrawing &) = delete;
@@ -1240,7 +1238,6 @@ private:
     int16_t layer_flags;
     int16_t space_flags;
     CBaseDrawing *delete_list[256];
-    CFontList *fonts;
     CBaseDrawing *drawing;
 };
 

@@ -1,6 +1,5 @@
 #include "interface/drawing_table.h"
 
-int16_t g_LastError = 0;
 CDrawingTable g_DrawingTable;
 
 int16_t CDrawingTable::AddDrawing(CLibDrawing *drawing) {

@@ -2,10 +2,8 @@
 #ifndef VELKO_DRAWING_TABLE_H
 #define VELKO_DRAWING_TABLE_H
 
+#include "records/last_error.h"
 #include "velkow32.h"
-
-// The code of a failure that has no drawing to be kept in.
-extern int16_t g_LastError;
 
 class CDrawingTable {
 public:

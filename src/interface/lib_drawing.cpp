@@ -7,7 +7,7 @@
 #include <memory>
 
 CLibDrawing::CLibDrawing(int flag)
-    : view_flag(flag), layer_flags(0), space_flags(0), delete_list(), fonts(nullptr),
+    : view_flag(flag), layer_flags(0), space_flags(0), delete_list(),
       drawing(nullptr) {}
 
 CLibDrawing::~CLibDrawing() {

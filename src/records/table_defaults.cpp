@@ -1,7 +1,8 @@
 // Default records of the symbol tables. They take no drawing: the names come from
 // counters that live as long as the process and from one name buffer that all the
 // tables share, so the next default of any table replaces the previous name.
-#include "interface/drawing_table.h"
+#include "records/last_error.h"
+#include "velkow32.h"
 
 #include <climits>
 #include <cstdio>
