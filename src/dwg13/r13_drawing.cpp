@@ -1,7 +1,5 @@
 #include "dwg13/r13_drawing.h"
 
-#include "interface/drawing_file.h"
-
 CR13Drawing::CR13Drawing(CLibDrawing *owner, int flag) : CBaseDrawing(flag) {
     SetLib(owner);
 }
@@ -11,9 +9,7 @@ int CR13Drawing::OpenDWG(const char *, CDB_OPEN_MODE) {
     return 0;
 }
 
-int CR13Drawing::OpenDXFFrom(std::unique_ptr<CDrawingFile> opened, const char *, int) {
-    if (opened)
-        opened->Close();
+int CR13Drawing::OpenDXFFrom(std::unique_ptr<CDrawingFile> &, const char *, int) {
     SetError(CDB_ERR_INVALID_FILE);
     return 0;
 }

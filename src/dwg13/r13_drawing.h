@@ -16,11 +16,11 @@ public:
     // Refuses the file with "Version Mismatch.", so that a release 13 DWG does not go on
     // to the DXF road.
     int OpenDWG(const char *name, CDB_OPEN_MODE mode);
-    // Takes `opened`, a file that the open sniff found to be a DXF of this release
-    // (`binary` non-zero for the binary form), positioned where its groups begin. Until
-    // the reader of this release exists the file is refused with "Invalid File." and
-    // closed; the caller then tries release 12.
-    int OpenDXFFrom(std::unique_ptr<CDrawingFile> opened, const char *name, int binary);
+    // Takes the file out of `opened`, a file that the open sniff found to be a DXF of
+    // this release (`binary` non-zero for the binary form), positioned where its groups
+    // begin: 1. A refused file stays with the caller, who then tries release 12. Until
+    // the reader of this release exists every file is refused, with "Invalid File.".
+    int OpenDXFFrom(std::unique_ptr<CDrawingFile> &opened, const char *name, int binary);
 };
 
 #endif

@@ -46,10 +46,9 @@ DxfSniff SniffDxf(CDrawingFile &file) {
     sniff.form = FormOfHead(file);
     if (sniff.form == CDxfStream::kUndecided)
         return sniff;
-    if (NamesVersion(file, sniff.form, CDxfStream::kRelease13, "AC1012"))
-        sniff.release = 13;
-    else if (NamesVersion(file, sniff.form, CDxfStream::kRelease12, "AC1009"))
-        sniff.release = 12;
+    const bool release13 = NamesVersion(file, sniff.form, CDxfStream::kRelease13, "AC1012");
+    sniff.release12 = NamesVersion(file, sniff.form, CDxfStream::kRelease12, "AC1009");
+    sniff.release = release13 ? 13 : sniff.release12 ? 12 : 0;
     if (sniff.release)
         file.SetPosition(sniff.form == CDxfStream::kBinary ? CDxfStream::kBinarySentinelSize : 0,
                          0);

@@ -17,8 +17,11 @@ class CDrawingFile;
 struct DxfSniff {
     // kUndecided when not even the first bytes could be read (an empty file).
     CDxfStream::Form form = CDxfStream::kUndecided;
-    // 13 or 12, or 0 when the file is a DXF of neither release.
+    // 13 or 12, the first release whose check the file passes; 0 for neither.
     int release = 0;
+    // The file passes the check of release 12 (a file that passes both is the reader's
+    // to take when the drawing of release 13 refuses it).
+    bool release12 = false;
 
     // The code with which the release 12 reader refuses a file that is not its own: a
     // binary file of another release is a version mismatch (-404); an ASCII file is no DXF
@@ -28,8 +31,9 @@ struct DxfSniff {
     }
 };
 
-// Judges the open file `file`, whatever its read position. When a release is found, the
-// read position stands where the groups begin (22 or 0).
+// Judges the open file `file`, whatever its read position: both checks run, release 13
+// first. When a release is found, the read position stands where the groups begin (22 or
+// 0).
 DxfSniff SniffDxf(CDrawingFile &file);
 
 #endif

@@ -77,11 +77,12 @@ int CLibDrawing::OpenDXFFile(const char *name, CDB_OPEN_MODE, const char *search
     // Release 13 is tried first; what it reports on failure is not kept.
     if (sniff.kind == SniffedDrawing::kDxf13) {
         auto *r13 = new CR13Drawing(this, view_flag);
-        if (r13->OpenDXFFrom(std::move(sniff.file), name, sniff.binary))
+        if (r13->OpenDXFFrom(sniff.file, name, sniff.binary))
             drawing = r13;
         else
             delete r13;
-    } else if (sniff.kind == SniffedDrawing::kDxf12) {
+    }
+    if (!drawing && (sniff.kind == SniffedDrawing::kDxf12 || sniff.also_dxf12)) {
         auto *r12 = new CR12Drawing(this, view_flag);
         const int kind = sniff.binary ? CR12Drawing::kBinaryDxf : CR12Drawing::kTextDxf;
         if (!r12->OpenDXFFrom(std::move(sniff.file), name, kind)) {

@@ -43,6 +43,7 @@ OpenSniff JudgeAsDxf(std::unique_ptr<CDrawingFile> file) {
     sniff.judged = true;
     sniff.refusal = dxf.Release12Refusal();
     sniff.binary = dxf.form == CDxfStream::kBinary ? 1 : 0;
+    sniff.also_dxf12 = dxf.release == 13 && dxf.release12;
     if (dxf.release == 13)
         sniff.kind = SniffedDrawing::kDxf13;
     else if (dxf.release == 12)

@@ -34,6 +34,9 @@ struct OpenSniff {
     bool judged = false;
     // A DXF in the binary form.
     int binary = 0;
+    // With kDxf13: the file is also one that the release 12 reader takes, should the
+    // drawing of release 13 refuse it.
+    bool also_dxf12 = false;
     // With kNone, why the file is refused. With kDxf13, the code that stands when the
     // drawing of release 13 refuses it too: what the release 12 reader would say.
     short refusal = 0;

@@ -107,6 +107,9 @@ TEST(OpenSniff, DxfAttemptFindsReleaseAndFormAndStandsWhereTheGroupsBegin) {
     OpenSniff c = SniffDrawing(text13.c_str(), OpenAttempt::kDxf);
     EXPECT_EQ(c.kind, SniffedDrawing::kDxf13);
     EXPECT_EQ(c.refusal, CDB_ERR_INVALID_FILE);
+    EXPECT_FALSE(c.also_dxf12);
+    ASSERT_TRUE(c.file);
+    EXPECT_EQ(c.file->GetPosition(), 0);
 
     TempFile binary13("sniff13b.dxf", Release13Binary("AC1012"));
     OpenSniff d = SniffDrawing(binary13.c_str(), OpenAttempt::kDxf);
