@@ -46,6 +46,9 @@ public:
     void DetachInput(CDxfStream::Form form);
 
 private:
+    // The phases and section readers fill the drawing's tables, lists and load flags
+    // directly (the reader is the drawing's friend). Each returns 1, or 0 with the code
+    // set as the reader says; a file that ends too early sets "Invalid File.".
     int LoadUpToBlocks();
     int LoadBlocksAndEntities();
     int ReadTables();
