@@ -19,8 +19,6 @@ CR12Drawing::CR12Drawing(CLibDrawing *owner, int flag) : CBaseDrawing(flag) {
     SetLib(owner);
     for (int t = 0; t < 10; ++t)
         tables[t] = std::make_unique<CR12TableList>(this, static_cast<int16_t>(t));
-    eed_lookup.appid = [this](const char *name) { return Table(kR12Appids).FindNoCase(name); };
-    eed_lookup.layer = [this](const char *name) { return Table(kR12Layers).FindNoCase(name); };
 }
 
 CR12Drawing::~CR12Drawing() = default;
@@ -30,12 +28,20 @@ int CR12Drawing::OpenDWG(const char *name, CDB_OPEN_MODE mode) {
         SetError(CDB_ERR_FILE_ALREADY_OPEN);
         return 0;
     }
-    file = std::make_unique<CDrawingFile>();
-    if (!file->Open(name, mode)) {
-        file.reset();
+    auto opened = std::make_unique<CDrawingFile>();
+    if (!opened->Open(name, mode)) {
         SetError(CDB_ERR_OPENING_FILE);
         return 0;
     }
+    return OpenDWGFrom(std::move(opened), name);
+}
+
+int CR12Drawing::OpenDWGFrom(std::unique_ptr<CDrawingFile> opened, const char *name) {
+    if (file) {
+        SetError(CDB_ERR_FILE_ALREADY_OPEN);
+        return 0;
+    }
+    file = std::move(opened);
     file_name = name;
     file->in_entity_section = 0;
     auto fail = [this](short code) {
@@ -184,8 +190,7 @@ void CR12Drawing::RewindCursors() {
 void CR12Drawing::LoadEntities() {
     if (file_kind != kDwg) {
         // View mode leaves the entities of a DXF file for this call.
-        if (ViewFlag() && std::strcmp(next_section, "ENTITIES") == 0 && ReadEntitiesDxf())
-            next_section[0] = 0;
+        LoadDxfEntities();
         return;
     }
     LoadEntitySection();

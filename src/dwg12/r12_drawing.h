@@ -5,13 +5,18 @@
 #include "dwg12/r12_entities.h"
 #include "dwg12/r12_header.h"
 #include "dwg12/r12_tables.h"
-#include "dxf/dxf_eed.h"
-#include "dxf/dxf_stream.h"
 #include "interface/base_drawing.h"
 
 #include <memory>
 #include <string>
 #include <vector>
+
+// The reader of a DXF load (src/dxf), which the drawing holds only while there is
+// something left to read.
+class CR12DxfReader;
+struct CR12DxfReaderDeleter {
+    void operator()(CR12DxfReader *reader) const;
+};
 
 class CR12Drawing : public CBaseDrawing {
 public:
@@ -20,8 +25,18 @@ public:
     CR12Drawing(CLibDrawing *owner, int view_flag);
     ~CR12Drawing() override;
 
+    // Opens `name` in `mode` as a DWG of this release: 1, or 0 with the code set.
     int OpenDWG(const char *name, CDB_OPEN_MODE mode);
+    // Takes `opened`, a file that the open sniff found to begin with "AC1009", and goes on
+    // as OpenDWG does after its own open.
+    int OpenDWGFrom(std::unique_ptr<CDrawingFile> opened, const char *name);
+    // Opens `name` as a DXF of this release, as the DXF sniff judges it (src/dxf): 1, or 0
+    // with -400, -401, -404 for a binary file of another release, -405 for anything else.
     int OpenDXF(const char *name, CDB_OPEN_MODE mode);
+    // Takes `opened`, a file that the sniff found to be a DXF of this release in form
+    // `kind` (kTextDxf or kBinaryDxf), positioned where its groups begin: 1, or 0 with
+    // -400 when a file is open already.
+    int OpenDXFFrom(std::unique_ptr<CDrawingFile> opened, const char *name, int kind);
     int FileKind() const { return file_kind; }
     CDrawingFile *File() { return file.get(); }
     CR12Header &Header() { return header; }
@@ -66,12 +81,6 @@ public:
 
     // Moves the file's read position back to the start: 1, or 0 with -406 / -403.
     int Rewind();
-
-    // ---- DXF ------------------------------------------------------------------------------
-    // The group stream of a DXF drawing.
-    CDxfStream &Dxf() { return dxf; }
-    // The table lookups of the extended data reader.
-    const DxfEedLookup &EedLookup() const { return eed_lookup; }
 
     // ---- Entities and blocks ------------------------------------------------------------
     CR12EntityList &Entities() { return entities; }
@@ -258,29 +267,16 @@ private:
     // After a load: every list stands at its first entity, the block walk at block 0.
     void RewindCursors();
 
-    // The DXF reader (src/dxf). Each returns 1, or 0 with the code set as the reader says;
-    // a file that ends too early sets "Invalid File.".
-    int LoadDxfUpToBlocks();
-    int LoadDxfBlocksAndEntities();
-    int ReadTablesDxf();
-    int ReadTableDxf(int t);
-    int ReadBlocksDxf();
-    int ReadBlockDxf(int16_t &block_number);
-    int ReadEntitiesDxf();
-    // Reads the entity whose name stands in dxf_value and keeps it: 1, or 0 when its kind
-    // has no class or the file ended inside it.
-    int ReadEntityDxf(CR12EntityList *list, bool in_block);
-    // Reads the next group into dxf_code / dxf_value: false when the file has ended.
-    bool NextGroup();
-    // Ends a load that met the end of the file or a group it cannot go past.
-    int InvalidDxf();
-
-    CDxfStream dxf;
-    DxfEedLookup eed_lookup;
-    int16_t dxf_code = 0;
-    char dxf_value[CDxfStream::kValueSize] = {};
-    // The section at which the first phase stopped.
-    char next_section[256] = {};
+    // ---- DXF (src/dxf) ---------------------------------------------------------------------
+    friend class CR12DxfReader;
+    // View mode: the ENTITIES section that the DXF load left for LoadEntities.
+    void LoadDxfEntities();
+    // A save to another file: the DXF reader, if any is left, reads nothing more.
+    void DetachDxfReader(int binary);
+    std::unique_ptr<CR12DxfReader, CR12DxfReaderDeleter> dxf_reader;
+    // True while SaveAsDXF writes: a save asked for meanwhile (from a progress callback)
+    // is refused.
+    bool writing_dxf = false;
 
 public:
     // Called with the two progress counters after each entity that is added; no exported

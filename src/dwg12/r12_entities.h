@@ -10,7 +10,9 @@
 #include <string>
 #include <vector>
 
+class CDxfStream;
 class CR12Drawing;
+class CR12DxfReader;
 class CR12ViewportList;
 struct R12EntityLayout;
 struct R12BodyReader;
@@ -34,11 +36,11 @@ public:
     // frame behind it, or 0x20 when there is none. Status: 1 good, 0 failure, -2 end of
     // the section.
     virtual short ReadDWG(uint8_t &next_code) = 0;
-    // Reads the entity's groups from the drawing's DXF stream. `name` (a value buffer of
-    // the stream's size) holds the kind's DXF name on entry and, on return, the value of
-    // the group 0 that ended the entity. 1; 0 when `name` is not the kind's own name
-    // (nothing is read); -1 when the file ended inside the entity.
-    virtual int ReadDXF(char *name);
+    // Reads the entity's groups from the stream of `reader` (src/dxf). `name` (a value
+    // buffer of the stream's size) holds the kind's DXF name on entry and, on return, the
+    // value of the group 0 that ended the entity. 1; 0 when `name` is not the kind's own
+    // name (nothing is read); -1 when the file ended inside the entity.
+    virtual int ReadDXF(CR12DxfReader &reader, char *name);
     // The record, with references that need the drawing's tables resolved first.
     virtual CDB_ENTITY *GetResolvedRecord() { return record; }
     // Copies the record out to the caller: the common part and the kind's part. In list
@@ -88,7 +90,7 @@ protected:
     // and nulls their pointers.
     void ReleaseOwned();
     // One group of the kind's DXF layout into the record.
-    void ReadDxfGroup(const R12DxfGroup &group, const char *value);
+    void ReadDxfGroup(const CDxfStream &stream, const R12DxfGroup &group, const char *value);
 
     CR12Drawing *drawing;
     int16_t code;

@@ -5,6 +5,10 @@
 
 #include "interface/base_drawing.h"
 
+#include <memory>
+
+class CDrawingFile;
+
 class CR13Drawing : public CBaseDrawing {
 public:
     CR13Drawing(CLibDrawing *owner, int view_flag);
@@ -12,11 +16,11 @@ public:
     // Refuses the file with "Version Mismatch.", so that a release 13 DWG does not go on
     // to the DXF road.
     int OpenDWG(const char *name, CDB_OPEN_MODE mode);
-    // The version check of a DXF file: a binary file of another release gives "Invalid
-    // File."; an ASCII one "Drawing File Corrupted.", or code -419 when its groups
-    // cannot be read at all, which the caller replaces by "Invalid File.". A DXF of this
-    // release is refused with "Invalid File." too until its reader exists.
-    int OpenDXF(const char *name, CDB_OPEN_MODE mode);
+    // Takes the file out of `opened`, a file that the open sniff found to be a DXF of
+    // this release (`binary` non-zero for the binary form), positioned where its groups
+    // begin: 1. A refused file stays with the caller, who then tries release 12. Until
+    // the reader of this release exists every file is refused, with "Invalid File.".
+    int OpenDXFFrom(std::unique_ptr<CDrawingFile> &opened, const char *name, int binary);
 };
 
 #endif

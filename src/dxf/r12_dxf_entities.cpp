@@ -6,6 +6,7 @@
 #include "dxf/dxf_numbers.h"
 #include "dxf/dxf_stream.h"
 #include "dxf/r12_dxf_layout.h"
+#include "dxf/r12_dxf_reader.h"
 #include "records/heap_text.h"
 
 #include <cstdlib>
@@ -35,11 +36,11 @@ constexpr int kStyleBase = 4;
 
 } // namespace
 
-int CR12Entity::ReadDXF(char *name) {
+int CR12Entity::ReadDXF(CR12DxfReader &reader, char *name) {
     const R12DxfLayout *layout = R12DxfEntityLayout(code);
     if (!layout || !record || !name || std::strcmp(name, layout->name) != 0)
         return 0;
-    CDxfStream &stream = drawing->Dxf();
+    CDxfStream &stream = reader.Stream();
     const int32_t *bases = drawing->Bases();
     // The block start takes its line type and layer without the BYBLOCK test and the base.
     const bool block_start = code == CDB_BLOCK;
@@ -64,7 +65,7 @@ int CR12Entity::ReadDXF(char *name) {
             break;
         if (group >= 1000) {
             // The collector reads on to the first group below 1000 and hands it back.
-            CDxfEedCollector collector(drawing->EedLookup(),
+            CDxfEedCollector collector(reader.EedLookup(),
                                        stream.InputForm() == CDxfStream::kBinary);
             collector.Collect(stream, group, name);
             // A second run of extended data in the same entity goes behind the first.
@@ -125,7 +126,7 @@ int CR12Entity::ReadDXF(char *name) {
             break;
         default:
             if (const R12DxfGroup *g = layout->Find(group))
-                ReadDxfGroup(*g, name);
+                ReadDxfGroup(stream, *g, name);
             break;
         }
         stream.ReadGroup(&group, name);
@@ -137,9 +138,8 @@ int CR12Entity::ReadDXF(char *name) {
     return 1;
 }
 
-void CR12Entity::ReadDxfGroup(const R12DxfGroup &g, const char *value) {
+void CR12Entity::ReadDxfGroup(const CDxfStream &stream, const R12DxfGroup &g, const char *value) {
     const int32_t *bases = drawing->Bases();
-    const CDxfStream &stream = drawing->Dxf();
     switch (g.value) {
     case R12DxfValue::kReal:
         Store<double>(record, g.offset, stream.Real(value));

@@ -62,8 +62,8 @@ constexpr int16_t kListEnd = CDB_ENDBLK;
 
 class CR12DxfWriter {
 public:
-    CR12DxfWriter(CR12Drawing &drawing, CDrawingFile &output)
-        : drawing_(drawing), output_(output), context_(drawing.Dxf(), drawing) {}
+    CR12DxfWriter(CR12Drawing &drawing, CDrawingFile &output, CDxfStream &stream)
+        : drawing_(drawing), output_(output), context_(stream, drawing) {}
 
     // The whole file, from its start. 1, or 0 when a write fails.
     int WriteFile() {
@@ -192,13 +192,12 @@ short CR12Drawing::SaveAsDXF(const char *name, int binary) {
         return CDB_FAIL;
 
     file_kind = binary ? kBinaryDxf : kTextDxf;
-    const CDxfStream::Form form = binary ? CDxfStream::kBinary : CDxfStream::kAscii;
-    // Everything is in memory: the input is closed and the stream reads nothing more.
+    // Everything is in memory: the input is closed and nothing more is read from it.
     if (file)
         file->Close();
-    dxf.AttachInput(nullptr, form, CDxfStream::kRelease12);
+    DetachDxfReader(binary);
 
-    if (dxf.HasOutput()) {
+    if (writing_dxf) {
         SetError(CDB_ERR_FILE_ALREADY_OPEN);
         return CDB_FAIL;
     }
@@ -210,10 +209,12 @@ short CR12Drawing::SaveAsDXF(const char *name, int binary) {
     }
     file_name = target;
 
-    dxf.AttachOutput(output.get(), binary ? 1 : 0);
+    CDxfStream stream;
+    stream.AttachOutput(output.get(), binary ? 1 : 0);
     StartCountingWritten();
-    const int written = CR12DxfWriter(*this, *output).WriteFile();
-    dxf.AttachOutput(nullptr, 0);
+    writing_dxf = true;
+    const int written = CR12DxfWriter(*this, *output, stream).WriteFile();
+    writing_dxf = false;
     if (!written) {
         // The partial file stays as it is.
         output->Close();

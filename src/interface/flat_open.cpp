@@ -1,7 +1,7 @@
 // Opening and closing drawings through the flat interface.
 #include "interface/base_drawing.h"
-#include "interface/drawing_file.h"
 #include "interface/drawing_table.h"
+#include "interface/open_sniff.h"
 
 #include <cstring>
 #include <strings.h>
@@ -47,43 +47,11 @@ int16_t CDBStartFileReading(const char *name, const char *search_path) {
 }
 
 int16_t CDBGetDrawingFileInfo(const char *name, CDB_FILE_INFO *info) {
-    CDrawingFile file;
-    if (!file.Open(name, CDB_OPEN_READ)) {
-        g_LastError = CDB_ERR_INVALID_FILE;
+    const short code = DescribeDrawingFile(name, info);
+    if (code != 0) {
+        g_LastError = code;
         return CDB_FAIL;
     }
-    // Room behind the 256 bytes for a version text found at the very end.
-    char buffer[256 + 8] = {};
-    uint32_t got = 0;
-    if (file.Read(buffer, 256))
-        got = static_cast<uint32_t>(file.GetPosition());
-    buffer[got < 256 ? got : 256] = 0;
-    file.Close();
-
-    if (!info) {
-        g_LastError = CDB_ERR_INVALID_PARAMETER;
-        return CDB_FAIL;
-    }
-    const char *found = std::strstr(buffer, "AC10");
-    if (!found) {
-        std::strcpy(info->version, "Invalid DrawingFile.");
-        g_LastError = CDB_ERR_INVALID_FILE;
-        return CDB_FAIL;
-    }
-    if (std::memcmp(buffer, "AC10", 4) == 0)
-        info->file_kind = CDB_FILE_DWG;
-    else if (std::strstr(buffer, "AutoCAD Binary DXF"))
-        info->file_kind = CDB_FILE_BINARY_DXF;
-    else
-        info->file_kind = CDB_FILE_TEXT_DXF;
-    if (std::memcmp(found, "AC1009", 6) == 0)
-        info->release = CDB_RELEASE_12;
-    else if (std::memcmp(found, "AC1012", 6) == 0)
-        info->release = CDB_RELEASE_13;
-    else
-        info->release = CDB_RELEASE_OTHER;
-    std::memcpy(info->version, found, 6);
-    info->version[6] = 0;
     return 0;
 }
 

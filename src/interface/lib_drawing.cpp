@@ -2,6 +2,7 @@
 #include "dwg12/r12_drawing.h"
 #include "dwg13/r13_drawing.h"
 #include "interface/drawing_file.h"
+#include "interface/open_sniff.h"
 
 #include <cstring>
 #include <memory>
@@ -30,43 +31,38 @@ int CLibDrawing::OpenDrawing(const char *name, const char *search_path) {
 }
 
 int CLibDrawing::OpenDWGFile(const char *name, CDB_OPEN_MODE mode, const char *search_path) {
-    char version[6] = {};
-    {
-        // The sniff: the first six bytes name the release, compared byte for byte.
-        CDrawingFile sniff;
-        if (!sniff.Open(name, CDB_OPEN_READ)) {
-            SetError(CDB_ERR_OPENING_FILE);
-            return 0;
-        }
-        if (!sniff.Read(version, sizeof version)) {
-            SetError(CDB_ERR_FILE_READ);
-            return 0;
-        }
-        sniff.Close();
+    OpenSniff sniff = SniffDrawing(name, OpenAttempt::kDwg);
+    if (!sniff.judged) {
+        // A file that cannot be opened or read leaves the drawing there is.
+        SetError(sniff.refusal);
+        return 0;
     }
     delete drawing;
     drawing = nullptr;
-    if (std::memcmp(version, "AC1009", 6) == 0) {
+    int opened = 0;
+    if (sniff.kind == SniffedDrawing::kDwg12) {
         auto *r12 = new CR12Drawing(this, view_flag);
         drawing = r12;
-        if (!r12->OpenDWG(name, mode)) {
-            error = drawing->GetError();
-            delete drawing;
-            drawing = nullptr;
-            return 0;
+        // The sniff's file serves the drawing when it asks for the sniff's own mode.
+        if (mode == CDB_OPEN_READ) {
+            opened = r12->OpenDWGFrom(std::move(sniff.file), name);
+        } else {
+            sniff.file.reset();
+            opened = r12->OpenDWG(name, mode);
         }
-    } else if (std::memcmp(version, "AC1012", 6) == 0) {
+    } else if (sniff.kind == SniffedDrawing::kDwg13) {
         auto *r13 = new CR13Drawing(this, view_flag);
         drawing = r13;
-        if (!r13->OpenDWG(name, mode)) {
-            error = drawing->GetError();
-            delete drawing;
-            drawing = nullptr;
-            return 0;
-        }
+        sniff.file.reset();
+        opened = r13->OpenDWG(name, mode);
     } else {
-        SetError(std::memcmp(version, "AC10", 4) == 0 ? CDB_ERR_VERSION_MISMATCH
-                                                      : CDB_ERR_INVALID_FILE);
+        SetError(sniff.refusal);
+        return 0;
+    }
+    if (!opened) {
+        error = drawing->GetError();
+        delete drawing;
+        drawing = nullptr;
         return 0;
     }
     SetError(0);
@@ -77,19 +73,28 @@ int CLibDrawing::OpenDWGFile(const char *name, CDB_OPEN_MODE mode, const char *s
 int CLibDrawing::OpenDXFFile(const char *name, CDB_OPEN_MODE, const char *search_path) {
     delete drawing;
     drawing = nullptr;
+    OpenSniff sniff = SniffDrawing(name, OpenAttempt::kDxf);
     // Release 13 is tried first; what it reports on failure is not kept.
-    auto *r13 = new CR13Drawing(this, view_flag);
-    if (r13->OpenDXF(name, CDB_OPEN_READ)) {
-        drawing = r13;
-    } else {
-        delete r13;
+    if (sniff.kind == SniffedDrawing::kDxf13) {
+        auto *r13 = new CR13Drawing(this, view_flag);
+        if (r13->OpenDXFFrom(sniff.file, name, sniff.binary))
+            drawing = r13;
+        else
+            delete r13;
+    }
+    if (!drawing && (sniff.kind == SniffedDrawing::kDxf12 || sniff.also_dxf12)) {
         auto *r12 = new CR12Drawing(this, view_flag);
-        if (!r12->OpenDXF(name, CDB_OPEN_READ)) {
+        const int kind = sniff.binary ? CR12Drawing::kBinaryDxf : CR12Drawing::kTextDxf;
+        if (!r12->OpenDXFFrom(std::move(sniff.file), name, kind)) {
             error = r12->GetError();
             delete r12;
             return 0;
         }
         drawing = r12;
+    }
+    if (!drawing) {
+        error = sniff.refusal;
+        return 0;
     }
     drawing->SetSearchPath(search_path);
     return 1;
