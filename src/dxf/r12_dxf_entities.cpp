@@ -5,7 +5,7 @@
 #include "dxf/dxf_eed.h"
 #include "dxf/dxf_numbers.h"
 #include "dxf/dxf_stream.h"
-#include "dxf/r12_dxf_layout.h"
+#include "dwg12/r12_dxf_layout.h"
 #include "records/heap_text.h"
 
 #include <cstdlib>

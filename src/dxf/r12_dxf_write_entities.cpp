@@ -4,7 +4,7 @@
 #include "dwg12/r12_drawing.h"
 #include "dxf/dxf_eed.h"
 #include "dxf/dxf_stream.h"
-#include "dxf/r12_dxf_layout.h"
+#include "dwg12/r12_dxf_layout.h"
 #include "dxf/r12_dxf_write.h"
 #include "fonts/shape_table.h"
 

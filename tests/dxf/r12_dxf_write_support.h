@@ -8,7 +8,7 @@
 
 #include "dwg12/r12_drawing.h"
 #include "dxf/dxf_numbers.h"
-#include "dxf/r12_dxf_layout.h"
+#include "dwg12/r12_dxf_layout.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The DXF groups of the release 12 kinds and table records as data; see r12_dxf_layout.h.
-#include "dxf/r12_dxf_layout.h"
+#include "dwg12/r12_dxf_layout.h"
 
 #include "dwg12/r12_tables.h"
 #include "records/kind_names.h"
