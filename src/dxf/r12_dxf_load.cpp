@@ -11,6 +11,7 @@
 #include "dxf/dxf_open.h"
 #include "dxf/r12_dxf_header.h"
 #include "dwg12/r12_dxf_layout.h"
+#include "dwg12/r12_entity_kinds.h"
 #include "interface/drawing_file.h"
 
 #include <cstring>

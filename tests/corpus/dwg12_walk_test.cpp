@@ -2,7 +2,7 @@
 // section and the blocks, and the kinds are counted against MANIFEST.json; two drawings
 // are checked field by field against values read off their DXF twins
 // (dxf12/entities-2d.dxf and dxf12/entities-3d.dxf, written into this file as constants).
-#include "records/kind_names.h"
+#include "records/entity_kinds.h"
 #include "support/corpus.h"
 #include "support/mini_json.h"
 #include "walk/walk_support.h"

@@ -9,7 +9,7 @@
 // the code the reader leaves.
 //
 // One test instance per drawing, named after the file, so that a failure names it.
-#include "records/kind_names.h"
+#include "records/entity_kinds.h"
 #include "support/corpus.h"
 #include "support/mini_json.h"
 #include "walk/walk_support.h"
