@@ -2,27 +2,11 @@
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_entity_layout.h"
 #include "dwg12/r12_header.h"
+#include "records/entity_kinds.h"
 #include "records/heap_text.h"
 
 #include <cstdlib>
 #include <cstring>
-
-namespace {
-
-template <typename T> inline T Get(const CDB_ENTITY *record, size_t offset) {
-    T value;
-    std::memcpy(&value, reinterpret_cast<const uint8_t *>(record) + offset, sizeof value);
-    return value;
-}
-template <typename T> inline void Put(CDB_ENTITY *record, size_t offset, T value) {
-    std::memcpy(reinterpret_cast<uint8_t *>(record) + offset, &value, sizeof value);
-}
-
-bool IsText(const R12EntityField &f) {
-    return f.value == R12Value::kText || f.value == R12Value::kNameText;
-}
-
-} // namespace
 
 // ---- CR12Entity ------------------------------------------------------------------------------
 
@@ -53,14 +37,8 @@ void CR12Entity::ReleaseOwned() {
     std::free(record->eed_data);
     record->eed_data = nullptr;
     record->eed_size = 0;
-    if (layout) {
-        for (size_t i = 0; i < layout->count; ++i) {
-            if (!IsText(layout->fields[i]))
-                continue;
-            std::free(Get<char *>(record, layout->fields[i].offset));
-            Put(record, layout->fields[i].offset, static_cast<char *>(nullptr));
-        }
-    }
+    if (const EntityKind *kind = FindEntityKind(code))
+        FreeOwnedTexts(*kind, record);
 }
 
 void CR12Entity::GetRecord(CDB_ENTITY *out) {
@@ -71,13 +49,8 @@ void CR12Entity::GetRecord(CDB_ENTITY *out) {
     if (!layout || (drawing && drawing->ViewFlag()))
         return;
     // List mode: the caller gets copies of the texts of its own.
-    for (size_t i = 0; i < layout->count; ++i) {
-        const R12EntityField &f = layout->fields[i];
-        if (!IsText(f))
-            continue;
-        const char *text = Get<char *>(record, f.offset);
-        Put(out, f.offset, text ? DuplicateText(text) : static_cast<char *>(nullptr));
-    }
+    for (uint16_t offset : OwnedTextsOf(code))
+        SetRecordText(out, offset, DuplicateText(RecordText(record, offset)));
 }
 
 CR12PlainEntity::CR12PlainEntity(CR12Drawing *owner, int16_t kind) : CR12Entity(owner, kind) {}
@@ -90,17 +63,6 @@ void CR12Shape::GetRecord(CDB_ENTITY *out) {
         record->shape.shape_number = -1;
     }
     CR12Entity::GetRecord(out);
-}
-
-CR12BeginBlock::~CR12BeginBlock() {
-    if (record)
-        std::free(record->block.name);
-}
-
-void CR12BeginBlock::GetRecord(CDB_ENTITY *out) {
-    CR12Entity::GetRecord(out);
-    if (out && record && !(drawing && drawing->ViewFlag()))
-        out->block.name = record->block.name ? DuplicateText(record->block.name) : nullptr;
 }
 
 void CR12BeginBlock::ReleaseRecordTo(CDB_STARTBLOCK_ENTITY_type *out) {
@@ -394,54 +356,6 @@ std::vector<uint8_t> R12PackMview(const CDB_VIEWPORT_type &viewport) {
     out.push_back(kEedBrace);
     out.push_back(1);
     return out;
-}
-
-// ---- Making objects by code --------------------------------------------------------------------
-
-CR12Entity *MakeR12Entity(CR12Drawing *drawing, int code) {
-    switch (code) {
-    case 1:
-    case 21:
-        return new CR12Line(drawing, static_cast<int16_t>(code));
-    case 2:
-        return new CR12Point(drawing);
-    case 3:
-        return new CR12Circle(drawing);
-    case 4:
-        return new CR12Shape(drawing);
-    case 7:
-        return new CR12Text(drawing);
-    case 8:
-        return new CR12Arc(drawing);
-    case 9:
-        return new CR12Trace(drawing);
-    case 11:
-        return new CR12Solid(drawing);
-    case 12:
-        return new CR12BeginBlock(drawing);
-    case 13:
-        return new CR12EndBlock(drawing);
-    case 14:
-        return new CR12Insert(drawing);
-    case 15:
-        return new CR12AttDef(drawing);
-    case 16:
-        return new CR12Attrib(drawing);
-    case 17:
-        return new CR12SeqEnd(drawing);
-    case 19:
-        return new CR12Polyline(drawing);
-    case 20:
-        return new CR12Vertex(drawing);
-    case 22:
-        return new CR12Face(drawing);
-    case 23:
-        return new CR12Dimension(drawing);
-    case 24:
-        return new CR12Viewport(drawing);
-    default:
-        return nullptr;
-    }
 }
 
 // ---- CR12EntityList ----------------------------------------------------------------------------

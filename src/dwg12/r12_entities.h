@@ -21,6 +21,8 @@ struct R12DxfWriteContext;
 
 // One entity: it owns its record (a CDB_ENTITY of the union's full size) and the blocks
 // that the record points at (handle, extended data, texts, frozen layers), all of malloc.
+// Which texts of the kind's part it owns is said by the kind's row in the registry
+// (records/entity_kinds.h).
 //
 // The body of every kind is described as data (r12_entity_layout.h): ReadDWG of a kind
 // reads the frame by its layout, through ReadByLayout.
@@ -86,7 +88,7 @@ protected:
     virtual void KeepBlockName(const char *) {}
     // The kind's own step after its DXF groups.
     virtual void AfterReadDxf() {}
-    // Frees the blocks the record points at (handle, extended data, the layout's texts)
+    // Frees the blocks the record points at (handle, extended data, the kind's owned texts)
     // and nulls their pointers.
     void ReleaseOwned();
     // One group of the kind's DXF layout into the record.
@@ -174,12 +176,9 @@ public:
 // moves to the block (CR12Block): ReleaseRecordTo hands the record's blocks over.
 class CR12BeginBlock : public CR12PlainEntity {
 public:
+    // Its owned texts are the xref path, the name and the second name: in list mode all
+    // three are the caller's copies.
     explicit CR12BeginBlock(CR12Drawing *drawing) : CR12PlainEntity(drawing, 12) {}
-    ~CR12BeginBlock() override;
-    // In list mode all three texts (xref path, name, second name) are the caller's copies.
-    void GetRecord(CDB_ENTITY *out) override;
-    // Also keeps a copy of the block's name of its own.
-    void SetRecord(const CDB_ENTITY *in) override;
     // Copies the common part and the block part to `out` and gives up the blocks they
     // point at (handle, extended data, xref path, name, second name): `out` owns them.
     void ReleaseRecordTo(CDB_STARTBLOCK_ENTITY_type *out);
@@ -270,7 +269,8 @@ size_t R12UnpackMview(const uint8_t *eed, size_t size, CDB_VIEWPORT_type *viewpo
 // from its fields in the one shape that R12UnpackMview reads (angles back to radians).
 std::vector<uint8_t> R12PackMview(const CDB_VIEWPORT_type &viewport);
 
-// Makes the object of the kind `code`, or null for a code that has no class.
+// Makes the object of the kind `code` by the kind table (r12_entity_kinds.h), or null for a
+// code that has no class.
 CR12Entity *MakeR12Entity(CR12Drawing *drawing, int code);
 
 // The entities of one section or one block, in file order. It owns them.

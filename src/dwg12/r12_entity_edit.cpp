@@ -1,21 +1,13 @@
 // Entities taking a public record in, for the edit functions.
 #include "dwg12/r12_entities.h"
 #include "dwg12/r12_entity_layout.h"
+#include "records/entity_kinds.h"
 #include "records/heap_text.h"
 
 #include <cstdlib>
 #include <cstring>
 
 namespace {
-
-template <typename T> T Get(const CDB_ENTITY *record, size_t offset) {
-    T value;
-    std::memcpy(&value, reinterpret_cast<const uint8_t *>(record) + offset, sizeof value);
-    return value;
-}
-template <typename T> void Put(CDB_ENTITY *record, size_t offset, T value) {
-    std::memcpy(reinterpret_cast<uint8_t *>(record) + offset, &value, sizeof value);
-}
 
 // The extended data block, `size` bytes and a zero byte behind them; null for none.
 uint8_t *CopyEed(const uint8_t *data, uint16_t size) {
@@ -27,29 +19,6 @@ uint8_t *CopyEed(const uint8_t *data, uint16_t size) {
         copy[size] = 0;
     }
     return copy;
-}
-
-// The references of release 13 in the kinds' own parts: handle texts that a release 12
-// entity does not carry.
-struct ForeignHandle {
-    int16_t code;
-    uint16_t offset;
-};
-
-#define AT(member) static_cast<uint16_t>(offsetof(CDB_ENTITY, member))
-constexpr ForeignHandle kForeignHandles[] = {
-    {CDB_SHAPE, AT(shape.style_handle)},
-    {CDB_TEXT, AT(text.style_handle)},
-    {CDB_INSERT, AT(insert.block_handle)},
-    {CDB_ATTDEF, AT(attdef.style_handle)},
-    {CDB_ATTRIB, AT(attrib.style_handle)},
-    {CDB_DIMENSION, AT(dimension.block_handle)},
-    {CDB_DIMENSION, AT(dimension.dimstyle_handle)},
-};
-#undef AT
-
-bool IsText(const R12EntityField &f) {
-    return f.value == R12Value::kText || f.value == R12Value::kNameText;
 }
 
 } // namespace
@@ -69,25 +38,11 @@ void CR12Entity::SetRecord(const CDB_ENTITY *in) {
         record->eed_size = 0;
     record->layer_handle = nullptr;
     record->line_type_handle = nullptr;
-    if (layout) {
-        for (size_t i = 0; i < layout->count; ++i) {
-            const R12EntityField &f = layout->fields[i];
-            if (IsText(f))
-                Put(record, f.offset, DuplicateText(Get<const char *>(record, f.offset)));
-        }
-    }
-    for (const ForeignHandle &h : kForeignHandles)
-        if (h.code == code)
-            Put(record, h.offset, static_cast<char *>(nullptr));
-}
-
-void CR12BeginBlock::SetRecord(const CDB_ENTITY *in) {
-    if (!in || !record)
-        return;
-    std::free(record->block.name);
-    record->block.name = nullptr;
-    CR12Entity::SetRecord(in);
-    record->block.name = DuplicateText(record->block.name);
+    for (uint16_t offset : OwnedTextsOf(code))
+        SetRecordText(record, offset, DuplicateText(RecordText(record, offset)));
+    // The references of release 13 (handle texts) are not carried by a release 12 entity.
+    for (uint16_t offset : HandleTextsOf(code))
+        SetRecordText(record, offset, nullptr);
 }
 
 void CR12Insert::SetRecord(const CDB_ENTITY *in) {

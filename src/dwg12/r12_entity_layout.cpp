@@ -205,41 +205,29 @@ constexpr R12EntityField kViewport[] = {
 };
 
 #define FIELDS(table) table, sizeof(table) / sizeof(table[0])
-
-// clang-format off
-//                                         code  DXF name     fields              record bytes            rules                    z rule's point
-const R12EntityLayout kLineLayout       = {1,  "LINE",      FIELDS(kLine),      KIND_BYTES(line),      kR12RuleNone,            0};
-const R12EntityLayout kPointLayout      = {2,  "POINT",     FIELDS(kPoint),     KIND_BYTES(point),     kR12RuleNone,            0};
-const R12EntityLayout kCircleLayout     = {3,  "CIRCLE",    FIELDS(kCircle),    KIND_BYTES(circle),    kR12ZeroZTakesElevation, AT(circle.center)};
-const R12EntityLayout kShapeLayout      = {4,  "SHAPE",     FIELDS(kShape),     KIND_BYTES(shape),     kR12RuleNone,            0};
-const R12EntityLayout kTextLayout       = {7,  "TEXT",      FIELDS(kText),      KIND_BYTES(text),      kR12RuleNone,            0};
-const R12EntityLayout kArcLayout        = {8,  "ARC",       FIELDS(kArc),       KIND_BYTES(arc),       kR12ZeroZTakesElevation, AT(arc.center)};
-const R12EntityLayout kTraceLayout      = {9,  "TRACE",     FIELDS(kCorners),   KIND_BYTES(trace),     kR12RuleNone,            0};
-const R12EntityLayout kSolidLayout      = {11, "SOLID",     FIELDS(kCorners),   KIND_BYTES(solid),     kR12RuleNone,            0};
-const R12EntityLayout kBeginBlockLayout = {12, "BLOCK",     FIELDS(kBeginBlock), KIND_BYTES(block),    kR12XrefPathNeverNull,   0};
-const R12EntityLayout kEndBlockLayout   = {13, "ENDBLK",    nullptr, 0,         kCommonBytes,          kR12RuleNone,            0};
-const R12EntityLayout kInsertLayout     = {14, "INSERT",    FIELDS(kInsert),    KIND_BYTES(insert),    kR12ScalesStartAtOne,    0};
-const R12EntityLayout kAttDefLayout     = {15, "ATTDEF",    FIELDS(kAttDef),    KIND_BYTES(attdef),    kR12RuleNone,            0};
-const R12EntityLayout kAttribLayout     = {16, "ATTRIB",    FIELDS(kAttrib),    KIND_BYTES(attrib),    kR12RuleNone,            0};
-const R12EntityLayout kSeqEndLayout     = {17, "SEQEND",    FIELDS(kSeqEnd),    kCommonBytes,          kR12RuleNone,            0};
-const R12EntityLayout kPolylineLayout   = {19, "POLYLINE",  FIELDS(kPolyline),  KIND_BYTES(polyline),  kR12OriginIsElevation,   0};
-const R12EntityLayout kVertexLayout     = {20, "VERTEX",    FIELDS(kVertex),    KIND_BYTES(vertex),    kR12ZeroZTakesElevation, AT(vertex.location)};
-const R12EntityLayout kFaceLayout       = {22, "3DFACE",    FIELDS(kFace),      KIND_BYTES(face),      kR12RuleNone,            0};
-const R12EntityLayout kDimensionLayout  = {23, "DIMENSION", FIELDS(kDimension), KIND_BYTES(dimension), kR12RuleNone,            0};
-const R12EntityLayout kViewportLayout   = {24, "VIEWPORT",  FIELDS(kViewport),  KIND_BYTES(viewport),  kR12UnpackMview,         0};
-// clang-format on
-
-// By code, 0 to 24; codes 5, 6, 10 and 18 are not kinds, and 21 reads as a line.
-const R12EntityLayout *const kByCode[25] = {
-    nullptr,        &kLineLayout,   &kPointLayout,      &kCircleLayout,    &kShapeLayout,
-    nullptr,        nullptr,        &kTextLayout,       &kArcLayout,       &kTraceLayout,
-    nullptr,        &kSolidLayout,  &kBeginBlockLayout, &kEndBlockLayout,  &kInsertLayout,
-    &kAttDefLayout, &kAttribLayout, &kSeqEndLayout,     nullptr,           &kPolylineLayout,
-    &kVertexLayout, &kLineLayout,   &kFaceLayout,       &kDimensionLayout, &kViewportLayout,
-};
+constexpr uint16_t kFlat = kR12FlatCoordinates;
 
 } // namespace
 
-const R12EntityLayout *R12EntityLayoutFor(int code) {
-    return code >= 0 && code < 25 ? kByCode[code] : nullptr;
-}
+// clang-format off
+//                                         code  fields              record bytes            rules                    z rule's point
+const R12EntityLayout kR12LineFrame       = {1,  FIELDS(kLine),      KIND_BYTES(line),      kFlat,                   0};
+const R12EntityLayout kR12PointFrame      = {2,  FIELDS(kPoint),     KIND_BYTES(point),     kFlat,                   0};
+const R12EntityLayout kR12CircleFrame     = {3,  FIELDS(kCircle),    KIND_BYTES(circle),    kR12ZeroZTakesElevation, AT(circle.center)};
+const R12EntityLayout kR12ShapeFrame      = {4,  FIELDS(kShape),     KIND_BYTES(shape),     kR12RuleNone,            0};
+const R12EntityLayout kR12TextFrame       = {7,  FIELDS(kText),      KIND_BYTES(text),      kR12RuleNone,            0};
+const R12EntityLayout kR12ArcFrame        = {8,  FIELDS(kArc),       KIND_BYTES(arc),       kR12ZeroZTakesElevation, AT(arc.center)};
+const R12EntityLayout kR12TraceFrame      = {9,  FIELDS(kCorners),   KIND_BYTES(trace),     kR12RuleNone,            0};
+const R12EntityLayout kR12SolidFrame      = {11, FIELDS(kCorners),   KIND_BYTES(solid),     kR12RuleNone,            0};
+const R12EntityLayout kR12BeginBlockFrame = {12, FIELDS(kBeginBlock), KIND_BYTES(block),    kR12XrefPathNeverNull,   0};
+const R12EntityLayout kR12EndBlockFrame   = {13, nullptr, 0,         kCommonBytes,          kR12RuleNone,            0};
+const R12EntityLayout kR12InsertFrame     = {14, FIELDS(kInsert),    KIND_BYTES(insert),    kR12ScalesStartAtOne,    0};
+const R12EntityLayout kR12AttDefFrame     = {15, FIELDS(kAttDef),    KIND_BYTES(attdef),    kR12RuleNone,            0};
+const R12EntityLayout kR12AttribFrame     = {16, FIELDS(kAttrib),    KIND_BYTES(attrib),    kR12RuleNone,            0};
+const R12EntityLayout kR12SeqEndFrame     = {17, FIELDS(kSeqEnd),    kCommonBytes,          kR12RuleNone,            0};
+const R12EntityLayout kR12PolylineFrame   = {19, FIELDS(kPolyline),  KIND_BYTES(polyline),  kR12OriginIsElevation,   0};
+const R12EntityLayout kR12VertexFrame     = {20, FIELDS(kVertex),    KIND_BYTES(vertex),    kR12ZeroZTakesElevation, AT(vertex.location)};
+const R12EntityLayout kR12FaceFrame       = {22, FIELDS(kFace),      KIND_BYTES(face),      kFlat,                   0};
+const R12EntityLayout kR12DimensionFrame  = {23, FIELDS(kDimension), KIND_BYTES(dimension), kR12RuleNone,            0};
+const R12EntityLayout kR12ViewportFrame   = {24, FIELDS(kViewport),  KIND_BYTES(viewport),  kR12UnpackMview,         0};
+// clang-format on

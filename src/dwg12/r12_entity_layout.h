@@ -7,6 +7,9 @@
 // walks a list from the frame's bytes to the record; the writer walks the same list back.
 // The few rules that do not fit a field (the z rules, the insert's scales that start at
 // 1.0, the viewport's extended data) are flags of the kind's R12EntityLayout.
+//
+// Which kind has which layout is said by the release 12 kind table (r12_entity_kinds.h),
+// whose rows point at the layouts below.
 #ifndef VELKO_R12_ENTITY_LAYOUT_H
 #define VELKO_R12_ENTITY_LAYOUT_H
 
@@ -66,11 +69,12 @@ enum R12LayoutRule : uint16_t {
     kR12UnpackMview = 0x08,
     // After the fields: a missing xref path (block start) is an empty string, never null.
     kR12XrefPathNeverNull = 0x10,
+    // The frame's flags bit 0x04 means two-dimensional coordinates rather than an elevation.
+    kR12FlatCoordinates = 0x20,
 };
 
 struct R12EntityLayout {
-    int16_t code;         // the code that the decoder asks the frame reader for
-    const char *dxf_name; // "LINE", ...
+    int16_t code; // the code that the decoder asks the frame reader for
     const R12EntityField *fields;
     size_t count;
     uint16_t record_bytes; // the common part and the kind's part: what GetRecord copies
@@ -78,13 +82,35 @@ struct R12EntityLayout {
     uint16_t z_point;      // offset of the point that kR12ZeroZTakesElevation concerns
 };
 
-// The layout of the kind `code` (1 to 24), or null for a code that has no class. The
-// code 21 ("3DLINE") has the line's layout, whose `code` is 1.
+// The layouts of the kinds. The code 21 ("3DLINE") has the line's layout, whose `code` is 1.
+extern const R12EntityLayout kR12LineFrame;
+extern const R12EntityLayout kR12PointFrame;
+extern const R12EntityLayout kR12CircleFrame;
+extern const R12EntityLayout kR12ShapeFrame;
+extern const R12EntityLayout kR12TextFrame;
+extern const R12EntityLayout kR12ArcFrame;
+extern const R12EntityLayout kR12TraceFrame;
+extern const R12EntityLayout kR12SolidFrame;
+extern const R12EntityLayout kR12BeginBlockFrame;
+extern const R12EntityLayout kR12EndBlockFrame;
+extern const R12EntityLayout kR12InsertFrame;
+extern const R12EntityLayout kR12AttDefFrame;
+extern const R12EntityLayout kR12AttribFrame;
+extern const R12EntityLayout kR12SeqEndFrame;
+extern const R12EntityLayout kR12PolylineFrame;
+extern const R12EntityLayout kR12VertexFrame;
+extern const R12EntityLayout kR12FaceFrame;
+extern const R12EntityLayout kR12DimensionFrame;
+extern const R12EntityLayout kR12ViewportFrame;
+
+// The layout of the kind `code` (from the kind table), or null for a code that has no class.
 const R12EntityLayout *R12EntityLayoutFor(int code);
 
-// Kinds whose flags bit 0x04 means two-dimensional coordinates rather than an elevation.
+// Whether the flags bit 0x04 of a frame of kind `code` means two-dimensional coordinates
+// rather than an elevation (the kinds 1, 2, 21 and 22).
 inline bool R12IsFlatCoordinateKind(int code) {
-    return code == 1 || code == 2 || code == 21 || code == 22;
+    const R12EntityLayout *layout = R12EntityLayoutFor(code);
+    return layout && (layout->rules & kR12FlatCoordinates);
 }
 
 // Frame head fields.

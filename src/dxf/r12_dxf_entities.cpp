@@ -5,7 +5,8 @@
 #include "dxf/dxf_eed.h"
 #include "dxf/dxf_numbers.h"
 #include "dxf/dxf_stream.h"
-#include "dxf/r12_dxf_layout.h"
+#include "dwg12/r12_dxf_layout.h"
+#include "dwg12/r12_entity_kinds.h"
 #include "dxf/r12_dxf_reader.h"
 #include "records/heap_text.h"
 
@@ -37,9 +38,10 @@ constexpr int kStyleBase = 4;
 } // namespace
 
 int CR12Entity::ReadDXF(CR12DxfReader &reader, char *name) {
-    const R12DxfLayout *layout = R12DxfEntityLayout(code);
-    if (!layout || !record || !name || std::strcmp(name, layout->name) != 0)
+    const R12EntityKind *kind = FindR12EntityKind(code);
+    if (!kind || !record || !name || std::strcmp(name, kind->Facts().dxf_name) != 0)
         return 0;
+    const R12DxfLayout *layout = kind->groups;
     CDxfStream &stream = reader.Stream();
     const int32_t *bases = drawing->Bases();
     // The block start takes its line type and layer without the BYBLOCK test and the base.

@@ -4,7 +4,8 @@
 
 #include "dwg12/r12_drawing.h"
 #include "dxf/r12_dxf_header.h"
-#include "dxf/r12_dxf_layout.h"
+#include "dwg12/r12_dxf_layout.h"
+#include "dwg12/r12_entity_kinds.h"
 #include "interface/drawing_file.h"
 
 #include <cstdlib>

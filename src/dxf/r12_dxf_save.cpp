@@ -7,7 +7,7 @@
 #include "dwg12/r12_drawing.h"
 #include "dxf/dxf_stream.h"
 #include "dxf/r12_dxf_header.h"
-#include "dxf/r12_dxf_layout.h"
+#include "dwg12/r12_dxf_layout.h"
 #include "dxf/r12_dxf_write.h"
 #include "interface/drawing_file.h"
 

@@ -2,7 +2,7 @@
 #include "dwg12/r12_tables.h"
 #include "dxf/dxf_numbers.h"
 #include "dxf/dxf_stream.h"
-#include "dxf/r12_dxf_layout.h"
+#include "dwg12/r12_dxf_layout.h"
 
 #include <cstdlib>
 #include <cstring>

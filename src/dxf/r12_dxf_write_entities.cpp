@@ -4,7 +4,8 @@
 #include "dwg12/r12_drawing.h"
 #include "dxf/dxf_eed.h"
 #include "dxf/dxf_stream.h"
-#include "dxf/r12_dxf_layout.h"
+#include "dwg12/r12_dxf_layout.h"
+#include "dwg12/r12_entity_kinds.h"
 #include "dxf/r12_dxf_write.h"
 #include "fonts/shape_table.h"
 
@@ -188,9 +189,10 @@ int WriteCommonDxf(R12DxfWriteContext &c, const CDB_ENTITY &r) {
 
 // The whole entity of kind `code` from `given`.
 int WriteEntityDxf(R12DxfWriteContext &c, int code, const CDB_ENTITY &given, int16_t made) {
-    const R12DxfLayout *layout = R12DxfEntityLayout(code);
-    if (!layout)
+    const R12EntityKind *kind = FindR12EntityKind(code);
+    if (!kind)
         return 1;
+    const R12DxfLayout *layout = kind->groups;
     // The mirror of the reader's rule: where the reader takes the z groups for the
     // elevation, the writer works on a copy whose first point has the elevation as its z
     // and whose elevation is cleared, so that no group 38 is written. Further z groups
@@ -204,7 +206,7 @@ int WriteEntityDxf(R12DxfWriteContext &c, int code, const CDB_ENTITY &given, int
         record = &mirrored;
     }
 
-    if (!c.stream.WriteText(0, layout->name) || !WriteCommonDxf(c, *record))
+    if (!c.stream.WriteText(0, kind->Facts().dxf_name) || !WriteCommonDxf(c, *record))
         return 0;
     for (size_t i = 0; i < layout->count; ++i) {
         const R12DxfGroup &g = layout->groups[i];

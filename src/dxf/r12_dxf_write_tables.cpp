@@ -3,7 +3,7 @@
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_tables.h"
 #include "dxf/dxf_stream.h"
-#include "dxf/r12_dxf_layout.h"
+#include "dwg12/r12_dxf_layout.h"
 #include "dxf/r12_dxf_write.h"
 
 #include <cstddef>

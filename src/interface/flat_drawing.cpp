@@ -3,6 +3,7 @@
 #include "interface/base_drawing.h"
 #include "interface/drawing_table.h"
 #include "interface/navigate_stack.h"
+#include "records/entity_kinds.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -34,44 +35,13 @@ bool Loaded(CBaseDrawing *drawing) {
     return drawing->EntityCount(-1) != CDB_FAIL;
 }
 
-// Frees the texts that a list mode get-record copies for its caller, and nulls them:
-// TEXT one, ATTRIB two, ATTDEF three, DIMENSION one, block start three.
-void FreeRecordCopies(CDB_ENTITY *record) {
-    auto release = [](char *&text) {
-        std::free(text);
-        text = nullptr;
-    };
-    switch (record->entity_type) {
-    case CDB_TEXT:
-        release(record->text.text);
-        break;
-    case CDB_ATTRIB:
-        release(record->attrib.value);
-        release(record->attrib.tag);
-        break;
-    case CDB_ATTDEF:
-        release(record->attdef.default_value);
-        release(record->attdef.prompt);
-        release(record->attdef.tag);
-        break;
-    case CDB_DIMENSION:
-        release(record->dimension.text);
-        break;
-    case CDB_BLOCK:
-        release(record->block.xref_path);
-        release(record->block.name);
-        release(record->block.name_2);
-        break;
-    default:
-        break;
-    }
-}
-
+// Frees the texts that a list mode get-record copies for its caller (the owned texts of
+// kind 12), and nulls them. A block start record is laid out as the beginning of an entity
+// record of kind 12.
 void FreeBlockCopies(CDB_STARTBLOCK_ENTITY_type *block) {
-    std::free(block->xref_path);
-    std::free(block->name);
-    std::free(block->name_2);
-    block->xref_path = block->name = block->name_2 = nullptr;
+    static_assert(offsetof(CDB_ENTITY, block) == offsetof(CDB_STARTBLOCK_ENTITY_type, xref_path),
+                  "a block start record is the common part and the block part");
+    FreeOwnedTexts(*FindEntityKind(CDB_BLOCK), block);
 }
 
 // 1 if the layer filter hides the entity. A kind 17 is never layer-filtered.
@@ -193,7 +163,7 @@ private:
     // this walk filled and did not give out are freed first.
     int32_t Current() {
         if (filled_ && list_mode_) {
-            FreeRecordCopies(record_);
+            FreeOwnedTexts(record_);
             filled_ = false;
         }
         int32_t id = drawing_->GetCurrentEntity(record_);
@@ -204,7 +174,7 @@ private:
 
     int16_t End(int32_t status) {
         if (filled_ && list_mode_)
-            FreeRecordCopies(record_);
+            FreeOwnedTexts(record_);
         return status == CDB_FAIL ? CDB_FAIL : CDB_END_OF_WALK;
     }
 

@@ -1,5 +1,7 @@
 #include "records/entity_defaults.h"
 
+#include "records/entity_kinds.h"
+
 #include <cstring>
 
 namespace {
@@ -41,7 +43,11 @@ template <typename Corners> void FillCorners(Corners &c) {
     c.corner_3 = Point3(1, 0, 0);
 }
 
-void FillViewport(CDB_ENTITY &e) {
+} // namespace
+
+// ---- The kinds' own defaults ------------------------------------------------------------------
+
+void FillViewportDefault(CDB_ENTITY &e) {
     CDB_VIEWPORT_type &v = e.viewport;
     v.view_center = Point2(kViewCenterX, kViewCenterY);
     v.snap_spacing = Point2(1, 1);
@@ -61,103 +67,94 @@ void FillViewport(CDB_ENTITY &e) {
     e.eed_size = kViewportEedSize;
 }
 
-// Fills the kind's own fields; false for a code that is given no kind.
-bool FillKind(CDB_ENTITY &e, short type) {
-    switch (type) {
-    case CDB_LINE:
-        e.line.end_point = Point3(1, 1, 0);
-        return true;
-    case CDB_POINT:
-        e.point.location = Point3(1, 1, 0);
-        return true;
-    case CDB_CIRCLE:
-        e.circle.center = Point3(1, 0, 0);
-        e.circle.radius = 1.0;
-        return true;
-    case CDB_SHAPE:
-        e.shape.insertion_point = Point3(3, 1, 0);
-        e.shape.size = 1.0;
-        e.shape.x_scale = 1.0;
-        return true;
-    case CDB_TEXT:
-        e.text.insertion_point = Point3(3, 2, 0);
-        e.text.height = 0.2;
-        e.text.text = g_notAssigned;
-        e.text.width_factor = 1.0;
-        return true;
-    case CDB_ARC:
-        // Arcs get their kind and no numbers.
-        return true;
-    case CDB_TRACE:
-        FillCorners(e.trace);
-        return true;
-    case CDB_SOLID:
-        FillCorners(e.solid);
-        return true;
-    case CDB_INSERT:
-        e.insert.x_scale = 1.0;
-        e.insert.y_scale = 1.0;
-        e.insert.z_scale = 1.0;
-        e.insert.column_count = 1;
-        e.insert.row_count = 1;
-        return true;
-    case CDB_ATTDEF:
-        e.attdef.insertion_point = Point3(1, 2, 0);
-        e.attdef.height = 0.2;
-        e.attdef.default_value = g_notAssigned;
-        e.attdef.prompt = g_notAssigned;
-        e.attdef.tag = g_notAssigned;
-        e.attdef.width_factor = 1.0;
-        return true;
-    case CDB_ATTRIB:
-        e.attrib.height = 0.2;
-        e.attrib.value = g_notAssigned;
-        e.attrib.tag = g_notAssigned;
-        e.attrib.width_factor = 1.0;
-        return true;
-    case CDB_SEQEND:
-    case CDB_POLYLINE:
-    case CDB_VERTEX:
-        // The common part and zeros.
-        return true;
-    case CDB_3DFACE:
-        FillCorners(e.face);
-        return true;
-    case CDB_DIMENSION:
-        e.dimension.text = g_notAssigned;
-        return true;
-    case CDB_VIEWPORT:
-        FillViewport(e);
-        return true;
-    case CDB_ELLIPSE:
-        return true;
-    case CDB_MTEXT:
-        e.mtext.width = 5.0;
-        e.mtext.height = 0.2;
-        e.mtext.text = g_notAssigned;
-        e.mtext.attachment_point = 1;
-        e.mtext.drawing_direction = 1;
-        return true;
-    case CDB_LEADER:
-        e.leader.normal = Point3(0, 0, 1);
-        e.leader.x_direction = Point3(1, 0, 0);
-        e.leader.arrow_head = 1;
-        e.leader.text_height = 0.9;
-        return true;
-    case CDB_TOLERANCE:
-        e.tolerance.x_axis_direction = Point3(1, 0, 0);
-        e.tolerance.normal = Point3(0, 0, 1);
-        e.tolerance.text = g_notAssigned;
-        return true;
-    default:
-        // Codes that name no kind (5, 6, 10, 18, 25 to 34, 42, 43), kinds this default
-        // does not build (12, 13, 21, 36 to 41, 47, 500) and everything out of range:
-        // the common part only, with no kind code.
-        return false;
-    }
+void FillNoKindFields(CDB_ENTITY &) {}
+
+void FillLineDefault(CDB_ENTITY &e) {
+    e.line.end_point = Point3(1, 1, 0);
 }
 
-} // namespace
+void FillPointDefault(CDB_ENTITY &e) {
+    e.point.location = Point3(1, 1, 0);
+}
+
+void FillCircleDefault(CDB_ENTITY &e) {
+    e.circle.center = Point3(1, 0, 0);
+    e.circle.radius = 1.0;
+}
+
+void FillShapeDefault(CDB_ENTITY &e) {
+    e.shape.insertion_point = Point3(3, 1, 0);
+    e.shape.size = 1.0;
+    e.shape.x_scale = 1.0;
+}
+
+void FillTextDefault(CDB_ENTITY &e) {
+    e.text.insertion_point = Point3(3, 2, 0);
+    e.text.height = 0.2;
+    e.text.text = g_notAssigned;
+    e.text.width_factor = 1.0;
+}
+
+void FillTraceDefault(CDB_ENTITY &e) {
+    FillCorners(e.trace);
+}
+
+void FillSolidDefault(CDB_ENTITY &e) {
+    FillCorners(e.solid);
+}
+
+void FillInsertDefault(CDB_ENTITY &e) {
+    e.insert.x_scale = 1.0;
+    e.insert.y_scale = 1.0;
+    e.insert.z_scale = 1.0;
+    e.insert.column_count = 1;
+    e.insert.row_count = 1;
+}
+
+void FillAttDefDefault(CDB_ENTITY &e) {
+    e.attdef.insertion_point = Point3(1, 2, 0);
+    e.attdef.height = 0.2;
+    e.attdef.default_value = g_notAssigned;
+    e.attdef.prompt = g_notAssigned;
+    e.attdef.tag = g_notAssigned;
+    e.attdef.width_factor = 1.0;
+}
+
+void FillAttribDefault(CDB_ENTITY &e) {
+    e.attrib.height = 0.2;
+    e.attrib.value = g_notAssigned;
+    e.attrib.tag = g_notAssigned;
+    e.attrib.width_factor = 1.0;
+}
+
+void FillFaceDefault(CDB_ENTITY &e) {
+    FillCorners(e.face);
+}
+
+void FillDimensionDefault(CDB_ENTITY &e) {
+    e.dimension.text = g_notAssigned;
+}
+
+void FillMTextDefault(CDB_ENTITY &e) {
+    e.mtext.width = 5.0;
+    e.mtext.height = 0.2;
+    e.mtext.text = g_notAssigned;
+    e.mtext.attachment_point = 1;
+    e.mtext.drawing_direction = 1;
+}
+
+void FillLeaderDefault(CDB_ENTITY &e) {
+    e.leader.normal = Point3(0, 0, 1);
+    e.leader.x_direction = Point3(1, 0, 0);
+    e.leader.arrow_head = 1;
+    e.leader.text_height = 0.9;
+}
+
+void FillToleranceDefault(CDB_ENTITY &e) {
+    e.tolerance.x_axis_direction = Point3(1, 0, 0);
+    e.tolerance.normal = Point3(0, 0, 1);
+    e.tolerance.text = g_notAssigned;
+}
 
 short FillEntityDefault(CDB_ENTITY *entity, short type) {
     if (!entity)
@@ -167,7 +164,13 @@ short FillEntityDefault(CDB_ENTITY *entity, short type) {
     entity->line_type_index = -1;
     entity->color = -1;
     entity->extrusion = Point3(0, 0, 1);
-    if (FillKind(*entity, type))
+    // Codes that name no kind (5, 6, 10, 18, 25 to 34, 42, 43, everything out of range) and
+    // kinds that the default does not build (12, 13, 21, 36 to 41, 47, 500) keep the common
+    // part only, with no kind code.
+    const EntityKind *kind = FindEntityKind(type);
+    if (kind && kind->fill_default) {
+        kind->fill_default(*entity);
         entity->entity_type = type;
+    }
     return 0;
 }

@@ -11,7 +11,7 @@
 // load ends with "Drawing File Corrupted.".
 //
 // One test instance per drawing, named after the file, so that a failure names it.
-#include "records/kind_names.h"
+#include "records/entity_kinds.h"
 #include "support/corpus.h"
 #include "support/mini_json.h"
 #include "walk/walk_support.h"

@@ -3,7 +3,7 @@
 #include "dxf/r12_dxf_write_support.h"
 
 #include "dxf/r12_dxf_header.h"
-#include "dxf/r12_dxf_layout.h"
+#include "dwg12/r12_dxf_layout.h"
 #include "interface/drawing_file.h"
 
 #include <gtest/gtest.h>

@@ -8,7 +8,8 @@
 
 #include "dwg12/r12_drawing.h"
 #include "dxf/dxf_numbers.h"
-#include "dxf/r12_dxf_layout.h"
+#include "dwg12/r12_dxf_layout.h"
+#include "dwg12/r12_entity_kinds.h"
 
 #include <gtest/gtest.h>
 
@@ -313,11 +314,13 @@ inline void ExpectSameEntity(const CDB_ENTITY &a, const CDB_ENTITY &b, int code,
             EXPECT_EQ(std::memcmp(a.eed_data, b.eed_data, a.eed_size), 0);
         }
     }
-    const R12DxfLayout *layout = R12DxfEntityLayout(code);
-    ASSERT_NE(layout, nullptr);
+    const R12EntityKind *kind = FindR12EntityKind(code);
+    ASSERT_NE(kind, nullptr);
+    const R12DxfLayout *layout = kind->groups;
     for (size_t i = 0; i < layout->count; ++i) {
         const R12DxfGroup &g = layout->groups[i];
-        const std::string what = std::string(layout->name) + " group " + std::to_string(g.code);
+        const std::string what =
+            std::string(EntityKindName(code)) + " group " + std::to_string(g.code);
         switch (g.value) {
         case R12DxfValue::kReal:
         case R12DxfValue::kZElevation:

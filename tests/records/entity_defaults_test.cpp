@@ -1,7 +1,7 @@
 // The records are byte-packed, so their fields may sit at any address. gtest binds its
 // arguments by reference; a packed field is therefore handed over as a copy, through
 // unary plus.
-#include "records/kind_names.h"
+#include "records/entity_kinds.h"
 #include "records/entity_defaults.h"
 
 #include <gtest/gtest.h>

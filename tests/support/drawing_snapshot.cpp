@@ -2,6 +2,7 @@
 // of two drawings; see drawing_snapshot.h.
 #include "support/drawing_snapshot.h"
 
+#include "records/entity_kinds.h"
 #include "support/corpus.h"
 #include "walk/walk_support.h"
 
@@ -816,60 +817,15 @@ std::vector<std::pair<std::string, int>> Snapshot::KindCounts() const {
         const int kind = main_[i].entity_type;
         if (kind == CDB_ENDBLK && i + 1 == main_.size())
             continue; // the end marker of the main list
-        ++counts[KindName(kind)];
+        ++counts[EntityKindName(kind)];
     }
     for (const BlockCopy &b : blocks_) {
         for (const CDB_ENTITY &r : b.list) {
             if (r.entity_type != CDB_BLOCK && r.entity_type != CDB_ENDBLK)
-                ++counts[KindName(r.entity_type)];
+                ++counts[EntityKindName(r.entity_type)];
         }
     }
     return {counts.begin(), counts.end()};
-}
-
-const char *KindName(int kind) {
-    switch (kind) {
-    case CDB_LINE:
-        return "LINE";
-    case CDB_POINT:
-        return "POINT";
-    case CDB_CIRCLE:
-        return "CIRCLE";
-    case CDB_SHAPE:
-        return "SHAPE";
-    case CDB_TEXT:
-        return "TEXT";
-    case CDB_ARC:
-        return "ARC";
-    case CDB_TRACE:
-        return "TRACE";
-    case CDB_SOLID:
-        return "SOLID";
-    case CDB_BLOCK:
-        return "BLOCK";
-    case CDB_ENDBLK:
-        return "ENDBLK";
-    case CDB_INSERT:
-        return "INSERT";
-    case CDB_ATTDEF:
-        return "ATTDEF";
-    case CDB_ATTRIB:
-        return "ATTRIB";
-    case CDB_SEQEND:
-        return "SEQEND";
-    case CDB_POLYLINE:
-        return "POLYLINE";
-    case CDB_VERTEX:
-        return "VERTEX";
-    case CDB_3DFACE:
-        return "3DFACE";
-    case CDB_DIMENSION:
-        return "DIMENSION";
-    case CDB_VIEWPORT:
-        return "VIEWPORT";
-    default:
-        return "?";
-    }
 }
 
 // Where the DXF text of each record stands, for a sink that wants it: the twin test's
@@ -909,15 +865,15 @@ void CompareList(const std::string &where, int block, const std::vector<CDB_ENTI
                  const std::vector<CDB_ENTITY> &b, FieldSink &s, Sources &sources) {
     std::string kinds_a, kinds_b;
     for (const CDB_ENTITY &r : a)
-        kinds_a += std::string(" ") + KindName(r.entity_type);
+        kinds_a += std::string(" ") + EntityKindName(r.entity_type);
     for (const CDB_ENTITY &r : b)
-        kinds_b += std::string(" ") + KindName(r.entity_type);
+        kinds_b += std::string(" ") + EntityKindName(r.entity_type);
     if (kinds_a != kinds_b) {
         s.Mismatch(where + ": kinds differ:\n " + kinds_a + "\n " + kinds_b);
         return;
     }
     for (size_t i = 0; i < a.size(); ++i) {
-        s.Begin(where + " #" + std::to_string(i) + " " + KindName(a[i].entity_type), "ENTITY",
+        s.Begin(where + " #" + std::to_string(i) + " " + EntityKindName(a[i].entity_type), "ENTITY",
                 a[i].entity_type, &a[i], &b[i], static_cast<int>(i));
         sources.Entity(block, i);
         VisitEntity(a[i], b[i], s);

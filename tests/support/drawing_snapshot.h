@@ -204,9 +204,6 @@ private:
     bool owned_ = true;
 };
 
-// The DXF name of an entity kind, "?" for none.
-const char *KindName(int kind);
-
 // Both drawings, every record; `sources` is told which record comes next. The failure
 // messages name a's and b's paths.
 void CompareDrawings(const Snapshot &a, const Snapshot &b, FieldSink &s, Sources &sources);

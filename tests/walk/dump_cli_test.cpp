@@ -2,6 +2,7 @@
 #include "support/run_command.h"
 #include "support/mini_json.h"
 #include "walk/walk_support.h"
+#include "records/entity_kinds.h"
 
 #include <gtest/gtest.h>
 
@@ -116,6 +117,20 @@ TEST_F(WalkDumpCli, TextForm) {
     EXPECT_NE(r.out.find("0x40000000 LINE"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("start_point: 1, 2, 0"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("eed:         1001 0; 1000 \"hi\"; 1070 7"), std::string::npos) << r.out;
+}
+
+TEST_F(WalkDumpCli, KindNamesAreTheRegistrysNames) {
+    CliRun r = Velko("dump --json --blocks " + path_);
+    ASSERT_EQ(r.status, 0);
+    int entities = 0;
+    for (const json::Value &line : Lines(r.out)) {
+        if (!line.has("type"))
+            continue;
+        ++entities;
+        const int type = static_cast<int>(line["type"].as_number());
+        EXPECT_EQ(line["kind"].as_string(), EntityKindName(type)) << type;
+    }
+    EXPECT_EQ(entities, 5) << r.out;
 }
 
 TEST(WalkDumpCliUsage, WrongUsageAndRefusedFiles) {

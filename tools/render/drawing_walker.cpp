@@ -1,6 +1,6 @@
 // The display walk of the renderer and the geometry of each kind.
 #include "render/drawing_walker.h"
-#include "records/kind_names.h"
+#include "records/entity_kinds.h"
 
 #include <algorithm>
 #include <cmath>
@@ -268,38 +268,9 @@ public:
 
 private:
     void Clear() { std::memset(static_cast<void *>(&e), 0, sizeof e); }
+    // The texts that the library copied for this record are the kind's owned texts.
     void Release() {
-        char **texts[3] = {nullptr, nullptr, nullptr};
-        switch (e.entity_type) {
-        case CDB_TEXT:
-            texts[0] = &e.text.text;
-            break;
-        case CDB_ATTRIB:
-            texts[0] = &e.attrib.value;
-            texts[1] = &e.attrib.tag;
-            break;
-        case CDB_ATTDEF:
-            texts[0] = &e.attdef.default_value;
-            texts[1] = &e.attdef.prompt;
-            texts[2] = &e.attdef.tag;
-            break;
-        case CDB_DIMENSION:
-            texts[0] = &e.dimension.text;
-            break;
-        case CDB_BLOCK:
-            texts[0] = &e.block.xref_path;
-            texts[1] = &e.block.name;
-            texts[2] = &e.block.name_2;
-            break;
-        default:
-            break;
-        }
-        for (char **text : texts) {
-            if (text) {
-                std::free(*text);
-                *text = nullptr;
-            }
-        }
+        FreeOwnedTexts(&e);
         e.entity_type = 0;
     }
 };

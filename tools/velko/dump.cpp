@@ -4,7 +4,7 @@
 // first, so that the referenced drawing's entities are the content of its block. --json
 // prints one object per line, in a stable key order, so that two drawings can be compared
 // line by line.
-#include "records/kind_names.h"
+#include "records/entity_kinds.h"
 #include "commands.h"
 #include "json_writer.h"
 #include "velkow32.h"
@@ -344,38 +344,6 @@ void AddKind(Report &report, const CDB_ENTITY &r) {
     }
 }
 
-// Frees the texts that a list mode record hands to its caller.
-void FreeCopies(CDB_ENTITY &r) {
-    auto release = [](char *&text) {
-        std::free(text);
-        text = nullptr;
-    };
-    switch (r.entity_type) {
-    case CDB_TEXT:
-        release(r.text.text);
-        break;
-    case CDB_ATTRIB:
-        release(r.attrib.value);
-        release(r.attrib.tag);
-        break;
-    case CDB_ATTDEF:
-        release(r.attdef.default_value);
-        release(r.attdef.prompt);
-        release(r.attdef.tag);
-        break;
-    case CDB_DIMENSION:
-        release(r.dimension.text);
-        break;
-    case CDB_BLOCK:
-        release(r.block.xref_path);
-        release(r.block.name);
-        release(r.block.name_2);
-        break;
-    default:
-        break;
-    }
-}
-
 struct Output {
     bool json = false;
 
@@ -398,7 +366,8 @@ void PrintEntity(const Output &out, int16_t h, Report &report, CDB_ENTITY &r) {
     if (!out.json)
         std::printf("%s\n", KindName(r.entity_type));
     out.Print(report);
-    FreeCopies(r);
+    // The texts that a list mode record hands to its caller are the kind's owned texts.
+    FreeOwnedTexts(&r);
 }
 
 // The entities of one list, from its first to the end of the walk. 0, or the failure.

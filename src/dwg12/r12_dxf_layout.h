@@ -7,6 +7,11 @@
 // The few groups that do not go plainly to one field say so by their value kind (a z that
 // goes to the elevation, a name that is looked up in a table, the positional points of
 // VIEW and VPORT, the dash lengths of a line type).
+//
+// Which entity kind has which list is said by the release 12 kind table
+// (r12_entity_kinds.h), whose rows point at the lists below; the group 0 name of an entity
+// is the kind's DXF name in the registry (records/entity_kinds.h), and the entity lists carry
+// none of their own.
 #ifndef VELKO_R12_DXF_LAYOUT_H
 #define VELKO_R12_DXF_LAYOUT_H
 
@@ -61,7 +66,7 @@ struct R12DxfGroup {
 };
 
 struct R12DxfLayout {
-    const char *name; // the group 0 name: "LINE", "LAYER", ...
+    const char *name; // the group 0 name of a table record: "LAYER", ...; null for an entity
     const R12DxfGroup *groups;
     size_t count;
     // The entry of each code below kDirectCodes: its index + 1, 0 for none.
@@ -76,14 +81,29 @@ struct R12DxfLayout {
     }
 };
 
-// The groups of entity kind `code` (1 to 24; 21 has the line's groups), or null.
-const R12DxfLayout *R12DxfEntityLayout(int code);
+// The groups of the entity kinds. Trace and solid share their list, the line's serves the
+// code 21 as well, and the block end and the sequence end have no groups beyond the common
+// ones.
+extern const R12DxfLayout kR12LineGroups;
+extern const R12DxfLayout kR12PointGroups;
+extern const R12DxfLayout kR12CircleGroups;
+extern const R12DxfLayout kR12ShapeGroups;
+extern const R12DxfLayout kR12TextGroups;
+extern const R12DxfLayout kR12ArcGroups;
+extern const R12DxfLayout kR12CornerGroups;
+extern const R12DxfLayout kR12BeginBlockGroups;
+extern const R12DxfLayout kR12NoGroups;
+extern const R12DxfLayout kR12InsertGroups;
+extern const R12DxfLayout kR12AttDefGroups;
+extern const R12DxfLayout kR12AttribGroups;
+extern const R12DxfLayout kR12PolylineGroups;
+extern const R12DxfLayout kR12VertexGroups;
+extern const R12DxfLayout kR12FaceGroups;
+extern const R12DxfLayout kR12DimensionGroups;
+extern const R12DxfLayout kR12ViewportGroups;
+
 // The groups of table `t` (the numbers of r12_tables.h), or null for the block table and
 // the viewport entity headers, which have no records of their own in a DXF file.
 const R12DxfLayout *R12DxfTableLayout(int t);
-
-// The kind code of a group 0 name in the ENTITIES section, or 0 for a name that is not an
-// entity kind; in the BLOCKS section "3DLINE" is also taken, as kind 1.
-int R12DxfEntityKind(const char *name, bool in_blocks);
 
 #endif

@@ -1,11 +1,9 @@
 // The DXF groups of the release 12 kinds and table records as data; see r12_dxf_layout.h.
-#include "dxf/r12_dxf_layout.h"
+#include "dwg12/r12_dxf_layout.h"
 
 #include "dwg12/r12_tables.h"
-#include "records/kind_names.h"
 
 #include <array>
-#include <cstring>
 
 namespace {
 
@@ -391,27 +389,9 @@ template <size_t N> constexpr bool CodesAreUnique(const R12DxfGroup (&groups)[N]
 }
 
 #define LAYOUT(var, name, groups)                                                                  \
-    static_assert(CodesAreUnique(groups), "a code stands twice in " name);                         \
+    static_assert(CodesAreUnique(groups), "a code stands twice in " #groups);                      \
     constexpr Direct var##Direct = DirectOf(groups);                                               \
     const R12DxfLayout var = {name, groups, sizeof(groups) / sizeof(groups[0]), var##Direct.data()}
-
-LAYOUT(kLineLayout, "LINE", kLine);
-LAYOUT(kPointLayout, "POINT", kPoint);
-LAYOUT(kCircleLayout, "CIRCLE", kCircle);
-LAYOUT(kShapeLayout, "SHAPE", kShape);
-LAYOUT(kTextLayout, "TEXT", kText);
-LAYOUT(kArcLayout, "ARC", kArc);
-LAYOUT(kTraceLayout, "TRACE", kCorners);
-LAYOUT(kSolidLayout, "SOLID", kCorners);
-LAYOUT(kBeginBlockLayout, "BLOCK", kBeginBlock);
-LAYOUT(kInsertLayout, "INSERT", kInsert);
-LAYOUT(kAttDefLayout, "ATTDEF", kAttDef);
-LAYOUT(kAttribLayout, "ATTRIB", kAttrib);
-LAYOUT(kPolylineLayout, "POLYLINE", kPolyline);
-LAYOUT(kVertexLayout, "VERTEX", kVertex);
-LAYOUT(kFaceLayout, "3DFACE", kFace);
-LAYOUT(kDimensionLayout, "DIMENSION", kDimension);
-LAYOUT(kViewportLayout, "VIEWPORT", kViewport);
 
 LAYOUT(kLayerLayout, "LAYER", kLayer);
 LAYOUT(kLtypeLayout, "LTYPE", kLtype);
@@ -421,60 +401,32 @@ LAYOUT(kUcsLayout, "UCS", kUcs);
 LAYOUT(kVportLayout, "VPORT", kVport);
 LAYOUT(kAppidLayout, "APPID", kAppid);
 LAYOUT(kDimstyleLayout, "DIMSTYLE", kDimstyle);
-#undef LAYOUT
 
-// The kinds with nothing beyond the common groups.
 constexpr Direct kNoDirect{};
-const R12DxfLayout kEndBlockLayout = {"ENDBLK", nullptr, 0, kNoDirect.data()};
-const R12DxfLayout kSeqEndLayout = {"SEQEND", nullptr, 0, kNoDirect.data()};
 
 } // namespace
 
-const R12DxfLayout *R12DxfEntityLayout(int code) {
-    switch (code) {
-    case 1:
-    case 21:
-        return &kLineLayout;
-    case 2:
-        return &kPointLayout;
-    case 3:
-        return &kCircleLayout;
-    case 4:
-        return &kShapeLayout;
-    case 7:
-        return &kTextLayout;
-    case 8:
-        return &kArcLayout;
-    case 9:
-        return &kTraceLayout;
-    case 11:
-        return &kSolidLayout;
-    case 12:
-        return &kBeginBlockLayout;
-    case 13:
-        return &kEndBlockLayout;
-    case 14:
-        return &kInsertLayout;
-    case 15:
-        return &kAttDefLayout;
-    case 16:
-        return &kAttribLayout;
-    case 17:
-        return &kSeqEndLayout;
-    case 19:
-        return &kPolylineLayout;
-    case 20:
-        return &kVertexLayout;
-    case 22:
-        return &kFaceLayout;
-    case 23:
-        return &kDimensionLayout;
-    case 24:
-        return &kViewportLayout;
-    default:
-        return nullptr;
-    }
-}
+// The entities' lists; their group 0 names are the kinds'.
+LAYOUT(kR12LineGroups, nullptr, kLine);
+LAYOUT(kR12PointGroups, nullptr, kPoint);
+LAYOUT(kR12CircleGroups, nullptr, kCircle);
+LAYOUT(kR12ShapeGroups, nullptr, kShape);
+LAYOUT(kR12TextGroups, nullptr, kText);
+LAYOUT(kR12ArcGroups, nullptr, kArc);
+LAYOUT(kR12CornerGroups, nullptr, kCorners);
+LAYOUT(kR12BeginBlockGroups, nullptr, kBeginBlock);
+LAYOUT(kR12InsertGroups, nullptr, kInsert);
+LAYOUT(kR12AttDefGroups, nullptr, kAttDef);
+LAYOUT(kR12AttribGroups, nullptr, kAttrib);
+LAYOUT(kR12PolylineGroups, nullptr, kPolyline);
+LAYOUT(kR12VertexGroups, nullptr, kVertex);
+LAYOUT(kR12FaceGroups, nullptr, kFace);
+LAYOUT(kR12DimensionGroups, nullptr, kDimension);
+LAYOUT(kR12ViewportGroups, nullptr, kViewport);
+#undef LAYOUT
+
+// The kinds with nothing beyond the common groups.
+const R12DxfLayout kR12NoGroups = {nullptr, nullptr, 0, kNoDirect.data()};
 
 const R12DxfLayout *R12DxfTableLayout(int t) {
     switch (t) {
@@ -497,28 +449,4 @@ const R12DxfLayout *R12DxfTableLayout(int t) {
     default:
         return nullptr;
     }
-}
-
-int R12DxfEntityKind(const char *name, bool in_blocks) {
-    // The kinds a section may hold; the block start and end have sections of their own.
-    static constexpr int kDispatched[] = {
-        CDB_LINE,     CDB_POINT,  CDB_CIRCLE, CDB_SHAPE,     CDB_TEXT,    CDB_ARC,
-        CDB_TRACE,    CDB_SOLID,  CDB_INSERT, CDB_ATTDEF,    CDB_ATTRIB,  CDB_SEQEND,
-        CDB_POLYLINE, CDB_VERTEX, CDB_3DFACE, CDB_DIMENSION, CDB_VIEWPORT};
-    constexpr size_t kCount = sizeof(kDispatched) / sizeof(kDispatched[0]);
-    static const std::array<const char *, kCount> kNames = [] {
-        std::array<const char *, kCount> names{};
-        for (size_t i = 0; i < kCount; ++i)
-            names[i] = EntityKindName(kDispatched[i]);
-        return names;
-    }();
-    if (!name || !*name)
-        return 0;
-    for (size_t i = 0; i < kCount; ++i)
-        if (kNames[i][0] == name[0] && std::strcmp(kNames[i], name) == 0)
-            return kDispatched[i];
-    // A "3DLINE" in a block goes to the line's class.
-    if (in_blocks && std::strcmp(name, EntityKindName(CDB_3DLINE)) == 0)
-        return CDB_LINE;
-    return 0;
 }

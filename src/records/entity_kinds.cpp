@@ -1,0 +1,158 @@
+// The rows of the release-neutral kind registry; see entity_kinds.h.
+#include "records/entity_kinds.h"
+
+#include "records/entity_defaults.h"
+
+#include <array>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+#define AT(member) static_cast<uint16_t>(offsetof(CDB_ENTITY, member))
+
+// ---- The texts of each kind ---------------------------------------------------------------
+
+constexpr uint16_t kTextTexts[] = {AT(text.text)};
+constexpr uint16_t kBlockTexts[] = {AT(block.xref_path), AT(block.name), AT(block.name_2)};
+constexpr uint16_t kAttDefTexts[] = {AT(attdef.default_value), AT(attdef.prompt), AT(attdef.tag)};
+constexpr uint16_t kAttribTexts[] = {AT(attrib.value), AT(attrib.tag)};
+constexpr uint16_t kDimensionTexts[] = {AT(dimension.text)};
+
+constexpr uint16_t kShapeHandles[] = {AT(shape.style_handle)};
+constexpr uint16_t kTextHandles[] = {AT(text.style_handle)};
+constexpr uint16_t kInsertHandles[] = {AT(insert.block_handle)};
+constexpr uint16_t kAttDefHandles[] = {AT(attdef.style_handle)};
+constexpr uint16_t kAttribHandles[] = {AT(attrib.style_handle)};
+constexpr uint16_t kDimensionHandles[] = {AT(dimension.block_handle),
+                                          AT(dimension.dimstyle_handle)};
+
+#undef AT
+
+#define TEXTS(list)                                                                                \
+    RecordTextFields {                                                                             \
+        list, sizeof(list) / sizeof(list[0])                                                       \
+    }
+constexpr RecordTextFields kNone = {nullptr, 0};
+
+// ---- The rows -----------------------------------------------------------------------------
+//
+// The release 13 kinds name no texts yet: their owned and handle texts come with the classes
+// of that release.
+
+// clang-format off
+constexpr EntityKind kKinds[] = {
+//   code           name         DXF name     defaults               owned texts             release 13 handles
+    {CDB_LINE,      "LINE",      "LINE",      FillLineDefault,       kNone,                  kNone},
+    {CDB_POINT,     "POINT",     "POINT",     FillPointDefault,      kNone,                  kNone},
+    {CDB_CIRCLE,    "CIRCLE",    "CIRCLE",    FillCircleDefault,     kNone,                  kNone},
+    {CDB_SHAPE,     "SHAPE",     "SHAPE",     FillShapeDefault,      kNone,                  TEXTS(kShapeHandles)},
+    {CDB_TEXT,      "TEXT",      "TEXT",      FillTextDefault,       TEXTS(kTextTexts),      TEXTS(kTextHandles)},
+    {CDB_ARC,       "ARC",       "ARC",       FillNoKindFields,      kNone,                  kNone},
+    {CDB_TRACE,     "TRACE",     "TRACE",     FillTraceDefault,      kNone,                  kNone},
+    {CDB_SOLID,     "SOLID",     "SOLID",     FillSolidDefault,      kNone,                  kNone},
+    {CDB_BLOCK,     "BLOCK",     "BLOCK",     nullptr,               TEXTS(kBlockTexts),     kNone},
+    {CDB_ENDBLK,    "ENDBLK",    "ENDBLK",    nullptr,               kNone,                  kNone},
+    {CDB_INSERT,    "INSERT",    "INSERT",    FillInsertDefault,     kNone,                  TEXTS(kInsertHandles)},
+    {CDB_ATTDEF,    "ATTDEF",    "ATTDEF",    FillAttDefDefault,     TEXTS(kAttDefTexts),    TEXTS(kAttDefHandles)},
+    {CDB_ATTRIB,    "ATTRIB",    "ATTRIB",    FillAttribDefault,     TEXTS(kAttribTexts),    TEXTS(kAttribHandles)},
+    {CDB_SEQEND,    "SEQEND",    "SEQEND",    FillNoKindFields,      kNone,                  kNone},
+    {CDB_POLYLINE,  "POLYLINE",  "POLYLINE",  FillNoKindFields,      kNone,                  kNone},
+    {CDB_VERTEX,    "VERTEX",    "VERTEX",    FillNoKindFields,      kNone,                  kNone},
+    {CDB_3DLINE,    "3DLINE",    "LINE",      nullptr,               kNone,                  kNone},
+    {CDB_3DFACE,    "3DFACE",    "3DFACE",    FillFaceDefault,       kNone,                  kNone},
+    {CDB_DIMENSION, "DIMENSION", "DIMENSION", FillDimensionDefault,  TEXTS(kDimensionTexts), TEXTS(kDimensionHandles)},
+    {CDB_VIEWPORT,  "VIEWPORT",  "VIEWPORT",  FillViewportDefault,   kNone,                  kNone},
+    {CDB_ELLIPSE,   "ELLIPSE",   "ELLIPSE",   FillNoKindFields,      kNone,                  kNone},
+    {CDB_SPLINE,    "SPLINE",    "SPLINE",    nullptr,               kNone,                  kNone},
+    {CDB_REGION,    "REGION",    "REGION",    nullptr,               kNone,                  kNone},
+    {CDB_3DSOLID,   "3DSOLID",   "3DSOLID",   nullptr,               kNone,                  kNone},
+    {CDB_BODY,      "BODY",      "BODY",      nullptr,               kNone,                  kNone},
+    {CDB_RAY,       "RAY",       "RAY",       nullptr,               kNone,                  kNone},
+    {CDB_XLINE,     "XLINE",     "XLINE",     nullptr,               kNone,                  kNone},
+    {CDB_MTEXT,     "MTEXT",     "MTEXT",     FillMTextDefault,      kNone,                  kNone},
+    {CDB_LEADER,    "LEADER",    "LEADER",    FillLeaderDefault,     kNone,                  kNone},
+    {CDB_TOLERANCE, "TOLERANCE", "TOLERANCE", FillToleranceDefault,  kNone,                  kNone},
+    {CDB_MLINE,     "MLINE",     "MLINE",     nullptr,               kNone,                  kNone},
+    {CDB_OLEFRAME,  "OLEFRAME",  "OLEFRAME",  nullptr,               kNone,                  kNone},
+};
+// clang-format on
+#undef TEXTS
+
+constexpr size_t kKindCount = sizeof(kKinds) / sizeof(kKinds[0]);
+
+constexpr bool AscendingCodes() {
+    for (size_t i = 1; i < kKindCount; ++i)
+        if (kKinds[i - 1].code >= kKinds[i].code)
+            return false;
+    return true;
+}
+static_assert(AscendingCodes(), "the kinds stand in ascending order of code, each once");
+
+// The direct index of the codes below kIndexedCodes: the row's place + 1, 0 for no kind. The
+// codes above it (the OLE frame's 500) are looked for in the few rows at the end.
+constexpr int kIndexedCodes = 64;
+using Index = std::array<uint8_t, kIndexedCodes>;
+
+constexpr Index MakeIndex() {
+    Index index{};
+    for (size_t i = 0; i < kKindCount; ++i)
+        if (kKinds[i].code >= 0 && kKinds[i].code < kIndexedCodes)
+            index[size_t(kKinds[i].code)] = static_cast<uint8_t>(i + 1);
+    return index;
+}
+constexpr Index kIndex = MakeIndex();
+
+} // namespace
+
+EntityKindRange AllEntityKinds() {
+    return {kKinds, kKinds + kKindCount};
+}
+
+const EntityKind *FindEntityKind(int code) {
+    if (code >= 0 && code < kIndexedCodes)
+        return kIndex[size_t(code)] ? &kKinds[kIndex[size_t(code)] - 1] : nullptr;
+    for (const EntityKind &kind : AllEntityKinds())
+        if (kind.code == code)
+            return &kind;
+    return nullptr;
+}
+
+RecordTextFields OwnedTextsOf(int code) {
+    const EntityKind *kind = FindEntityKind(code);
+    return kind ? kind->owned_texts : kNone;
+}
+
+RecordTextFields HandleTextsOf(int code) {
+    const EntityKind *kind = FindEntityKind(code);
+    return kind ? kind->handle_texts : kNone;
+}
+
+const char *EntityKindName(int code) {
+    const EntityKind *kind = FindEntityKind(code);
+    return kind ? kind->name : "UNKNOWN";
+}
+
+char *RecordText(const void *record, uint16_t offset) {
+    char *text;
+    std::memcpy(&text, static_cast<const uint8_t *>(record) + offset, sizeof text);
+    return text;
+}
+
+void SetRecordText(void *record, uint16_t offset, char *text) {
+    std::memcpy(static_cast<uint8_t *>(record) + offset, &text, sizeof text);
+}
+
+void FreeOwnedTexts(const EntityKind &kind, void *record) {
+    for (uint16_t offset : kind.owned_texts) {
+        std::free(RecordText(record, offset));
+        SetRecordText(record, offset, nullptr);
+    }
+}
+
+void FreeOwnedTexts(CDB_ENTITY *record) {
+    if (!record)
+        return;
+    if (const EntityKind *kind = FindEntityKind(record->entity_type))
+        FreeOwnedTexts(*kind, record);
+}
