@@ -1,6 +1,6 @@
 // The display walk of the renderer and the geometry of each kind.
 #include "render/drawing_walker.h"
-#include "records/kind_names.h"
+#include "interface/tool_support.h"
 
 #include <algorithm>
 #include <cmath>
@@ -381,7 +381,7 @@ void DrawingWalker::DrawEntity(Record &record, const Placement &at) {
     const Rgb color = AciColor(ColorNumber(e, at));
     if (at.own_groups) {
         ++counts_.groups;
-        canvas_.BeginEntity(EntityKindName(e.entity_type));
+        canvas_.BeginEntity(tool_support::EntityKindName(e.entity_type));
     }
     DrawGeometry(e, at, color);
     if (at.own_groups)

@@ -4,8 +4,8 @@
 // first, so that the referenced drawing's entities are the content of its block. --json
 // prints one object per line, in a stable key order, so that two drawings can be compared
 // line by line.
-#include "records/kind_names.h"
 #include "commands.h"
+#include "interface/tool_support.h"
 #include "json_writer.h"
 #include "velkow32.h"
 
@@ -24,7 +24,7 @@ const char *Usage() {
 }
 
 const char *KindName(int kind) {
-    return EntityKindName(kind);
+    return tool_support::EntityKindName(kind);
 }
 
 // The records are byte-packed: points are copied out before their address is taken.
