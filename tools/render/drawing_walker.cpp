@@ -1,6 +1,6 @@
 // The display walk of the renderer and the geometry of each kind.
 #include "render/drawing_walker.h"
-#include "records/entity_kinds.h"
+#include "interface/tool_support.h"
 
 #include <algorithm>
 #include <cmath>
@@ -270,7 +270,7 @@ private:
     void Clear() { std::memset(static_cast<void *>(&e), 0, sizeof e); }
     // The texts that the library copied for this record are the kind's owned texts.
     void Release() {
-        FreeOwnedTexts(&e);
+        tool_support::FreeEntityTexts(&e);
         e.entity_type = 0;
     }
 };
@@ -352,7 +352,7 @@ void DrawingWalker::DrawEntity(Record &record, const Placement &at) {
     const Rgb color = AciColor(ColorNumber(e, at));
     if (at.own_groups) {
         ++counts_.groups;
-        canvas_.BeginEntity(EntityKindName(e.entity_type));
+        canvas_.BeginEntity(tool_support::EntityKindName(e.entity_type));
     }
     DrawGeometry(e, at, color);
     if (at.own_groups)

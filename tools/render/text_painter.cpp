@@ -9,6 +9,13 @@
 #include <cstring>
 
 namespace render {
+
+using tool_support::DrawShapeStrokes;
+using tool_support::ShapeStrokes;
+using tool_support::Stroke;
+using tool_support::StrokePoint;
+using tool_support::SubshapeLookup;
+
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
@@ -151,30 +158,30 @@ const TextPainter::Font *TextPainter::StyleFont(int style_index) {
     return slot < 0 ? nullptr : &SlotFont(slot);
 }
 
-const ShapeDrawing &TextPainter::Glyph(int slot, int code) {
+const ShapeStrokes &TextPainter::Glyph(int slot, int code) {
     auto key = std::make_pair(slot, code);
     auto found = glyphs_.find(key);
     if (found != glyphs_.end())
         return found->second;
     std::vector<uint8_t> codes;
-    ShapeDrawing drawing;
+    ShapeStrokes drawing;
     if (ShapeCodes(slot, code, &codes)) {
-        ShapeCodesLookup lookup = [this, slot](int number, std::vector<uint8_t> *sub) {
+        SubshapeLookup lookup = [this, slot](int number, std::vector<uint8_t> *sub) {
             return ShapeCodes(slot, number, sub);
         };
-        drawing = DrawShape(codes.data(), codes.size(), lookup);
+        drawing = DrawShapeStrokes(codes.data(), codes.size(), lookup);
     }
     return glyphs_.emplace(key, std::move(drawing)).first->second;
 }
 
-void TextPainter::DrawStrokes(const std::vector<ShapeStroke> &strokes, const Affine &local_to_world,
+void TextPainter::DrawStrokes(const std::vector<Stroke> &strokes, const Affine &local_to_world,
                               const Rgb &color, SvgCanvas &canvas) const {
     StrokeStyle style;
     style.color = color;
     std::vector<Point2> points;
-    for (const ShapeStroke &stroke : strokes) {
+    for (const Stroke &stroke : strokes) {
         points.clear();
-        for (const ShapePoint &p : stroke.points)
+        for (const StrokePoint &p : stroke.points)
             points.push_back(local_to_world.ApplyPlan({p.x, p.y, 0}));
         if (points.size() >= 2)
             canvas.Polyline(points, false, style);
@@ -230,14 +237,14 @@ bool TextPainter::DrawText(const TextLayout &layout, const Affine &to_world, con
     }
 
     // Lay the characters along the baseline in the font's units.
-    std::vector<ShapeStroke> strokes;
+    std::vector<Stroke> strokes;
     double pen_x = 0, pen_y = 0;
     for (int code : codes) {
-        const ShapeDrawing &glyph = Glyph(font->slot, code);
-        for (const ShapeStroke &stroke : glyph.strokes) {
-            ShapeStroke placed;
+        const ShapeStrokes &glyph = Glyph(font->slot, code);
+        for (const Stroke &stroke : glyph.strokes) {
+            Stroke placed;
             placed.points.reserve(stroke.points.size());
-            for (const ShapePoint &p : stroke.points)
+            for (const StrokePoint &p : stroke.points)
                 placed.points.push_back({p.x + pen_x, p.y + pen_y});
             strokes.push_back(std::move(placed));
         }
@@ -274,7 +281,7 @@ bool TextPainter::DrawText(const TextLayout &layout, const Affine &to_world, con
 void TextPainter::DrawShapeCodes(int slot, const std::vector<uint8_t> &codes, const Vec3 &insertion,
                                  double size, double rotation, double x_scale, double oblique,
                                  const Affine &to_world, const Rgb &color, SvgCanvas &canvas) {
-    ShapeCodesLookup lookup;
+    SubshapeLookup lookup;
     double above = 1;
     if (slot >= 0) {
         lookup = [this, slot](int number, std::vector<uint8_t> *sub) {
@@ -282,7 +289,7 @@ void TextPainter::DrawShapeCodes(int slot, const std::vector<uint8_t> &codes, co
         };
         above = SlotFont(slot).above;
     }
-    const ShapeDrawing drawing = DrawShape(codes.data(), codes.size(), lookup);
+    const ShapeStrokes drawing = DrawShapeStrokes(codes.data(), codes.size(), lookup);
     const double scale = (std::isfinite(size) ? size : 0) / above;
     const double stretch = std::isfinite(x_scale) && x_scale != 0 ? x_scale : 1;
     const double turn = Radians(std::isfinite(rotation) ? rotation : 0);

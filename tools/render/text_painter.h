@@ -6,7 +6,7 @@
 
 #include "render/svg_canvas.h"
 
-#include "fonts/shape_strokes.h"
+#include "interface/tool_support.h"
 
 #include <cstdint>
 #include <map>
@@ -70,14 +70,14 @@ private:
     // The byte codes of shape `number` in slot `slot`; false when the font has none.
     bool ShapeCodes(int slot, int number, std::vector<uint8_t> *codes);
     // The strokes of a character, drawn once and kept.
-    const ShapeDrawing &Glyph(int slot, int code);
-    void DrawStrokes(const std::vector<ShapeStroke> &strokes, const Affine &local_to_world,
+    const tool_support::ShapeStrokes &Glyph(int slot, int code);
+    void DrawStrokes(const std::vector<tool_support::Stroke> &strokes, const Affine &local_to_world,
                      const Rgb &color, SvgCanvas &canvas) const;
 
     int16_t drawing_;
     std::map<int, int> style_slots_; // style index -> slot, -1 for none
     std::map<int, Font> slot_fonts_;
-    std::map<std::pair<int, int>, ShapeDrawing> glyphs_;
+    std::map<std::pair<int, int>, tool_support::ShapeStrokes> glyphs_;
     std::vector<char> buffer_;
 };
 

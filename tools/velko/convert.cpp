@@ -3,12 +3,10 @@
 //
 // A long conversion shows a progress bar on stderr: while the entities load (a release 12
 // DWG reads them at the first use, so the drawing's load hook can be set after the open)
-// and while the writer saves. The tool reaches the drawing behind the handle through the
-// library's internals to set the two hooks; the work itself goes through the flat calls.
+// and while the writer saves. The two hooks, the load fraction and the counts come through
+// the tool support calls; the work itself goes through the flat calls.
 #include "commands.h"
-#include "dwg12/r12_drawing.h"
-#include "interface/drawing_file.h"
-#include "interface/drawing_table.h"
+#include "interface/tool_support.h"
 #include "json_writer.h"
 #include "progress_bar.h"
 #include "velkow32.h"
@@ -22,6 +20,9 @@
 #include <unistd.h>
 
 namespace {
+
+using tool_support::DrawingForm;
+using tool_support::SavedObjects;
 
 const char kConvertUsage[] = "usage: velko convert IN OUT [--binary] [--quiet] [--json]\n";
 const char kNewUsage[] = "usage: velko new TEMPLATE OUT [--json]\n";
@@ -47,13 +48,13 @@ bool NamesDwg(const char *name) {
     return length >= 4 && strcasecmp(name + length - 4, ".dwg") == 0;
 }
 
-const char *KindName(int kind) {
-    switch (kind) {
-    case CR12Drawing::kDwg:
+const char *FormName(DrawingForm form) {
+    switch (form) {
+    case DrawingForm::kDwg:
         return "DWG";
-    case CR12Drawing::kTextDxf:
+    case DrawingForm::kTextDxf:
         return "ASCII DXF";
-    case CR12Drawing::kBinaryDxf:
+    case DrawingForm::kBinaryDxf:
         return "binary DXF";
     default:
         return "unknown";
@@ -65,39 +66,11 @@ long FileBytes(const char *name) {
     return stat(name, &st) == 0 ? static_cast<long>(st.st_size) : -1;
 }
 
-// The release 12 drawing behind a handle, or null for a drawing of another class.
-CR12Drawing *R12DrawingOf(int16_t h) {
-    CLibDrawing *lib = g_DrawingTable.GetDrawing(h);
-    return lib ? dynamic_cast<CR12Drawing *>(lib->Drawing()) : nullptr;
-}
-
-// What the drawing holds, as the writers count it: entities of all lists and table records.
-struct DrawingCounts {
-    long entities = 0;
-    long blocks = 0;
-    long table_records = 0;
-    long Objects() const { return entities + table_records; }
-};
-
-DrawingCounts CountObjects(CR12Drawing &d) {
-    DrawingCounts c;
-    c.entities = d.Entities().Count();
-    c.blocks = d.Blocks().Count();
-    for (int i = 0; i < c.blocks; ++i) {
-        const CR12Block *block = d.Blocks().At(i);
-        if (block && block->entities)
-            c.entities += block->entities->Count();
-    }
-    for (int t = kR12Blocks; t <= kR12VxHeaders; ++t)
-        c.table_records += d.Table(t).Count();
-    return c;
-}
-
 // The state the drawing's hooks report to. The hooks are plain function pointers without
 // a context, so they find it through the one pointer below, set while a conversion runs.
 struct ConvertProgress {
     ProgressBar &bar;
-    CR12Drawing &drawing;
+    int16_t drawing;
     long loaded = 0;
     long total = 0; // objects the save will write
 };
@@ -108,11 +81,7 @@ void OnEntityLoaded(int16_t, int16_t) {
     ConvertProgress &p = *g_progress;
     if (++p.loaded % kLoadCheckStep != 0)
         return;
-    CDrawingFile *file = p.drawing.File();
-    const double fraction = file && file->Length() > 0
-                                ? static_cast<double>(file->GetPosition()) / file->Length()
-                                : -1.0;
-    p.bar.Update("loading", fraction, p.loaded);
+    p.bar.Update("loading", tool_support::LoadFraction(p.drawing), p.loaded);
 }
 
 // Save: the objects written against those the drawing holds.
@@ -122,24 +91,27 @@ void OnObjectsWritten(int32_t written) {
     p.bar.Update("saving", fraction, written);
 }
 
-// Sets the hooks for the life of the object, and takes them away again.
+// Sets the hooks for the life of the object, and takes them away again. A drawing that
+// takes no hooks is left alone: Armed() then says false.
 class ProgressHooks {
 public:
     explicit ProgressHooks(ConvertProgress &progress) : drawing_(progress.drawing) {
         g_progress = &progress;
-        drawing_.progress_callback = OnEntityLoaded;
-        drawing_.save_progress = OnObjectsWritten;
+        armed_ = tool_support::SetProgressHooks(drawing_, OnEntityLoaded, OnObjectsWritten);
     }
     ~ProgressHooks() {
-        drawing_.progress_callback = nullptr;
-        drawing_.save_progress = nullptr;
+        if (armed_)
+            tool_support::SetProgressHooks(drawing_, nullptr, nullptr);
         g_progress = nullptr;
     }
     ProgressHooks(const ProgressHooks &) = delete;
     ProgressHooks &operator=(const ProgressHooks &) = delete;
 
+    bool Armed() const { return armed_; }
+
 private:
-    CR12Drawing &drawing_;
+    int16_t drawing_;
+    bool armed_ = false;
 };
 
 struct ConvertOptions {
@@ -179,32 +151,26 @@ int ParseConvert(int argc, char **argv, ConvertOptions &o) {
     return 0;
 }
 
-// Loads what the drawing has not read yet and saves it; the library's status.
-int16_t LoadAndSave(int16_t h, const ConvertOptions &o, ProgressBar &bar, DrawingCounts &counts,
-                    int &from_kind) {
-    CR12Drawing *r12 = R12DrawingOf(h);
-    if (!r12) {
-        // Another class of drawing: saved through the flat calls alone, without a bar.
-        return NamesDwg(o.out) ? CDBSaveAsDWG(h, o.out) : CDBSaveAsDXF(h, o.out, o.binary);
-    }
-    from_kind = r12->FileKind();
-    ConvertProgress progress{bar, *r12};
-    ProgressHooks hooks(progress);
-    // Loading first and on its own, so that the bar tells the load from the save.
-    if (!r12->TriggerLoading())
-        return CDB_FAIL;
-    counts = CountObjects(*r12);
-    progress.total = counts.Objects();
+int16_t Save(int16_t h, const ConvertOptions &o) {
     return NamesDwg(o.out) ? CDBSaveAsDWG(h, o.out) : CDBSaveAsDXF(h, o.out, o.binary);
 }
 
-// CDBNew keeps the drawing open when its save fails and gives no handle for it. This
-// process opened no other drawing, so it is the one drawing in the table.
-int16_t DrawingLeftOpen() {
-    for (int h = 0; h < CDrawingTable::kSlots; ++h)
-        if (g_DrawingTable.GetDrawing(static_cast<int16_t>(h)))
-            return static_cast<int16_t>(h);
-    return CDB_FAIL;
+// Loads what the drawing has not read yet and saves it; the library's status.
+int16_t LoadAndSave(int16_t h, const ConvertOptions &o, ProgressBar &bar, SavedObjects &counts,
+                    DrawingForm &from_form) {
+    ConvertProgress progress{bar, h};
+    ProgressHooks hooks(progress);
+    if (!hooks.Armed()) {
+        // A class of drawing without hooks: saved through the flat calls alone, without a bar.
+        return Save(h, o);
+    }
+    from_form = tool_support::FormOf(h);
+    // Loading first and on its own, so that the bar tells the load from the save.
+    if (!tool_support::LoadWholeDrawing(h))
+        return CDB_FAIL;
+    tool_support::CountSavedObjects(h, &counts);
+    progress.total = counts.Objects();
+    return Save(h, o);
 }
 
 } // namespace
@@ -220,9 +186,9 @@ int RunConvert(int argc, char **argv) {
     if (h == CDB_FAIL)
         return Refused(o.in, CDBGetErrorNumber(CDB_FAIL));
 
-    DrawingCounts counts;
-    int from_kind = CR12Drawing::kNone;
-    const int16_t saved = LoadAndSave(h, o, bar, counts, from_kind);
+    SavedObjects counts;
+    DrawingForm from_form = DrawingForm::kUnknown;
+    const int16_t saved = LoadAndSave(h, o, bar, counts, from_form);
     bar.Finish();
     const int16_t code = CDBGetErrorNumber(h);
     CDBEndOperation(h);
@@ -230,14 +196,14 @@ int RunConvert(int argc, char **argv) {
         return Refused(o.out, code);
 
     const double seconds = std::chrono::duration<double>(ProgressBar::Clock::now() - start).count();
-    const int to_kind = NamesDwg(o.out)
-                            ? CR12Drawing::kDwg
-                            : (o.binary ? CR12Drawing::kBinaryDxf : CR12Drawing::kTextDxf);
+    const DrawingForm to_form = NamesDwg(o.out)
+                                    ? DrawingForm::kDwg
+                                    : (o.binary ? DrawingForm::kBinaryDxf : DrawingForm::kTextDxf);
     Report report;
     report.AddText("input", o.in);
-    report.AddText("from", KindName(from_kind));
+    report.AddText("from", FormName(from_form));
     report.AddText("output", o.out);
-    report.AddText("to", KindName(to_kind));
+    report.AddText("to", FormName(to_form));
     report.AddInt("entities", counts.entities);
     report.AddInt("blocks", counts.blocks);
     report.AddInt("records", counts.table_records);
@@ -271,7 +237,9 @@ int RunNew(int argc, char **argv) {
 
     int16_t h = CDBNew(template_name, out);
     if (h == CDB_FAIL) {
-        const int16_t left = DrawingLeftOpen();
+        // CDBNew keeps the drawing open when its save fails and gives no handle for it.
+        // This process opened no other drawing, so it is the one drawing open.
+        const int16_t left = tool_support::LowestOpenDrawing();
         if (left == CDB_FAIL) // the template did not open
             return Refused(template_name, CDBGetErrorNumber(CDB_FAIL));
         const int16_t code = CDBGetErrorNumber(left);
@@ -283,7 +251,7 @@ int RunNew(int argc, char **argv) {
     Report report;
     report.AddText("template", template_name);
     report.AddText("output", out);
-    report.AddText("to", KindName(NamesDwg(out) ? CR12Drawing::kDwg : CR12Drawing::kTextDxf));
+    report.AddText("to", FormName(NamesDwg(out) ? DrawingForm::kDwg : DrawingForm::kTextDxf));
     report.AddInt("bytes", FileBytes(out));
     if (json)
         std::printf("%s\n", report.Json().c_str());

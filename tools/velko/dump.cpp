@@ -4,8 +4,8 @@
 // first, so that the referenced drawing's entities are the content of its block. --json
 // prints one object per line, in a stable key order, so that two drawings can be compared
 // line by line.
-#include "records/entity_kinds.h"
 #include "commands.h"
+#include "interface/tool_support.h"
 #include "json_writer.h"
 #include "velkow32.h"
 
@@ -24,7 +24,7 @@ const char *Usage() {
 }
 
 const char *KindName(int kind) {
-    return EntityKindName(kind);
+    return tool_support::EntityKindName(kind);
 }
 
 // The records are byte-packed: points are copied out before their address is taken.
@@ -367,7 +367,7 @@ void PrintEntity(const Output &out, int16_t h, Report &report, CDB_ENTITY &r) {
         std::printf("%s\n", KindName(r.entity_type));
     out.Print(report);
     // The texts that a list mode record hands to its caller are the kind's owned texts.
-    FreeOwnedTexts(&r);
+    tool_support::FreeEntityTexts(&r);
 }
 
 // The entities of one list, from its first to the end of the walk. 0, or the failure.

@@ -1,16 +1,14 @@
 // velko info: what kind of drawing a file is, its tables, its main header variables and
 // its external references.
 #include "commands.h"
-#include "interface/drawing_file.h"
+#include "interface/tool_support.h"
 #include "json_writer.h"
-#include "views/xref_paths.h"
 #include "velkow32.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <sys/stat.h>
 #include <vector>
 
 namespace {
@@ -99,15 +97,6 @@ struct Xref {
     bool found = false;
 };
 
-// Whether a drawing file exists under the path the way the library's file open looks it up:
-// "\" and "/" both separate, and each component may differ in case from the one on disk.
-bool DrawingFileExists(const std::string &path) {
-    if (path.empty())
-        return false;
-    struct stat st;
-    return ::stat(ResolveDrawingPath(path.c_str()).c_str(), &st) == 0 && S_ISREG(st.st_mode);
-}
-
 // The stored path of a reference block, or false when the library has none for it. The
 // copy call takes no buffer size: the buffer is sized from the block's record, and never
 // below the longest text a drawing file can hold, so that it can't be overrun.
@@ -130,7 +119,7 @@ bool StoredPath(int16_t h, int16_t index, std::string &path) {
 }
 
 // Every block whose table record carries the reference bit, in table order. Nothing is
-// resolved: found-ness is decided from the two places resolving would try.
+// resolved: found-ness is decided from the places resolving would try.
 std::vector<Xref> ListXrefs(int16_t h, const char *file) {
     constexpr uint8_t kXrefFlag = 4;
     std::vector<Xref> xrefs;
@@ -144,9 +133,8 @@ std::vector<Xref> ListXrefs(int16_t h, const char *file) {
         xref.block = record.name ? record.name : "";
         xref.has_path = StoredPath(h, i, xref.path);
         if (xref.has_path) {
-            const std::string first = XrefPathAsStored(xref.path);
-            xref.found =
-                DrawingFileExists(first) || DrawingFileExists(XrefPathBesideHost(file, first));
+            for (const std::string &place : tool_support::XrefCandidatePaths(file, xref.path))
+                xref.found = xref.found || tool_support::DrawingFileExists(place);
         }
         xrefs.push_back(xref);
     }

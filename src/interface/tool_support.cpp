@@ -1,0 +1,247 @@
+// The calls of the tools beyond the public interface, answered from the library's own units.
+#include "interface/tool_support.h"
+
+#include "dwg12/r12_drawing.h"
+#include "fonts/shape_file.h"
+#include "fonts/shape_index_writer.h"
+#include "fonts/shape_strokes.h"
+#include "interface/drawing_file.h"
+#include "interface/drawing_table.h"
+#include "records/entity_kinds.h"
+#include "views/xref_paths.h"
+
+#include <fstream>
+#include <memory>
+#include <set>
+#include <sys/stat.h>
+
+namespace tool_support {
+
+static_assert(kMostIndexedFonts == CShapeIndexWriter::kMostFonts, "one limit of the index");
+static_assert(kLongestIndexedFontName == CShapeIndexWriter::kLongestName,
+              "one limit of an entry's name");
+
+namespace {
+
+// The release 12 drawing under a handle, or null for a free handle or another class. The
+// table is asked directly, so that no error code of the flat interface moves.
+CR12Drawing *R12DrawingOf(int16_t handle) {
+    CLibDrawing *lib = g_DrawingTable.GetDrawing(handle);
+    return lib ? dynamic_cast<CR12Drawing *>(lib->Drawing()) : nullptr;
+}
+
+std::string NameOf(const std::vector<uint8_t> &data) {
+    return std::string(reinterpret_cast<const char *>(data.data()), ShapeNameLength(data));
+}
+
+ShapeFontForm ListedForm(CShapeFile::Form form) {
+    switch (form) {
+    case CShapeFile::Form::kShapes10:
+        return ShapeFontForm::kShapes10;
+    case CShapeFile::Form::kUnifont:
+        return ShapeFontForm::kUnifont;
+    case CShapeFile::Form::kShapes11:
+        break;
+    }
+    return ShapeFontForm::kShapes11;
+}
+
+void ListShapeFile(const CShapeFile &font, ShapeFontListing *listing) {
+    listing->form = ListedForm(font.form);
+    listing->above = font.above;
+    listing->max_shape_id = font.max_shape_id;
+    const bool has_width = font.form != CShapeFile::Form::kUnifont;
+    for (size_t n = 0; n < font.shapes.size(); ++n) {
+        const ShapeEntry &entry = font.shapes[n];
+        if (entry.data_length <= 0)
+            continue;
+        listing->shapes.push_back({static_cast<unsigned>(n), NameOf(entry.data), entry.data_length,
+                                   entry.width, has_width});
+    }
+    for (const ExtraShape &extra : font.extra_shapes)
+        listing->shapes.push_back(
+            {extra.shape_id, NameOf(extra.data), extra.data_length, extra.width, has_width});
+}
+
+void ListBigFont(const BigFont &font, ShapeFontListing *listing) {
+    listing->form = ShapeFontForm::kBigFont;
+    for (size_t i = 0; i < font.shapes.size(); ++i) {
+        std::vector<uint8_t> data;
+        ReadBigFontShape(font, i, &data);
+        listing->shapes.push_back(
+            {font.shapes[i].shape_id, NameOf(data), font.shapes[i].data_length, 0, false});
+    }
+}
+
+// The first font whose name can't stand in the index, with the reason; kWritten when all can.
+ShapeIndexOutcome CheckNames(const std::vector<IndexedFont> &fonts) {
+    ShapeIndexOutcome outcome;
+    std::set<std::string> seen;
+    for (size_t i = 0; i < fonts.size(); ++i) {
+        outcome.font = i;
+        if (!CShapeIndexWriter::NameFits(fonts[i].name))
+            outcome.status = ShapeIndexStatus::kBadName;
+        else if (!seen.insert(fonts[i].name).second)
+            outcome.status = ShapeIndexStatus::kDuplicateName;
+        if (outcome.status != ShapeIndexStatus::kWritten)
+            return outcome;
+    }
+    return ShapeIndexOutcome();
+}
+
+bool WriteBytes(const std::string &path, const std::vector<uint8_t> &bytes) {
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    return file &&
+           file.write(reinterpret_cast<const char *>(bytes.data()),
+                      static_cast<std::streamsize>(bytes.size())) &&
+           file.flush();
+}
+
+Stroke StrokeOf(const ShapeStroke &from) {
+    Stroke stroke;
+    stroke.points.reserve(from.points.size());
+    for (const ShapePoint &p : from.points)
+        stroke.points.push_back({p.x, p.y});
+    return stroke;
+}
+
+} // namespace
+
+const char *EntityKindName(int kind) {
+    return ::EntityKindName(kind);
+}
+
+void FreeEntityTexts(CDB_ENTITY *record) {
+    if (record)
+        FreeOwnedTexts(record);
+}
+
+DrawingForm FormOf(int16_t drawing) {
+    const CR12Drawing *r12 = R12DrawingOf(drawing);
+    switch (r12 ? r12->FileKind() : CR12Drawing::kNone) {
+    case CR12Drawing::kDwg:
+        return DrawingForm::kDwg;
+    case CR12Drawing::kTextDxf:
+        return DrawingForm::kTextDxf;
+    case CR12Drawing::kBinaryDxf:
+        return DrawingForm::kBinaryDxf;
+    default:
+        return DrawingForm::kUnknown;
+    }
+}
+
+int16_t LowestOpenDrawing() {
+    for (int h = 0; h < CDrawingTable::kSlots; ++h)
+        if (g_DrawingTable.GetDrawing(static_cast<int16_t>(h)))
+            return static_cast<int16_t>(h);
+    return CDB_FAIL;
+}
+
+bool LoadWholeDrawing(int16_t drawing) {
+    CLibDrawing *lib = g_DrawingTable.GetDrawing(drawing);
+    return lib && lib->Drawing() && lib->TriggerLoading() != 0;
+}
+
+bool CountSavedObjects(int16_t drawing, SavedObjects *counts) {
+    CR12Drawing *r12 = R12DrawingOf(drawing);
+    if (!r12)
+        return false;
+    SavedObjects c;
+    c.entities = r12->Entities().Count();
+    c.blocks = r12->Blocks().Count();
+    for (int i = 0; i < c.blocks; ++i) {
+        const CR12Block *block = r12->Blocks().At(i);
+        if (block && block->entities)
+            c.entities += block->entities->Count();
+    }
+    for (int t = kR12Blocks; t <= kR12VxHeaders; ++t)
+        c.table_records += r12->Table(t).Count();
+    *counts = c;
+    return true;
+}
+
+bool SetProgressHooks(int16_t drawing, LoadProgressHook load, SaveProgressHook save) {
+    CR12Drawing *r12 = R12DrawingOf(drawing);
+    if (!r12)
+        return false;
+    r12->progress_callback = load;
+    r12->save_progress = save;
+    return true;
+}
+
+double LoadFraction(int16_t drawing) {
+    CR12Drawing *r12 = R12DrawingOf(drawing);
+    CDrawingFile *file = r12 ? r12->File() : nullptr;
+    return file && file->Length() > 0 ? static_cast<double>(file->GetPosition()) / file->Length()
+                                      : -1.0;
+}
+
+bool DrawingFileExists(const std::string &path) {
+    if (path.empty())
+        return false;
+    struct stat st;
+    return ::stat(ResolveDrawingPath(path.c_str()).c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+std::vector<std::string> XrefCandidatePaths(const std::string &host_file,
+                                            const std::string &stored) {
+    const std::string first = XrefPathAsStored(stored);
+    return {first, XrefPathBesideHost(host_file, first)};
+}
+
+bool ListShapeFont(const std::string &path, ShapeFontListing *listing) {
+    *listing = ShapeFontListing();
+    if (std::unique_ptr<CShapeFile> font = CShapeFile::Load(path)) {
+        ListShapeFile(*font, listing);
+        return true;
+    }
+    if (std::unique_ptr<BigFont> big = CShapeFile::LoadBigFont(path)) {
+        ListBigFont(*big, listing);
+        return true;
+    }
+    return false;
+}
+
+ShapeIndexOutcome WriteShapeIndex(const std::string &path, const std::vector<IndexedFont> &fonts) {
+    ShapeIndexOutcome outcome;
+    if (fonts.size() > kMostIndexedFonts) {
+        outcome.status = ShapeIndexStatus::kTooManyFonts;
+        return outcome;
+    }
+    outcome = CheckNames(fonts);
+    if (outcome.status != ShapeIndexStatus::kWritten)
+        return outcome;
+    CShapeIndexWriter writer(fonts.size());
+    for (size_t i = 0; i < fonts.size(); ++i) {
+        outcome.font = i;
+        switch (writer.Add(fonts[i].name, fonts[i].path)) {
+        case CShapeIndexWriter::Added::kAdded:
+            continue;
+        case CShapeIndexWriter::Added::kUnreadable:
+            outcome.status = ShapeIndexStatus::kUnreadableFont;
+            return outcome;
+        case CShapeIndexWriter::Added::kTooLarge:
+            outcome.status = ShapeIndexStatus::kFontTooLarge;
+            return outcome;
+        }
+    }
+    outcome.font = 0;
+    if (!WriteBytes(path, writer.Bytes())) {
+        outcome.status = ShapeIndexStatus::kNotWritten;
+        return outcome;
+    }
+    outcome.bytes = writer.Bytes().size();
+    return outcome;
+}
+
+ShapeStrokes DrawShapeStrokes(const uint8_t *codes, size_t length, const SubshapeLookup &lookup) {
+    const ShapeDrawing drawing = DrawShape(codes, length, lookup);
+    ShapeStrokes strokes;
+    strokes.strokes.reserve(drawing.strokes.size());
+    for (const ShapeStroke &stroke : drawing.strokes)
+        strokes.strokes.push_back(StrokeOf(stroke));
+    strokes.end = {drawing.end.x, drawing.end.y};
+    return strokes;
+}
+
+} // namespace tool_support
