@@ -8,8 +8,7 @@
 #include <memory>
 
 CLibDrawing::CLibDrawing(int flag)
-    : view_flag(flag), layer_flags(0), space_flags(0), delete_list(),
-      drawing(nullptr) {}
+    : view_flag(flag), layer_flags(0), space_flags(0), delete_list(), drawing(nullptr) {}
 
 CLibDrawing::~CLibDrawing() {
     delete drawing;
