@@ -3,7 +3,7 @@
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_entity_layout.h"
 
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 
 #include <cstdio>
 #include <cstdlib>

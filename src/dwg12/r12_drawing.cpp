@@ -1,6 +1,6 @@
 #include "dwg12/r12_drawing.h"
 
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 #include "records/eed_cursor.h"
 #include "records/header_vars.h"
 

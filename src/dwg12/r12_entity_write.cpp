@@ -9,7 +9,7 @@
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_entity_layout.h"
 #include "dwg12/r12_header.h"
-#include "dwg13/crc16.h"
+#include "io/crc16.h"
 #include "records/handle_text.h"
 
 #include <cstdlib>

@@ -4,8 +4,8 @@
 // table) are written first as place holders and filled in afterwards by going back.
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_entity_layout.h"
-#include "dwg13/crc16.h"
-#include "interface/drawing_file.h"
+#include "io/crc16.h"
+#include "io/drawing_file.h"
 
 #include <array>
 #include <cstring>

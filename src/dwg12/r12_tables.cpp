@@ -2,7 +2,7 @@
 
 #include "fonts/shape_table.h"
 #include "interface/base_drawing.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 
 #include <cctype>
 #include <cstdlib>

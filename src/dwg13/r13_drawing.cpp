@@ -1,7 +1,7 @@
 #include "dwg13/r13_drawing.h"
 
 #include "dxf/dxf_open.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 
 CR13Drawing::CR13Drawing(CLibDrawing *owner, int flag) : CBaseDrawing(flag) {
     SetLib(owner);

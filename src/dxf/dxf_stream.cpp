@@ -1,7 +1,7 @@
 #include "dxf/dxf_stream.h"
 
 #include "dxf/dxf_numbers.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 
 #include <charconv>
 #include <cstdlib>

@@ -2,7 +2,7 @@
 
 #include "dwg12/r12_header.h"
 #include "dxf/dxf_stream.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 #include "records/header_vars.h"
 
 #include <cstddef>

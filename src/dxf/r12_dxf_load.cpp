@@ -11,7 +11,7 @@
 #include "dxf/dxf_open.h"
 #include "dxf/r12_dxf_header.h"
 #include "dxf/r12_dxf_layout.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 
 #include <cstring>
 #include <memory>

@@ -4,7 +4,7 @@
 
 #include "fonts/shape_interpreter.h"
 
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 
 #include <cctype>
 #include <cmath>
@@ -217,7 +217,7 @@ const ShapeEntry *CShapeFile::Entry(int number) const {
 
 std::unique_ptr<CShapeFile> CShapeFile::Load(const std::string &path) {
     CDrawingFile file;
-    if (!file.Open(path.c_str(), CDB_OPEN_READ))
+    if (!file.Open(path.c_str(), kDrawingFileRead))
         return nullptr;
     // The first line, compared byte for byte over 21 bytes.
     char header[kHeaderBytes + 1] = {};
@@ -241,7 +241,7 @@ std::unique_ptr<CShapeFile> CShapeFile::Load(const std::string &path) {
 
 std::unique_ptr<BigFont> CShapeFile::LoadBigFont(const std::string &path) {
     CDrawingFile file;
-    if (!file.Open(path.c_str(), CDB_OPEN_READ))
+    if (!file.Open(path.c_str(), kDrawingFileRead))
         return nullptr;
     // 23 bytes are read; the 22 of the header text are compared, the line end is not.
     char header[kBigFontHeaderBytes + 1] = {};
@@ -286,7 +286,7 @@ bool ReadBigFontShape(const BigFont &font, size_t index, std::vector<uint8_t> *d
         return false;
     const BigFont::Shape &shape = font.shapes[index];
     CDrawingFile file;
-    if (!file.Open(font.file_name.c_str(), CDB_OPEN_READ))
+    if (!file.Open(font.file_name.c_str(), kDrawingFileRead))
         return false;
     if (shape.data_offset > file.Length() || shape.data_length > file.Length() - shape.data_offset)
         return false;

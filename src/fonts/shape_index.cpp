@@ -77,7 +77,7 @@ int CShapeIndex::Open() {
     for (const std::string &directory : ShapeIndexDirectories()) {
         std::string candidate = JoinPath(directory, kFileName);
         CDrawingFile probe;
-        if (probe.Open(candidate.c_str(), CDB_OPEN_READ)) {
+        if (probe.Open(candidate.c_str(), kDrawingFileRead)) {
             probe.Close();
             return Open(candidate);
         }
@@ -89,7 +89,7 @@ int CShapeIndex::Open() {
 int CShapeIndex::Open(const std::string &index_path) {
     MakeUnusable();
     path = index_path;
-    if (!file.Open(index_path.c_str(), CDB_OPEN_READ))
+    if (!file.Open(index_path.c_str(), kDrawingFileRead))
         return 0;
     char signature[kSignatureLength];
     if (!ReadAt(0, signature, kSignatureLength) ||

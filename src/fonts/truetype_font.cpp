@@ -127,7 +127,7 @@ private:
 
 int CTrueTypeFont::Open(const char *path) {
     Close();
-    if (!path || !file.Open(path, CDB_OPEN_READ))
+    if (!path || !file.Open(path, kDrawingFileRead))
         return 0;
     if (!ReadTables()) {
         Close();

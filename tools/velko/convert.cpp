@@ -7,7 +7,7 @@
 // library's internals to set the two hooks; the work itself goes through the flat calls.
 #include "commands.h"
 #include "dwg12/r12_drawing.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 #include "interface/drawing_table.h"
 #include "json_writer.h"
 #include "progress_bar.h"

@@ -1,7 +1,7 @@
 // velko info: what kind of drawing a file is, its tables, its main header variables and
 // its external references.
 #include "commands.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 #include "json_writer.h"
 #include "views/xref_paths.h"
 #include "velkow32.h"
