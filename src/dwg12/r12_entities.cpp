@@ -3,20 +3,14 @@
 #include "dwg12/r12_entity_layout.h"
 #include "dwg12/r12_header.h"
 #include "records/heap_text.h"
+#include "io/byte_order.h"
+#include "io/byte_writer.h"
+#include "io/record_field.h"
 
 #include <cstdlib>
 #include <cstring>
 
 namespace {
-
-template <typename T> inline T Get(const CDB_ENTITY *record, size_t offset) {
-    T value;
-    std::memcpy(&value, reinterpret_cast<const uint8_t *>(record) + offset, sizeof value);
-    return value;
-}
-template <typename T> inline void Put(CDB_ENTITY *record, size_t offset, T value) {
-    std::memcpy(reinterpret_cast<uint8_t *>(record) + offset, &value, sizeof value);
-}
 
 bool IsText(const R12EntityField &f) {
     return f.value == R12Value::kText || f.value == R12Value::kNameText;
@@ -57,8 +51,8 @@ void CR12Entity::ReleaseOwned() {
         for (size_t i = 0; i < layout->count; ++i) {
             if (!IsText(layout->fields[i]))
                 continue;
-            std::free(Get<char *>(record, layout->fields[i].offset));
-            Put(record, layout->fields[i].offset, static_cast<char *>(nullptr));
+            std::free(LoadField<char *>(record, layout->fields[i].offset));
+            StoreField(record, layout->fields[i].offset, static_cast<char *>(nullptr));
         }
     }
 }
@@ -75,8 +69,8 @@ void CR12Entity::GetRecord(CDB_ENTITY *out) {
         const R12EntityField &f = layout->fields[i];
         if (!IsText(f))
             continue;
-        const char *text = Get<char *>(record, f.offset);
-        Put(out, f.offset, text ? DuplicateText(text) : static_cast<char *>(nullptr));
+        const char *text = LoadField<char *>(record, f.offset);
+        StoreField(out, f.offset, text ? DuplicateText(text) : static_cast<char *>(nullptr));
     }
 }
 
@@ -222,24 +216,15 @@ struct MviewCursor {
     uint8_t Byte(size_t offset) const { return Fits(offset + 1) ? data[at + offset] : 0; }
     void Skip(size_t n) { at += n; }
     void I16(uint8_t *field) {
-        if (Fits(2)) {
-            const int16_t v =
-                static_cast<int16_t>(uint16_t(data[at]) | uint16_t(data[at + 1]) << 8);
-            std::memcpy(field, &v, sizeof v);
-        }
+        int16_t v = 0;
+        if (ReadValueAt(data, size, at, v))
+            StoreField(field, 0, v);
         at += 2;
     }
     void F64(uint8_t *field, bool degrees) {
-        if (Fits(8)) {
-            uint64_t bits = 0;
-            for (int i = 7; i >= 0; --i)
-                bits = bits << 8 | data[at + size_t(i)];
-            double v;
-            std::memcpy(&v, &bits, sizeof v);
-            if (degrees)
-                v = v * 180.0 / 3.141592653589793;
-            std::memcpy(field, &v, sizeof v);
-        }
+        double v = 0.0;
+        if (ReadValueAt(data, size, at, v))
+            StoreField(field, 0, degrees ? RadiansToDegrees(v) : v);
         at += 8;
     }
 };
@@ -302,8 +287,8 @@ size_t R12UnpackMview(const uint8_t *eed, size_t size, CDB_VIEWPORT_type *viewpo
     if (!layers)
         return end;
     for (size_t i = 0; i < count; ++i) {
-        const uint8_t *p = eed + first + 3 * i + 1;
-        layers[i] = static_cast<int16_t>(uint16_t(p[0]) | uint16_t(p[1]) << 8);
+        layers[i] = 0;
+        ReadValueAt(eed, size, first + 3 * i + 1, layers[i]);
     }
     viewport->frozen_layers = layers;
     viewport->frozen_layer_count = static_cast<int16_t>(count);
@@ -311,21 +296,6 @@ size_t R12UnpackMview(const uint8_t *eed, size_t size, CDB_VIEWPORT_type *viewpo
 }
 
 namespace {
-// Appends little-endian values to a block.
-void PutBytes(std::vector<uint8_t> &out, const void *value, size_t size) {
-    const auto *bytes = static_cast<const uint8_t *>(value);
-    out.insert(out.end(), bytes, bytes + size);
-}
-void PutI16(std::vector<uint8_t> &out, int16_t value) {
-    out.push_back(static_cast<uint8_t>(value & 0xFF));
-    out.push_back(static_cast<uint8_t>((uint16_t(value) >> 8) & 0xFF));
-}
-void PutF64(std::vector<uint8_t> &out, double value) {
-    uint64_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    for (int i = 0; i < 8; ++i)
-        out.push_back(static_cast<uint8_t>(bits >> (8 * i)));
-}
 // The code bytes of the stored form: the group code less 1000.
 constexpr uint8_t kEedText = 0, kEedApp = 1, kEedBrace = 2, kEedLayer = 3, kEedPoint = 10,
                   kEedReal = 40, kEedShort = 70;
@@ -347,39 +317,33 @@ std::vector<uint8_t> R12PackMview(const CDB_VIEWPORT_type &viewport) {
     std::vector<uint8_t> out;
     out.reserve(224 +
                 3 * size_t(viewport.frozen_layer_count > 0 ? viewport.frozen_layer_count : 0));
+    ByteWriter put(out);
     out.push_back(kEedApp);
-    PutI16(out, viewport.eed_version);
+    put.I16(viewport.eed_version);
     const size_t name_length = strnlen(viewport.eed_application, sizeof viewport.eed_application);
     out.push_back(kEedText);
     out.push_back(static_cast<uint8_t>(name_length));
-    PutBytes(out, viewport.eed_application, name_length);
+    put.Bytes(viewport.eed_application, name_length);
     out.push_back(kEedBrace);
     out.push_back(0);
     out.push_back(kEedShort);
-    PutI16(out, viewport.data_version);
+    put.I16(viewport.data_version);
     for (const MviewValue &value : kMviewValues) {
         out.push_back(MviewCode(value.kind));
         const uint8_t *field = base + value.offset;
-        double v = 0.0;
-        int16_t i = 0;
         switch (value.kind) {
         case MviewKind::kI16:
-            std::memcpy(&i, field, sizeof i);
-            PutI16(out, i);
+            put.I16(LoadField<int16_t>(field, 0));
             break;
         case MviewKind::kF64:
-            std::memcpy(&v, field, sizeof v);
-            PutF64(out, v);
+            put.F64(LoadField<double>(field, 0));
             break;
         case MviewKind::kAngle:
-            std::memcpy(&v, field, sizeof v);
-            PutF64(out, R12AngleToFile(v));
+            put.F64(R12AngleToFile(LoadField<double>(field, 0)));
             break;
         case MviewKind::kPoint3:
-            for (int axis = 0; axis < 3; ++axis) {
-                std::memcpy(&v, field + 8 * axis, sizeof v);
-                PutF64(out, v);
-            }
+            for (int axis = 0; axis < 3; ++axis)
+                put.F64(LoadField<double>(field, 8 * size_t(axis)));
             break;
         }
     }
@@ -387,7 +351,7 @@ std::vector<uint8_t> R12PackMview(const CDB_VIEWPORT_type &viewport) {
     out.push_back(0);
     for (int16_t n = 0; viewport.frozen_layers && n < viewport.frozen_layer_count; ++n) {
         out.push_back(kEedLayer);
-        PutI16(out, viewport.frozen_layers[n]);
+        put.I16(viewport.frozen_layers[n]);
     }
     out.push_back(kEedBrace);
     out.push_back(1);

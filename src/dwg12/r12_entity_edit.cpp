@@ -2,20 +2,12 @@
 #include "dwg12/r12_entities.h"
 #include "dwg12/r12_entity_layout.h"
 #include "records/heap_text.h"
+#include "io/record_field.h"
 
 #include <cstdlib>
 #include <cstring>
 
 namespace {
-
-template <typename T> T Get(const CDB_ENTITY *record, size_t offset) {
-    T value;
-    std::memcpy(&value, reinterpret_cast<const uint8_t *>(record) + offset, sizeof value);
-    return value;
-}
-template <typename T> void Put(CDB_ENTITY *record, size_t offset, T value) {
-    std::memcpy(reinterpret_cast<uint8_t *>(record) + offset, &value, sizeof value);
-}
 
 // The extended data block, `size` bytes and a zero byte behind them; null for none.
 uint8_t *CopyEed(const uint8_t *data, uint16_t size) {
@@ -73,12 +65,13 @@ void CR12Entity::SetRecord(const CDB_ENTITY *in) {
         for (size_t i = 0; i < layout->count; ++i) {
             const R12EntityField &f = layout->fields[i];
             if (IsText(f))
-                Put(record, f.offset, DuplicateText(Get<const char *>(record, f.offset)));
+                StoreField(record, f.offset,
+                           DuplicateText(LoadField<const char *>(record, f.offset)));
         }
     }
     for (const ForeignHandle &h : kForeignHandles)
         if (h.code == code)
-            Put(record, h.offset, static_cast<char *>(nullptr));
+            StoreField(record, h.offset, static_cast<char *>(nullptr));
 }
 
 void CR12BeginBlock::SetRecord(const CDB_ENTITY *in) {

@@ -1,5 +1,7 @@
 #include "fonts/truetype_font.h"
 
+#include "io/byte_reader.h"
+
 #include <cstdio>
 #include <cstring>
 #include <utility>
@@ -28,15 +30,6 @@ constexpr uint8_t kYShort = 0x04;
 constexpr uint8_t kRepeat = 0x08;
 constexpr uint8_t kXSame = 0x10;
 constexpr uint8_t kYSame = 0x20;
-
-uint16_t BigU16(const uint8_t *p) {
-    return static_cast<uint16_t>((p[0] << 8) | p[1]);
-}
-
-uint32_t BigU32(const uint8_t *p) {
-    return (static_cast<uint32_t>(p[0]) << 24) | (static_cast<uint32_t>(p[1]) << 16) |
-           (static_cast<uint32_t>(p[2]) << 8) | p[3];
-}
 
 int16_t AsI16(uint32_t value) {
     return static_cast<int16_t>(static_cast<uint16_t>(value));
@@ -78,7 +71,7 @@ public:
         uint8_t b[2];
         if (!Bytes(b, 2))
             return false;
-        *value = BigU16(b);
+        *value = BigEndian::Decode<uint16_t>(b);
         return true;
     }
     bool I16(int16_t *value) {
@@ -92,7 +85,7 @@ public:
         uint8_t b[4];
         if (!Bytes(b, 4))
             return false;
-        *value = BigU32(b);
+        *value = BigEndian::Decode<uint32_t>(b);
         return true;
     }
     bool I64(int64_t *value) {
@@ -110,8 +103,9 @@ public:
         if (!Bytes(raw.data(), raw.size()))
             return false;
         out->resize(count);
-        for (size_t i = 0; i < count; ++i)
-            (*out)[i] = BigU16(&raw[i * 2]);
+        BigEndianByteReader values(raw.data(), raw.size());
+        for (uint16_t &value : *out)
+            values.U16(value);
         return true;
     }
 
@@ -271,14 +265,14 @@ int CTrueTypeFont::ReadTables() {
     if (!in.Bytes(raw.data(), raw.size()))
         return 0;
     metrics.assign(glyphs, TtfHorizontalMetric());
-    size_t at = 0;
+    BigEndianByteReader rows(raw.data(), raw.size());
     for (size_t g = 0; g < glyphs; ++g) {
-        if (g < full_rows) {
-            metrics[g].advance_width = BigU16(&raw[at]);
-            at += 2;
-        }
-        metrics[g].left_side_bearing = static_cast<int16_t>(BigU16(&raw[at]));
-        at += 2;
+        uint16_t advance = 0;
+        int16_t bearing = 0;
+        if (g < full_rows && rows.U16(advance))
+            metrics[g].advance_width = advance;
+        if (rows.I16(bearing))
+            metrics[g].left_side_bearing = bearing;
     }
 
     // "loca": num_glyphs + 1 offsets, u16 halves or u32.
@@ -291,8 +285,16 @@ int CTrueTypeFont::ReadTables() {
     if (!in.Bytes(raw.data(), raw.size()))
         return 0;
     glyph_offsets.resize(entries);
-    for (size_t g = 0; g < entries; ++g)
-        glyph_offsets[g] = short_form ? uint32_t(BigU16(&raw[g * 2])) * 2 : BigU32(&raw[g * 4]);
+    BigEndianByteReader offsets(raw.data(), raw.size());
+    for (uint32_t &offset : glyph_offsets) {
+        uint16_t half = 0;
+        uint32_t full = 0;
+        if (short_form)
+            offsets.U16(half);
+        else
+            offsets.U32(full);
+        offset = short_form ? uint32_t(half) * 2 : full;
+    }
     return 1;
 }
 
