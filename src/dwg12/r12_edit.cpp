@@ -6,9 +6,9 @@
 // Modify replaces the object, Delete takes it out of its list and keeps it aside.
 #include "dwg12/r12_drawing.h"
 
+#include "io/record_field.h"
 #include "records/header_vars.h"
 #include "records/heap_text.h"
-#include "io/record_field.h"
 
 #include <cstdio>
 #include <cstdlib>

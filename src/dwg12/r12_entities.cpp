@@ -2,10 +2,10 @@
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_entity_layout.h"
 #include "dwg12/r12_header.h"
-#include "records/heap_text.h"
 #include "io/byte_order.h"
 #include "io/byte_writer.h"
 #include "io/record_field.h"
+#include "records/heap_text.h"
 
 #include <cstdlib>
 #include <cstring>

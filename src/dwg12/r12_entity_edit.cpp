@@ -1,8 +1,8 @@
 // Entities taking a public record in, for the edit functions.
 #include "dwg12/r12_entities.h"
 #include "dwg12/r12_entity_layout.h"
-#include "records/heap_text.h"
 #include "io/record_field.h"
+#include "records/heap_text.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -12,8 +12,8 @@
 #include "io/byte_order.h"
 #include "io/byte_writer.h"
 #include "io/crc16.h"
-#include "records/handle_text.h"
 #include "io/record_field.h"
+#include "records/handle_text.h"
 
 #include <cstdlib>
 #include <cstring>

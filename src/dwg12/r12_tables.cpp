@@ -2,8 +2,8 @@
 
 #include "fonts/shape_table.h"
 #include "interface/base_drawing.h"
-#include "io/drawing_file.h"
 #include "io/byte_order.h"
+#include "io/drawing_file.h"
 #include "io/record_field.h"
 
 #include <cctype>

@@ -6,8 +6,8 @@
 #include "dxf/dxf_numbers.h"
 #include "dxf/dxf_stream.h"
 #include "dxf/r12_dxf_layout.h"
-#include "records/heap_text.h"
 #include "io/record_field.h"
+#include "records/heap_text.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -3,8 +3,8 @@
 #include "dwg12/r12_header.h"
 #include "dxf/dxf_stream.h"
 #include "io/drawing_file.h"
-#include "records/header_vars.h"
 #include "io/record_field.h"
+#include "records/header_vars.h"
 
 #include <cstddef>
 #include <cstdlib>
