@@ -108,6 +108,21 @@ constexpr uint8_t kR12ExtHasSpace = 0x04;
 // The line type index that stands for BYBLOCK in a frame.
 constexpr int16_t kR12ByBlockLtype = 0x7FFE;
 
+// Whether a frame holds the field `f`, by its presence rule and the head's option bytes.
+inline bool R12FieldIsPresent(const R12EntityField &f, uint8_t options_1, uint8_t options_2) {
+    switch (f.when) {
+    case R12When::kAlways:
+        return true;
+    case R12When::kOptions1:
+        return (options_1 & f.bit) != 0;
+    case R12When::kOptions2:
+        return (options_2 & f.bit) != 0;
+    case R12When::kOptions2Zero:
+        return options_2 == 0;
+    }
+    return true;
+}
+
 // A cursor over a frame body: every read is tested against the body's size, and a read
 // that would pass the end fails, leaves the value alone and marks the cursor as failed.
 struct R12BodyReader : ByteReader {

@@ -228,22 +228,8 @@ bool CR12Entity::DecodeFields(const uint8_t head[8], R12BodyReader &body, bool t
     }
     for (size_t i = 0; i < layout->count; ++i) {
         const R12EntityField &f = layout->fields[i];
-        switch (f.when) {
-        case R12When::kAlways:
-            break;
-        case R12When::kOptions1:
-            if (!(options_1 & f.bit))
-                continue;
-            break;
-        case R12When::kOptions2:
-            if (!(options_2 & f.bit))
-                continue;
-            break;
-        case R12When::kOptions2Zero:
-            if (options_2 != 0)
-                continue;
-            break;
-        }
+        if (!R12FieldIsPresent(f, options_1, options_2))
+            continue;
         const int32_t base = f.base == kR12NoBase ? 0 : bases[f.base];
         double x = 0.0, y = 0.0, z = 0.0;
         switch (f.value) {
