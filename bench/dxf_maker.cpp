@@ -6,7 +6,7 @@
 #include "dxf_maker.h"
 
 #include "dxf/dxf_stream.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 
 #include <cstdint>
 #include <cstdio>

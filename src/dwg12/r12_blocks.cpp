@@ -3,7 +3,8 @@
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_entity_layout.h"
 
-#include "interface/drawing_file.h"
+#include "io/byte_order.h"
+#include "io/drawing_file.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -232,7 +233,8 @@ void CR12Drawing::HandOutViewportHeaders() {
         const uint8_t *raw = R12VxRaw(headers.At(i));
         if (!raw || raw[0] == 0 || (raw[0] & kR12DeletedFlag))
             continue;
-        const uint16_t value = static_cast<uint16_t>(raw[39] | raw[40] << 8);
+        uint16_t value = 0;
+        ReadValueAt(raw, size_t(R12RecordSize(kR12VxHeaders)), 39, value);
         if (CDB_ENTITY *record = viewport->GetData())
             record->viewport.vx_index = static_cast<int16_t>(value != 0 ? value : count);
         viewport = viewport->next;

@@ -1,6 +1,7 @@
 #include "dwg12/r12_drawing.h"
 
-#include "interface/drawing_file.h"
+#include "io/byte_order.h"
+#include "io/drawing_file.h"
 #include "records/eed_cursor.h"
 #include "records/header_vars.h"
 
@@ -122,7 +123,8 @@ int CR12Drawing::LoadTables() {
         // has not been read yet at this point: decode it for the purpose.
         std::unique_ptr<CR12Header> scratch;
         if (t == kR12Vports) {
-            int16_t count = static_cast<int16_t>(descriptor[4] | (descriptor[5] << 8));
+            int16_t count = 0;
+            ReadValueAt(descriptor, kDescriptorSize, 4, count);
             if (count == 0) {
                 scratch = std::make_unique<CR12Header>();
                 std::vector<uint8_t> block(CR12Header::kBlockSize, 0);

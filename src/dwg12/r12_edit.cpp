@@ -6,6 +6,7 @@
 // Modify replaces the object, Delete takes it out of its list and keeps it aside.
 #include "dwg12/r12_drawing.h"
 
+#include "io/record_field.h"
 #include "records/header_vars.h"
 #include "records/heap_text.h"
 
@@ -147,15 +148,6 @@ size_t HeaderTextRoomOf(size_t offset) {
         if (block.offset == offset)
             return block.room;
     return 0;
-}
-
-template <typename T> T LoadField(const CDB_HEADER_type &header, size_t offset) {
-    T value;
-    std::memcpy(&value, reinterpret_cast<const uint8_t *>(&header) + offset, sizeof value);
-    return value;
-}
-template <typename T> void StoreField(CDB_HEADER_type &header, size_t offset, T value) {
-    std::memcpy(reinterpret_cast<uint8_t *>(&header) + offset, &value, sizeof value);
 }
 
 // Copies `text` into `block` of `room` bytes, cut to fit; a null text empties the block.
@@ -521,11 +513,11 @@ short CR12Drawing::SetAllVariables(CDB_HEADER_type *source) {
     std::memcpy(static_cast<void *>(&taken), source, sizeof taken);
     header.vars = taken;
     for (const HeaderTextBlock &block : kHeaderTextBlocks) {
-        char *own = LoadField<char *>(before, block.offset);
-        StoreField(header.vars, block.offset, own);
-        CopyIntoBlock(own, block.room, LoadField<const char *>(taken, block.offset));
+        char *own = LoadField<char *>(&before, block.offset);
+        StoreField(&header.vars, block.offset, own);
+        CopyIntoBlock(own, block.room, LoadField<const char *>(&taken, block.offset));
     }
     for (size_t offset : kHeaderHandles)
-        StoreField(header.vars, offset, LoadField<char *>(before, offset));
+        StoreField(&header.vars, offset, LoadField<char *>(&before, offset));
     return 0;
 }

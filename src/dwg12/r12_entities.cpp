@@ -2,6 +2,9 @@
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_entity_layout.h"
 #include "dwg12/r12_header.h"
+#include "io/byte_order.h"
+#include "io/byte_writer.h"
+#include "io/record_field.h"
 #include "records/entity_kinds.h"
 #include "records/heap_text.h"
 
@@ -184,24 +187,15 @@ struct MviewCursor {
     uint8_t Byte(size_t offset) const { return Fits(offset + 1) ? data[at + offset] : 0; }
     void Skip(size_t n) { at += n; }
     void I16(uint8_t *field) {
-        if (Fits(2)) {
-            const int16_t v =
-                static_cast<int16_t>(uint16_t(data[at]) | uint16_t(data[at + 1]) << 8);
-            std::memcpy(field, &v, sizeof v);
-        }
+        int16_t v = 0;
+        if (ReadValueAt(data, size, at, v))
+            StoreField(field, 0, v);
         at += 2;
     }
     void F64(uint8_t *field, bool degrees) {
-        if (Fits(8)) {
-            uint64_t bits = 0;
-            for (int i = 7; i >= 0; --i)
-                bits = bits << 8 | data[at + size_t(i)];
-            double v;
-            std::memcpy(&v, &bits, sizeof v);
-            if (degrees)
-                v = v * 180.0 / 3.141592653589793;
-            std::memcpy(field, &v, sizeof v);
-        }
+        double v = 0.0;
+        if (ReadValueAt(data, size, at, v))
+            StoreField(field, 0, degrees ? RadiansToDegrees(v) : v);
         at += 8;
     }
 };
@@ -264,8 +258,8 @@ size_t R12UnpackMview(const uint8_t *eed, size_t size, CDB_VIEWPORT_type *viewpo
     if (!layers)
         return end;
     for (size_t i = 0; i < count; ++i) {
-        const uint8_t *p = eed + first + 3 * i + 1;
-        layers[i] = static_cast<int16_t>(uint16_t(p[0]) | uint16_t(p[1]) << 8);
+        layers[i] = 0;
+        ReadValueAt(eed, size, first + 3 * i + 1, layers[i]);
     }
     viewport->frozen_layers = layers;
     viewport->frozen_layer_count = static_cast<int16_t>(count);
@@ -273,21 +267,6 @@ size_t R12UnpackMview(const uint8_t *eed, size_t size, CDB_VIEWPORT_type *viewpo
 }
 
 namespace {
-// Appends little-endian values to a block.
-void PutBytes(std::vector<uint8_t> &out, const void *value, size_t size) {
-    const auto *bytes = static_cast<const uint8_t *>(value);
-    out.insert(out.end(), bytes, bytes + size);
-}
-void PutI16(std::vector<uint8_t> &out, int16_t value) {
-    out.push_back(static_cast<uint8_t>(value & 0xFF));
-    out.push_back(static_cast<uint8_t>((uint16_t(value) >> 8) & 0xFF));
-}
-void PutF64(std::vector<uint8_t> &out, double value) {
-    uint64_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    for (int i = 0; i < 8; ++i)
-        out.push_back(static_cast<uint8_t>(bits >> (8 * i)));
-}
 // The code bytes of the stored form: the group code less 1000.
 constexpr uint8_t kEedText = 0, kEedApp = 1, kEedBrace = 2, kEedLayer = 3, kEedPoint = 10,
                   kEedReal = 40, kEedShort = 70;
@@ -309,39 +288,33 @@ std::vector<uint8_t> R12PackMview(const CDB_VIEWPORT_type &viewport) {
     std::vector<uint8_t> out;
     out.reserve(224 +
                 3 * size_t(viewport.frozen_layer_count > 0 ? viewport.frozen_layer_count : 0));
+    ByteWriter put(out);
     out.push_back(kEedApp);
-    PutI16(out, viewport.eed_version);
+    put.I16(viewport.eed_version);
     const size_t name_length = strnlen(viewport.eed_application, sizeof viewport.eed_application);
     out.push_back(kEedText);
     out.push_back(static_cast<uint8_t>(name_length));
-    PutBytes(out, viewport.eed_application, name_length);
+    put.Bytes(viewport.eed_application, name_length);
     out.push_back(kEedBrace);
     out.push_back(0);
     out.push_back(kEedShort);
-    PutI16(out, viewport.data_version);
+    put.I16(viewport.data_version);
     for (const MviewValue &value : kMviewValues) {
         out.push_back(MviewCode(value.kind));
         const uint8_t *field = base + value.offset;
-        double v = 0.0;
-        int16_t i = 0;
         switch (value.kind) {
         case MviewKind::kI16:
-            std::memcpy(&i, field, sizeof i);
-            PutI16(out, i);
+            put.I16(LoadField<int16_t>(field, 0));
             break;
         case MviewKind::kF64:
-            std::memcpy(&v, field, sizeof v);
-            PutF64(out, v);
+            put.F64(LoadField<double>(field, 0));
             break;
         case MviewKind::kAngle:
-            std::memcpy(&v, field, sizeof v);
-            PutF64(out, R12AngleToFile(v));
+            put.F64(R12AngleToFile(LoadField<double>(field, 0)));
             break;
         case MviewKind::kPoint3:
-            for (int axis = 0; axis < 3; ++axis) {
-                std::memcpy(&v, field + 8 * axis, sizeof v);
-                PutF64(out, v);
-            }
+            for (int axis = 0; axis < 3; ++axis)
+                put.F64(LoadField<double>(field, 8 * size_t(axis)));
             break;
         }
     }
@@ -349,7 +322,7 @@ std::vector<uint8_t> R12PackMview(const CDB_VIEWPORT_type &viewport) {
     out.push_back(0);
     for (int16_t n = 0; viewport.frozen_layers && n < viewport.frozen_layer_count; ++n) {
         out.push_back(kEedLayer);
-        PutI16(out, viewport.frozen_layers[n]);
+        put.I16(viewport.frozen_layers[n]);
     }
     out.push_back(kEedBrace);
     out.push_back(1);

@@ -1,6 +1,7 @@
 // Entities taking a public record in, for the edit functions.
 #include "dwg12/r12_entities.h"
 #include "dwg12/r12_entity_layout.h"
+#include "io/record_field.h"
 #include "records/entity_kinds.h"
 #include "records/heap_text.h"
 

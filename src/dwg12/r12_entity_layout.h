@@ -13,6 +13,7 @@
 #ifndef VELKO_R12_ENTITY_LAYOUT_H
 #define VELKO_R12_ENTITY_LAYOUT_H
 
+#include "io/byte_reader.h"
 #include "velkow32.h"
 
 #include <cstddef>
@@ -133,66 +134,25 @@ constexpr uint8_t kR12ExtHasSpace = 0x04;
 // The line type index that stands for BYBLOCK in a frame.
 constexpr int16_t kR12ByBlockLtype = 0x7FFE;
 
+// Whether a frame holds the field `f`, by its presence rule and the head's option bytes.
+inline bool R12FieldIsPresent(const R12EntityField &f, uint8_t options_1, uint8_t options_2) {
+    switch (f.when) {
+    case R12When::kAlways:
+        return true;
+    case R12When::kOptions1:
+        return (options_1 & f.bit) != 0;
+    case R12When::kOptions2:
+        return (options_2 & f.bit) != 0;
+    case R12When::kOptions2Zero:
+        return options_2 == 0;
+    }
+    return true;
+}
+
 // A cursor over a frame body: every read is tested against the body's size, and a read
 // that would pass the end fails, leaves the value alone and marks the cursor as failed.
-struct R12BodyReader {
-    const uint8_t *data;
-    size_t size;
-    size_t at = 0;
-    bool failed = false;
-
-    R12BodyReader(const uint8_t *bytes, size_t length) : data(bytes), size(length) {}
-
-    bool Has(size_t n) {
-        if (!failed && n <= size - at)
-            return true;
-        failed = true;
-        return false;
-    }
-    bool U8(uint8_t &v) {
-        if (!Has(1))
-            return false;
-        v = data[at++];
-        return true;
-    }
-    bool I16(int16_t &v) {
-        if (!Has(2))
-            return false;
-        v = static_cast<int16_t>(uint16_t(data[at]) | uint16_t(data[at + 1]) << 8);
-        at += 2;
-        return true;
-    }
-    bool U16(uint16_t &v) {
-        if (!Has(2))
-            return false;
-        v = static_cast<uint16_t>(uint16_t(data[at]) | uint16_t(data[at + 1]) << 8);
-        at += 2;
-        return true;
-    }
-    bool I32(int32_t &v) {
-        if (!Has(4))
-            return false;
-        v = static_cast<int32_t>(uint32_t(data[at]) | uint32_t(data[at + 1]) << 8 |
-                                 uint32_t(data[at + 2]) << 16 | uint32_t(data[at + 3]) << 24);
-        at += 4;
-        return true;
-    }
-    bool F64(double &v) {
-        if (!Has(8))
-            return false;
-        uint64_t bits = 0;
-        for (int i = 7; i >= 0; --i)
-            bits = bits << 8 | data[at + size_t(i)];
-        std::memcpy(&v, &bits, sizeof v);
-        at += 8;
-        return true;
-    }
-    bool Skip(size_t n) {
-        if (!Has(n))
-            return false;
-        at += n;
-        return true;
-    }
+struct R12BodyReader : ByteReader {
+    using ByteReader::ByteReader;
 };
 
 #endif

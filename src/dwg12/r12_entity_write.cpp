@@ -9,7 +9,10 @@
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_entity_layout.h"
 #include "dwg12/r12_header.h"
-#include "dwg13/crc16.h"
+#include "io/byte_order.h"
+#include "io/byte_writer.h"
+#include "io/crc16.h"
+#include "io/record_field.h"
 #include "records/handle_text.h"
 
 #include <cstdlib>
@@ -23,12 +26,6 @@ constexpr size_t kMaxFrameSize = 32767;
 constexpr size_t kMaxHandleBytes = 255;
 constexpr size_t kCrcSize = 2;
 
-template <typename T> inline T Get(const CDB_ENTITY *record, size_t offset) {
-    T value;
-    std::memcpy(&value, reinterpret_cast<const uint8_t *>(record) + offset, sizeof value);
-    return value;
-}
-
 inline bool SameBits(double a, double b) {
     return std::memcmp(&a, &b, sizeof a) == 0;
 }
@@ -37,32 +34,11 @@ inline bool IsPositiveZero(double v) {
     return SameBits(v, 0.0);
 }
 
-// Appends little-endian values to a frame. The vector keeps its capacity from one frame to
-// the next, so a save allocates only while its frames grow.
-class FrameWriter {
+// Appends little-endian values to a frame, and the frame's texts. The vector keeps its
+// capacity from one frame to the next, so a save allocates only while its frames grow.
+class FrameWriter : public ByteWriter {
 public:
-    explicit FrameWriter(std::vector<uint8_t> &out) : out_(out) {}
-    void U8(uint8_t v) { out_.push_back(v); }
-    void I16(int16_t v) {
-        const uint16_t u = static_cast<uint16_t>(v);
-        out_.push_back(static_cast<uint8_t>(u & 0xFF));
-        out_.push_back(static_cast<uint8_t>(u >> 8));
-    }
-    void I32(int32_t v) {
-        const uint32_t u = static_cast<uint32_t>(v);
-        for (int i = 0; i < 4; ++i)
-            out_.push_back(static_cast<uint8_t>(u >> (8 * i)));
-    }
-    void F64(double v) {
-        uint64_t bits;
-        std::memcpy(&bits, &v, sizeof bits);
-        for (int i = 0; i < 8; ++i)
-            out_.push_back(static_cast<uint8_t>(bits >> (8 * i)));
-    }
-    void Bytes(const void *data, size_t n) {
-        const auto *p = static_cast<const uint8_t *>(data);
-        out_.insert(out_.end(), p, p + n);
-    }
+    using ByteWriter::ByteWriter;
     // A text of the frame: i16 length and the characters. False when it is too long for
     // a frame.
     bool Text(const char *text) {
@@ -73,9 +49,6 @@ public:
         Bytes(text, n);
         return true;
     }
-
-private:
-    std::vector<uint8_t> &out_;
 };
 
 // The handle's hexadecimal text as the frame keeps it, most significant byte first, in the
@@ -139,6 +112,113 @@ size_t DoublesOf(R12Value value) {
     }
 }
 
+// Whether an optional field is written: its value differs from what the reader leaves
+// when the field is absent.
+bool DiffersFromAbsent(const CDB_ENTITY *record, const R12EntityLayout &layout, int32_t object_i32,
+                       const R12EntityField &f) {
+    switch (f.value) {
+    case R12Value::kU8:
+    case R12Value::kI16:
+        return LoadField<int16_t>(record, f.offset) != 0;
+    case R12Value::kU8Byte:
+        return LoadField<uint8_t>(record, f.offset) != 0;
+    case R12Value::kI32:
+        return object_i32 != 0;
+    case R12Value::kText: {
+        // An empty text reads back as no text at all.
+        const char *text = LoadField<char *>(record, f.offset);
+        return text != nullptr && text[0] != 0;
+    }
+    case R12Value::kNameText: {
+        // A stored empty name reads back as an empty string, an absent one as null;
+        // the xref path of a block start is an empty string in both cases.
+        const char *text = LoadField<char *>(record, f.offset);
+        if (!text)
+            return false;
+        const bool never_null = (layout.rules & kR12XrefPathNeverNull) &&
+                                f.offset == offsetof(CDB_ENTITY, block.xref_path);
+        return !never_null || text[0] != 0;
+    }
+    case R12Value::kFlag80:
+        return false;
+    default:
+        for (size_t i = 0; i < DoublesOf(f.value); ++i) {
+            const size_t at = f.offset + 8 * i;
+            if (!SameBits(LoadField<double>(record, at), AbsentDouble(layout, at)))
+                return true;
+        }
+        return false;
+    }
+}
+
+// The presence bits of a record's kind fields and the frame flags they set.
+struct KindFieldBits {
+    uint8_t flags = 0;
+    uint8_t options_1 = 0;
+    uint8_t options_2 = 0;
+    bool flat = true; // every z of the kind's xy[z] points is +0.0
+};
+
+KindFieldBits FieldBitsOf(const CDB_ENTITY *record, const R12EntityLayout &layout,
+                          int32_t object_i32) {
+    KindFieldBits bits;
+    for (size_t i = 0; i < layout.count; ++i) {
+        const R12EntityField &f = layout.fields[i];
+        if (f.value == R12Value::kFlag80 && LoadField<int16_t>(record, f.offset) != 0)
+            bits.flags |= kR12FollowsBit;
+        if (f.value == R12Value::kXYz && !IsPositiveZero(LoadField<double>(record, f.offset + 16)))
+            bits.flat = false;
+        if (f.when == R12When::kOptions1 && DiffersFromAbsent(record, layout, object_i32, f))
+            bits.options_1 |= f.bit;
+        else if (f.when == R12When::kOptions2 && DiffersFromAbsent(record, layout, object_i32, f))
+            bits.options_2 |= f.bit;
+    }
+    return bits;
+}
+
+// Writes the value of the kind's field `f`; `base` is the drawing base of an index,
+// `three_d` whether xy[z] points carry their z. False when a text is too long for a frame.
+bool WriteField(FrameWriter &out, const CDB_ENTITY *record, const R12EntityField &f, int32_t base,
+                bool three_d, int32_t object_i32) {
+    switch (f.value) {
+    case R12Value::kF64:
+        out.F64(LoadField<double>(record, f.offset));
+        break;
+    case R12Value::kAngle:
+        out.F64(R12AngleToFile(LoadField<double>(record, f.offset)));
+        break;
+    case R12Value::kXY:
+    case R12Value::kXY0:
+    case R12Value::kXYZ:
+    case R12Value::kXYz:
+        out.F64(LoadField<double>(record, f.offset));
+        out.F64(LoadField<double>(record, f.offset + 8));
+        if (f.value == R12Value::kXYZ || (f.value == R12Value::kXYz && three_d))
+            out.F64(LoadField<double>(record, f.offset + 16));
+        break;
+    case R12Value::kU8:
+        out.U8(static_cast<uint8_t>((LoadField<int16_t>(record, f.offset) - base) & 0xFF));
+        break;
+    case R12Value::kU8Byte:
+        out.U8(LoadField<uint8_t>(record, f.offset));
+        break;
+    case R12Value::kI16:
+        out.I16(static_cast<int16_t>(LoadField<int16_t>(record, f.offset) - base));
+        break;
+    case R12Value::kI32:
+        out.I32(object_i32);
+        break;
+    case R12Value::kText:
+    case R12Value::kNameText:
+        if (!out.Text(LoadField<char *>(record, f.offset)))
+            return false;
+        break;
+    case R12Value::kFlag80:
+        break; // in the flags
+    }
+    return true;
+}
+
 } // namespace
 
 // ---- The extended data a frame carries --------------------------------------------------
@@ -187,60 +267,12 @@ int CR12Entity::EncodeDWG(std::vector<uint8_t> &frame) {
         bases = kNoBases;
     const int32_t object_i32 = ObjectI32();
 
-    // Whether an optional field is written: its value differs from what the reader leaves
-    // when the field is absent.
-    auto differs_from_absent = [&](const R12EntityField &f) {
-        switch (f.value) {
-        case R12Value::kU8:
-        case R12Value::kI16:
-            return Get<int16_t>(record, f.offset) != 0;
-        case R12Value::kU8Byte:
-            return Get<uint8_t>(record, f.offset) != 0;
-        case R12Value::kI32:
-            return object_i32 != 0;
-        case R12Value::kText: {
-            // An empty text reads back as no text at all.
-            const char *text = Get<char *>(record, f.offset);
-            return text != nullptr && text[0] != 0;
-        }
-        case R12Value::kNameText: {
-            // A stored empty name reads back as an empty string, an absent one as null;
-            // the xref path of a block start is an empty string in both cases.
-            const char *text = Get<char *>(record, f.offset);
-            if (!text)
-                return false;
-            const bool never_null = (layout->rules & kR12XrefPathNeverNull) &&
-                                    f.offset == offsetof(CDB_ENTITY, block.xref_path);
-            return !never_null || text[0] != 0;
-        }
-        case R12Value::kFlag80:
-            return false;
-        default:
-            for (size_t i = 0; i < DoublesOf(f.value); ++i) {
-                const size_t at = f.offset + 8 * i;
-                if (!SameBits(Get<double>(record, at), AbsentDouble(*layout, at)))
-                    return true;
-            }
-            return false;
-        }
-    };
-
     // Presence bits of the kind's fields, and the flags they set.
-    uint8_t flags = 0;
-    uint8_t options_1 = 0;
-    uint8_t options_2 = 0;
-    bool flat = true; // every z of the kind's xy[z] points is +0.0
-    for (size_t i = 0; i < layout->count; ++i) {
-        const R12EntityField &f = layout->fields[i];
-        if (f.value == R12Value::kFlag80 && Get<int16_t>(record, f.offset) != 0)
-            flags |= kR12FollowsBit;
-        if (f.value == R12Value::kXYz && !IsPositiveZero(Get<double>(record, f.offset + 16)))
-            flat = false;
-        if (f.when == R12When::kOptions1 && differs_from_absent(f))
-            options_1 |= f.bit;
-        else if (f.when == R12When::kOptions2 && differs_from_absent(f))
-            options_2 |= f.bit;
-    }
+    const KindFieldBits bits = FieldBitsOf(record, *layout, object_i32);
+    uint8_t flags = bits.flags;
+    const uint8_t options_1 = bits.options_1;
+    const uint8_t options_2 = bits.options_2;
+    const bool flat = bits.flat;
 
     // The common part. For kinds 1, 2, 21 and 22 flags bit 0x04 marks two-dimensional
     // coordinates and no elevation is stored; for the others it announces the elevation.
@@ -312,59 +344,11 @@ int CR12Entity::EncodeDWG(std::vector<uint8_t> &frame) {
     // The kind's fields, in the order of the layout.
     for (size_t i = 0; i < layout->count; ++i) {
         const R12EntityField &f = layout->fields[i];
-        bool present = true;
-        switch (f.when) {
-        case R12When::kAlways:
-            break;
-        case R12When::kOptions1:
-            present = (options_1 & f.bit) != 0;
-            break;
-        case R12When::kOptions2:
-            present = (options_2 & f.bit) != 0;
-            break;
-        case R12When::kOptions2Zero:
-            present = options_2 == 0;
-            break;
-        }
-        if (!present)
+        if (!R12FieldIsPresent(f, options_1, options_2))
             continue;
         const int32_t base = f.base == kR12NoBase ? 0 : bases[f.base];
-        switch (f.value) {
-        case R12Value::kF64:
-            out.F64(Get<double>(record, f.offset));
-            break;
-        case R12Value::kAngle:
-            out.F64(R12AngleToFile(Get<double>(record, f.offset)));
-            break;
-        case R12Value::kXY:
-        case R12Value::kXY0:
-        case R12Value::kXYZ:
-        case R12Value::kXYz:
-            out.F64(Get<double>(record, f.offset));
-            out.F64(Get<double>(record, f.offset + 8));
-            if (f.value == R12Value::kXYZ || (f.value == R12Value::kXYz && three_d))
-                out.F64(Get<double>(record, f.offset + 16));
-            break;
-        case R12Value::kU8:
-            out.U8(static_cast<uint8_t>((Get<int16_t>(record, f.offset) - base) & 0xFF));
-            break;
-        case R12Value::kU8Byte:
-            out.U8(Get<uint8_t>(record, f.offset));
-            break;
-        case R12Value::kI16:
-            out.I16(static_cast<int16_t>(Get<int16_t>(record, f.offset) - base));
-            break;
-        case R12Value::kI32:
-            out.I32(object_i32);
-            break;
-        case R12Value::kText:
-        case R12Value::kNameText:
-            if (!out.Text(Get<char *>(record, f.offset)))
-                return frame.clear(), 0;
-            break;
-        case R12Value::kFlag80:
-            break; // in the flags
-        }
+        if (!WriteField(out, record, f, base, three_d, object_i32))
+            return frame.clear(), 0;
     }
 
     // The frame's format knows a rule for extended data of an odd size: "the block adds
@@ -374,10 +358,7 @@ int CR12Entity::EncodeDWG(std::vector<uint8_t> &frame) {
     const size_t length = frame.size() + kCrcSize;
     if (length > kMaxFrameSize)
         return frame.clear(), 0;
-    frame[2] = static_cast<uint8_t>(length & 0xFF);
-    frame[3] = static_cast<uint8_t>(length >> 8);
-    const uint16_t crc = DwgCrc(frame.data(), frame.size());
-    out.U8(static_cast<uint8_t>(crc & 0xFF));
-    out.U8(static_cast<uint8_t>(crc >> 8));
+    out.WriteAt(2, static_cast<uint16_t>(length));
+    out.U16(DwgCrc(frame.data(), frame.size()));
     return 1;
 }

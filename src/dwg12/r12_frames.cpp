@@ -3,7 +3,10 @@
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_entity_layout.h"
 
-#include "interface/drawing_file.h"
+#include "io/byte_order.h"
+#include "io/drawing_file.h"
+#include "io/record_field.h"
+#include "records/angles.h"
 #include "records/handle_text.h"
 
 #include <cstdint>
@@ -13,11 +16,12 @@
 
 namespace {
 
-inline int16_t HeadI16(const uint8_t *p) {
-    return static_cast<int16_t>(uint16_t(p[0]) | uint16_t(p[1]) << 8);
-}
-inline uint32_t HeadU32(const uint8_t *p) {
-    return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24;
+// A value of the 8-byte frame head: the length (i16 at 2), the layer (i16 at 4), a jump's
+// target (i16 or u32 at 4).
+template <typename T> inline T FrameHead(const uint8_t *head, size_t offset) {
+    T value = 0;
+    ReadValueAt(head, kR12FrameHeadSize, offset, value);
+    return value;
 }
 
 // Positions beyond what a file position can hold become the largest one: a read there
@@ -28,16 +32,6 @@ inline int32_t ClampPosition(int64_t position) {
     if (position < INT32_MIN)
         return INT32_MIN;
     return static_cast<int32_t>(position);
-}
-
-// The record's fields are unaligned: values go in and out through memcpy.
-template <typename T> inline void Put(CDB_ENTITY *record, size_t offset, T value) {
-    std::memcpy(reinterpret_cast<uint8_t *>(record) + offset, &value, sizeof value);
-}
-template <typename T> inline T Get(const CDB_ENTITY *record, size_t offset) {
-    T value;
-    std::memcpy(&value, reinterpret_cast<const uint8_t *>(record) + offset, sizeof value);
-    return value;
 }
 
 // A text of the frame: i16 length n and n bytes, to a new zero-filled block of n + 1
@@ -57,9 +51,17 @@ bool ReadFrameText(R12BodyReader &body, bool never_null, char *&text) {
         return false;
     text = static_cast<char *>(std::calloc(size_t(length) + 1, 1));
     if (text)
-        std::memcpy(text, body.data + body.at, size_t(length));
-    body.at += size_t(length);
+        std::memcpy(text, body.Here(), size_t(length));
+    body.Skip(size_t(length));
     return true;
+}
+
+// The trailer's position at `offset` (a u32), 0 without a file.
+uint32_t TrailerPosition(const CDrawingFile *file, size_t offset) {
+    uint32_t value = 0;
+    if (file)
+        ReadValueAt(file->trailer, sizeof file->trailer, offset, value);
+    return value;
 }
 
 } // namespace
@@ -67,16 +69,16 @@ bool ReadFrameText(R12BodyReader &body, bool never_null, char *&text) {
 // ---- Trailer positions ------------------------------------------------------------------
 
 uint32_t CR12Drawing::EntitiesStart() const {
-    return file ? HeadU32(file->trailer + 0) : 0;
+    return TrailerPosition(file.get(), 0);
 }
 uint32_t CR12Drawing::EntitiesEnd() const {
-    return file ? HeadU32(file->trailer + 4) : 0;
+    return TrailerPosition(file.get(), 4);
 }
 uint32_t CR12Drawing::BlocksStart() const {
-    return file ? HeadU32(file->trailer + 8) : 0;
+    return TrailerPosition(file.get(), 8);
 }
 uint32_t CR12Drawing::ExtraStart() const {
-    return file ? HeadU32(file->trailer + 12) : 0;
+    return TrailerPosition(file.get(), 12);
 }
 
 void CR12Drawing::ArmFrameBudget(int64_t extra) {
@@ -106,7 +108,7 @@ uint8_t *CR12Drawing::ReadFrame(uint8_t header[8], bool peek, int wanted, short 
         if (!file->Read(header, kR12FrameHeadSize) || file->GetPosition() - p != 8)
             return nullptr;
         last = header[0];
-        const int32_t body_size = int32_t(HeadI16(header + 2)) - 8;
+        const int32_t body_size = int32_t(FrameHead<int16_t>(header, 2)) - 8;
         if (last & kR12ErasedBit) {
             // An erased entity: stepped over by its length.
             if (body_size < 0)
@@ -114,8 +116,8 @@ uint8_t *CR12Drawing::ReadFrame(uint8_t header[8], bool peek, int wanted, short 
             file->SetPosition(body_size, 1);
         } else if (last == kR12JumpCode) {
             // A jump: relative to the extra area, or to an absolute position.
-            const int64_t target = (header[7] & 0x80) ? extra_start + HeadI16(header + 4)
-                                                      : int64_t(HeadU32(header + 4));
+            const int64_t target = (header[7] & 0x80) ? extra_start + FrameHead<int16_t>(header, 4)
+                                                      : int64_t(FrameHead<uint32_t>(header, 4));
             file->SetPosition(ClampPosition(target), 0);
         }
     }
@@ -128,7 +130,7 @@ uint8_t *CR12Drawing::ReadFrame(uint8_t header[8], bool peek, int wanted, short 
         file->SetPosition(-8, 1);
         return nullptr;
     }
-    const int32_t body_size = int32_t(HeadI16(header + 2)) - 8;
+    const int32_t body_size = int32_t(FrameHead<int16_t>(header, 2)) - 8;
     const int64_t remaining = int64_t(file->Length()) - file->GetPosition();
     if (body_size < 0 || body_size > remaining)
         return nullptr;
@@ -165,13 +167,13 @@ bool CR12Entity::DecodeCommon(const uint8_t head[8], R12BodyReader &body, bool &
         if (!drawing->ViewFlag() || kind == CDB_VIEWPORT) {
             auto *block = static_cast<uint8_t *>(std::calloc(size_t(size) + 1, 1));
             if (block) {
-                std::memcpy(block, body.data + body.at, size);
+                std::memcpy(block, body.Here(), size);
                 std::free(record->eed_data);
                 record->eed_data = block;
                 record->eed_size = size;
             }
         }
-        body.at += size;
+        body.Skip(size);
     }
     if ((flags & kR12HasColor) && !body.U8(color))
         return false;
@@ -185,8 +187,8 @@ bool CR12Entity::DecodeCommon(const uint8_t head[8], R12BodyReader &body, bool &
         uint8_t length = 0;
         if (!body.U8(length) || !body.Has(length))
             return false;
-        const std::string text = HandleBytesToText(body.data + body.at, length);
-        body.at += length;
+        const std::string text = HandleBytesToText(body.Here(), length);
+        body.Skip(length);
         char *handle = static_cast<char *>(std::malloc(text.size() + 1));
         if (handle)
             std::memcpy(handle, text.c_str(), text.size() + 1);
@@ -204,7 +206,7 @@ bool CR12Entity::DecodeCommon(const uint8_t head[8], R12BodyReader &body, bool &
     record->color = (flags & kR12HasColor) ? int16_t(color) : int16_t(-1);
     record->elevation = elevation;
     record->space = space;
-    record->layer_index = static_cast<int16_t>(HeadI16(head + 4) + bases[1]);
+    record->layer_index = static_cast<int16_t>(FrameHead<int16_t>(head, 4) + bases[1]);
     record->line_type_index =
         ltype == kR12ByBlockLtype ? int16_t(-2) : static_cast<int16_t>(ltype + bases[2]);
     three_d = flat_kind && !(flags & kR12FlatOrElevation);
@@ -226,34 +228,20 @@ bool CR12Entity::DecodeFields(const uint8_t head[8], R12BodyReader &body, bool t
     }
     for (size_t i = 0; i < layout->count; ++i) {
         const R12EntityField &f = layout->fields[i];
-        switch (f.when) {
-        case R12When::kAlways:
-            break;
-        case R12When::kOptions1:
-            if (!(options_1 & f.bit))
-                continue;
-            break;
-        case R12When::kOptions2:
-            if (!(options_2 & f.bit))
-                continue;
-            break;
-        case R12When::kOptions2Zero:
-            if (options_2 != 0)
-                continue;
-            break;
-        }
+        if (!R12FieldIsPresent(f, options_1, options_2))
+            continue;
         const int32_t base = f.base == kR12NoBase ? 0 : bases[f.base];
         double x = 0.0, y = 0.0, z = 0.0;
         switch (f.value) {
         case R12Value::kF64:
             if (!body.F64(x))
                 return false;
-            Put(record, f.offset, x);
+            StoreField(record, f.offset, x);
             break;
         case R12Value::kAngle:
             if (!body.F64(x))
                 return false;
-            Put(record, f.offset, x * 180.0 / 3.141592653589793);
+            StoreField(record, f.offset, RadiansToDegrees(x));
             break;
         case R12Value::kXY:
         case R12Value::kXY0:
@@ -265,10 +253,10 @@ bool CR12Entity::DecodeFields(const uint8_t head[8], R12BodyReader &body, bool t
                 if (!body.F64(z))
                     return false;
             }
-            Put(record, f.offset, x);
-            Put(record, f.offset + 8, y);
+            StoreField(record, f.offset, x);
+            StoreField(record, f.offset + 8, y);
             if (f.value != R12Value::kXY)
-                Put(record, f.offset + 16, z);
+                StoreField(record, f.offset + 16, z);
             if (f.offset == layout->z_point)
                 z_point_read = true;
             break;
@@ -276,21 +264,21 @@ bool CR12Entity::DecodeFields(const uint8_t head[8], R12BodyReader &body, bool t
             uint8_t v = 0;
             if (!body.U8(v))
                 return false;
-            Put(record, f.offset, static_cast<int16_t>(v + base));
+            StoreField(record, f.offset, static_cast<int16_t>(v + base));
             break;
         }
         case R12Value::kU8Byte: {
             uint8_t v = 0;
             if (!body.U8(v))
                 return false;
-            Put(record, f.offset, v);
+            StoreField(record, f.offset, v);
             break;
         }
         case R12Value::kI16: {
             int16_t v = 0;
             if (!body.I16(v))
                 return false;
-            Put(record, f.offset, static_cast<int16_t>(v + base));
+            StoreField(record, f.offset, static_cast<int16_t>(v + base));
             break;
         }
         case R12Value::kI32: {
@@ -305,19 +293,19 @@ bool CR12Entity::DecodeFields(const uint8_t head[8], R12BodyReader &body, bool t
             char *text = nullptr;
             if (!ReadFrameText(body, f.value == R12Value::kNameText, text))
                 return false;
-            std::free(Get<char *>(record, f.offset));
-            Put(record, f.offset, text);
+            std::free(LoadField<char *>(record, f.offset));
+            StoreField(record, f.offset, text);
             break;
         }
         case R12Value::kFlag80:
-            Put(record, f.offset, static_cast<int16_t>((flags & kR12FollowsBit) ? 1 : 0));
+            StoreField(record, f.offset, static_cast<int16_t>((flags & kR12FollowsBit) ? 1 : 0));
             break;
         }
     }
 
     if ((rules & kR12ZeroZTakesElevation) && z_point_read &&
-        Get<double>(record, layout->z_point + 16) == 0.0)
-        Put(record, layout->z_point + 16, record->elevation);
+        LoadField<double>(record, layout->z_point + 16) == 0.0)
+        StoreField(record, layout->z_point + 16, record->elevation);
     if (rules & kR12OriginIsElevation) {
         record->polyline.origin.x = 0.0;
         record->polyline.origin.y = 0.0;
@@ -339,7 +327,7 @@ short CR12Entity::ReadByLayout(uint8_t &next_code) {
     const uint8_t *bytes = drawing->ReadFrame(head, false, layout->code, status);
     if (status != 1 || !bytes)
         return status == 1 ? short(0) : status;
-    const int32_t length = HeadI16(head + 2);
+    const int32_t length = FrameHead<int16_t>(head, 2);
     file_position = drawing->File()->GetPosition() - length;
     R12BodyReader body(bytes, size_t(length) - 8);
     bool three_d = false;

@@ -1,5 +1,7 @@
 #include "dwg12/r12_header.h"
 
+#include "io/byte_order.h"
+#include "io/record_field.h"
 #include "records/handle_text.h"
 #include "records/header_vars.h"
 
@@ -229,9 +231,7 @@ static_assert(CR12Header::kDescriptorCopiesAt + CR12Header::kDescriptorCopiesSiz
 // The record's text field at `offset`: the pointer stored there (the record is packed, so
 // the pointer may be unaligned).
 char *TextField(const CDB_HEADER_type &vars, uint16_t offset) {
-    char *text = nullptr;
-    std::memcpy(&text, reinterpret_cast<const uint8_t *>(&vars) + offset, sizeof(text));
-    return text;
+    return LoadField<char *>(&vars, offset);
 }
 
 // Copies at most `count` bytes, stopping at a zero byte, into `dest[0 .. room)`, and keeps
@@ -265,70 +265,56 @@ void PutBoundedText(uint8_t *dest, size_t size, const char *text) {
         std::memset(dest + n, 0, size - n);
 }
 
-template <typename T> T LoadRecordField(const uint8_t *record, size_t offset) {
-    T value;
-    std::memcpy(&value, record + offset, sizeof(value));
-    return value;
-}
-
 } // namespace
-
-int16_t R12GetI16(const uint8_t *p) {
-    return static_cast<int16_t>(static_cast<uint16_t>(p[0] | (p[1] << 8)));
-}
-
-uint32_t R12GetU32(const uint8_t *p) {
-    return uint32_t(p[0]) | (uint32_t(p[1]) << 8) | (uint32_t(p[2]) << 16) | (uint32_t(p[3]) << 24);
-}
-
-double R12GetF64(const uint8_t *p) {
-    uint64_t bits = 0;
-    for (int i = 7; i >= 0; --i)
-        bits = (bits << 8) | p[i];
-    double value;
-    std::memcpy(&value, &bits, sizeof(value));
-    return value;
-}
 
 bool R12DecodePlainField(const R12Field &field, const uint8_t *block, size_t block_size,
                          void *record) {
     if (size_t(field.file_offset) + field.size > block_size)
         return false;
-    const uint8_t *src = block + field.file_offset;
-    uint8_t *dest = static_cast<uint8_t *>(record) + field.field_offset;
+    const size_t at = field.file_offset;
+    const size_t to = field.field_offset;
     switch (field.kind) {
     case R12Kind::kI16: {
-        int16_t v = R12GetI16(src);
-        std::memcpy(dest, &v, sizeof(v));
+        int16_t v = 0;
+        ReadValueAt(block, block_size, at, v);
+        StoreField(record, to, v);
         return true;
     }
     case R12Kind::kI8: {
-        int16_t v = static_cast<int8_t>(src[0]);
-        std::memcpy(dest, &v, sizeof(v));
+        int8_t v = 0;
+        ReadValueAt(block, block_size, at, v);
+        StoreField(record, to, int16_t(v));
         return true;
     }
     case R12Kind::kU8: {
-        int16_t v = src[0];
-        std::memcpy(dest, &v, sizeof(v));
+        uint8_t v = 0;
+        ReadValueAt(block, block_size, at, v);
+        StoreField(record, to, int16_t(v));
         return true;
     }
-    case R12Kind::kByte:
-        *dest = src[0];
+    case R12Kind::kByte: {
+        uint8_t v = 0;
+        ReadValueAt(block, block_size, at, v);
+        StoreField(record, to, v);
         return true;
+    }
     case R12Kind::kReal:
         for (size_t i = 0; i + 8 <= field.size; i += 8) {
-            double v = R12GetF64(src + i);
-            std::memcpy(dest + i, &v, sizeof(v));
+            double v = 0.0;
+            ReadValueAt(block, block_size, at + i, v);
+            StoreField(record, to + i, v);
         }
         return true;
     case R12Kind::kAngle: {
-        double v = R12RadiansToDegrees(R12GetF64(src));
-        std::memcpy(dest, &v, sizeof(v));
+        double v = 0.0;
+        ReadValueAt(block, block_size, at, v);
+        StoreField(record, to, RadiansToDegrees(v));
         return true;
     }
     case R12Kind::kU24: {
-        uint32_t v = R12GetU32(src) & 0x00FFFFFFu;
-        std::memcpy(dest, &v, sizeof(v));
+        uint32_t v = 0;
+        ReadValueAt(block, block_size, at, v);
+        StoreField(record, to, v & 0x00FFFFFFu);
         return true;
     }
     default:
@@ -336,36 +322,18 @@ bool R12DecodePlainField(const R12Field &field, const uint8_t *block, size_t blo
     }
 }
 
-void R12PutI16(uint8_t *p, int16_t value) {
-    const uint16_t u = static_cast<uint16_t>(value);
-    p[0] = static_cast<uint8_t>(u & 0xFF);
-    p[1] = static_cast<uint8_t>(u >> 8);
-}
-
-void R12PutU32(uint8_t *p, uint32_t value) {
-    for (int i = 0; i < 4; ++i)
-        p[i] = static_cast<uint8_t>(value >> (8 * i));
-}
-
-void R12PutF64(uint8_t *p, double value) {
-    uint64_t bits;
-    std::memcpy(&bits, &value, sizeof(bits));
-    for (int i = 0; i < 8; ++i)
-        p[i] = static_cast<uint8_t>(bits >> (8 * i));
-}
-
 double R12AngleToFile(double degrees) {
-    const double radians = R12DegreesToRadians(degrees);
-    if (!std::isfinite(radians) || R12RadiansToDegrees(radians) == degrees)
+    const double radians = DegreesToRadians(degrees);
+    if (!std::isfinite(radians) || RadiansToDegrees(radians) == degrees)
         return radians;
     // The conversion to degrees never falls as its argument rises, so a double that maps
     // back onto `degrees` lies on the side that the first miss points to, a few steps away.
-    const bool upward = R12RadiansToDegrees(radians) < degrees;
+    const bool upward = RadiansToDegrees(radians) < degrees;
     const double toward = upward ? HUGE_VAL : -HUGE_VAL;
     double candidate = radians;
     for (int step = 0; step < 8; ++step) {
         candidate = std::nextafter(candidate, toward);
-        const double back = R12RadiansToDegrees(candidate);
+        const double back = RadiansToDegrees(candidate);
         if (back == degrees)
             return candidate;
         if (upward ? back > degrees : back < degrees)
@@ -378,32 +346,34 @@ bool R12EncodePlainField(const R12Field &field, const void *record, uint8_t *blo
                          size_t block_size) {
     if (!record || !block || size_t(field.file_offset) + field.size > block_size)
         return false;
-    const uint8_t *src = static_cast<const uint8_t *>(record);
-    uint8_t *dest = block + field.file_offset;
+    const size_t at = field.file_offset;
+    const size_t from = field.field_offset;
     switch (field.kind) {
     case R12Kind::kI16:
-        R12PutI16(dest, LoadRecordField<int16_t>(src, field.field_offset));
+        WriteValueAt(block, block_size, at, LoadField<int16_t>(record, from));
         return true;
     case R12Kind::kI8:
     case R12Kind::kU8:
         // The low byte: the reader widens it back, signed or unsigned by the kind.
-        dest[0] = static_cast<uint8_t>(
-            static_cast<uint16_t>(LoadRecordField<int16_t>(src, field.field_offset)) & 0xFF);
+        WriteValueAt(
+            block, block_size, at,
+            static_cast<uint8_t>(static_cast<uint16_t>(LoadField<int16_t>(record, from)) & 0xFF));
         return true;
     case R12Kind::kByte:
-        dest[0] = src[field.field_offset];
+        WriteValueAt(block, block_size, at, LoadField<uint8_t>(record, from));
         return true;
     case R12Kind::kReal:
         for (size_t i = 0; i + 8 <= field.size; i += 8)
-            R12PutF64(dest + i, LoadRecordField<double>(src, field.field_offset + i));
+            WriteValueAt(block, block_size, at + i, LoadField<double>(record, from + i));
         return true;
     case R12Kind::kAngle:
-        R12PutF64(dest, R12AngleToFile(LoadRecordField<double>(src, field.field_offset)));
+        WriteValueAt(block, block_size, at, R12AngleToFile(LoadField<double>(record, from)));
         return true;
     case R12Kind::kU24: {
-        const uint32_t flag = R12GetU32(dest) & 0xFF000000u;
-        const uint32_t low = LoadRecordField<uint32_t>(src, field.field_offset) & 0x00FFFFFFu;
-        R12PutU32(dest, flag | low);
+        uint32_t flag = 0;
+        ReadValueAt(block, block_size, at, flag);
+        const uint32_t low = LoadField<uint32_t>(record, from) & 0x00FFFFFFu;
+        WriteValueAt(block, block_size, at, (flag & 0xFF000000u) | low);
         return true;
     }
     default:
@@ -457,12 +427,14 @@ void CR12Header::Decode(const uint8_t *block) {
         if (size_t(f.file_offset) + f.size > kBlockSize)
             continue;
         const uint8_t *src = block + f.file_offset;
+        int16_t i16 = 0;
+        ReadValueAt(block, kBlockSize, f.file_offset, i16); // celtype, treedepth, code page
         switch (f.kind) {
         case R12Kind::kCeltype:
-            vars.celtype = R12CeltypeFromFile(R12GetI16(src));
+            vars.celtype = R12CeltypeFromFile(i16);
             break;
         case R12Kind::kTreedepth:
-            vars.treedepth = R12TreedepthFromFile(R12GetI16(src));
+            vars.treedepth = R12TreedepthFromFile(i16);
             break;
         case R12Kind::kFixedText:
             CopyBoundedText(TextField(vars, f.field_offset), f.capacity, src, f.size);
@@ -486,8 +458,7 @@ void CR12Header::Decode(const uint8_t *block) {
             break;
         }
         case R12Kind::kCodePage: {
-            int16_t index = R12GetI16(src);
-            if (CodePageText(index, dwgcodepage_, kCodePageSize) != 1)
+            if (CodePageText(i16, dwgcodepage_, kCodePageSize) != 1)
                 std::memset(dwgcodepage_, 0, kCodePageSize);
             dwgcodepage_[kCodePageSize - 1] = 0;
             break;
@@ -513,10 +484,12 @@ void CR12Header::Encode(uint8_t *block) const {
         uint8_t *dest = block + f.file_offset;
         switch (f.kind) {
         case R12Kind::kCeltype:
-            R12PutI16(dest, R12CeltypeToFile(LoadRecordField<int16_t>(record, f.field_offset)));
+            WriteValueAt(block, kBlockSize, f.file_offset,
+                         R12CeltypeToFile(LoadField<int16_t>(record, f.field_offset)));
             break;
         case R12Kind::kTreedepth:
-            R12PutI16(dest, R12TreedepthToFile(LoadRecordField<int16_t>(record, f.field_offset)));
+            WriteValueAt(block, kBlockSize, f.file_offset,
+                         R12TreedepthToFile(LoadField<int16_t>(record, f.field_offset)));
             break;
         case R12Kind::kFixedText:
             PutBoundedText(dest, f.size, TextField(vars, f.field_offset));
@@ -552,7 +525,7 @@ void CR12Header::Encode(uint8_t *block) const {
             int16_t number = -1;
             if (CodePageNumber(text, number) != 1)
                 number = -1;
-            R12PutI16(dest, number);
+            WriteValueAt(block, kBlockSize, f.file_offset, number);
             break;
         }
         default:

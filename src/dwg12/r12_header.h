@@ -6,6 +6,7 @@
 #ifndef VELKO_R12_HEADER_H
 #define VELKO_R12_HEADER_H
 
+#include "records/angles.h"
 #include "velkow32.h"
 
 #include <cstddef>
@@ -52,14 +53,6 @@ struct R12Layout {
     size_t count;
 };
 
-// Angles: radians in the file, degrees in the records.
-inline double R12RadiansToDegrees(double radians) {
-    return radians * 180.0 / 3.141592653589793;
-}
-inline double R12DegreesToRadians(double degrees) {
-    return degrees * 3.141592653589793 / 180.0;
-}
-
 // The header's line type: the file keeps BYLAYER and BYBLOCK as 0x7FFF and 0x7FFE.
 inline int16_t R12CeltypeFromFile(int16_t value) {
     return value == 0x7FFF ? int16_t(-1) : value == 0x7FFE ? int16_t(-2) : value;
@@ -81,16 +74,6 @@ inline int16_t R12TreedepthToFile(int16_t value) {
 // plain conversion it picks one that converts back to exactly `degrees`, so that a value
 // read from a file survives being written again.
 double R12AngleToFile(double degrees);
-
-// Little-endian access to a block; the caller has checked the bounds.
-int16_t R12GetI16(const uint8_t *p);
-uint32_t R12GetU32(const uint8_t *p);
-double R12GetF64(const uint8_t *p);
-
-// Little-endian stores into a block; the caller has checked the bounds.
-void R12PutI16(uint8_t *p, int16_t value);
-void R12PutU32(uint8_t *p, uint32_t value);
-void R12PutF64(uint8_t *p, double value);
 
 // Decodes one field of the plain kinds (kI16, kI8, kU8, kByte, kReal, kAngle, kU24) from
 // `block` (of `block_size` bytes) into `record`. Returns false for a kind it does not

@@ -4,8 +4,9 @@
 // table) are written first as place holders and filled in afterwards by going back.
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_entity_layout.h"
-#include "dwg13/crc16.h"
-#include "interface/drawing_file.h"
+#include "io/byte_order.h"
+#include "io/crc16.h"
+#include "io/drawing_file.h"
 
 #include <array>
 #include <cstring>
@@ -61,13 +62,9 @@ constexpr uint8_t kBlockOffsetFlag = 0x40;
 
 // The view variables of the header that the "*ACTIVE" viewport gives back.
 
-void PutU16(uint8_t *p, uint16_t value) {
-    R12PutI16(p, static_cast<int16_t>(value));
-}
-
 // Puts DwgCrc over all bytes but the last two into the last two.
 void SealBlock(uint8_t *block, size_t size) {
-    PutU16(block + size - kCrcSize, DwgCrc(block, size - kCrcSize));
+    WriteValueAt(block, size, size - kCrcSize, DwgCrc(block, size - kCrcSize));
 }
 
 // The state of one save.
@@ -208,7 +205,7 @@ bool R12DwgWriter::WriteBlockTablePlaceholders() {
         // The entity offset is not known yet.
         std::memset(entry.bytes.data() + kR12BodyAt, 0, 4);
         entry.bytes[kR12FlagsAt] = entry.flags;
-        R12PutI16(entry.bytes.data() + kBlockEntityCountAt, -1);
+        WriteValueAt(entry.bytes.data(), kBlockRecordSize, kBlockEntityCountAt, int16_t(-1));
         entry.bytes[kBlockFlagsCopyAt] = entry.flags;
         SealBlock(entry.bytes.data(), kBlockRecordSize);
         if (!Put(entry.bytes.data(), kBlockRecordSize))
@@ -314,27 +311,27 @@ bool R12DwgWriter::WriteTail() {
     // sections.
     uint8_t *trailer = file_.trailer;
     std::memset(trailer, 0, kTrailerSize);
-    R12PutU32(trailer + 0, state_.entities_start);
-    R12PutU32(trailer + 4, state_.entities_end);
-    R12PutU32(trailer + 8, state_.blocks_start);
-    R12PutU32(trailer + 12, state_.extra_start);
-    R12PutI16(trailer + kTrailerTableCountAt, kTableCount);
+    WriteValueAt(trailer, kTrailerSize, 0, state_.entities_start);
+    WriteValueAt(trailer, kTrailerSize, 4, state_.entities_end);
+    WriteValueAt(trailer, kTrailerSize, 8, state_.blocks_start);
+    WriteValueAt(trailer, kTrailerSize, 12, state_.extra_start);
+    WriteValueAt(trailer, kTrailerSize, kTrailerTableCountAt, int16_t(kTableCount));
     for (int t = 0; t < kTableCount; ++t) {
         const CR12WriteState::Table &table = state_.tables[t];
-        uint8_t *descriptor = trailer + kTrailerDescriptorsAt + kR12DescriptorSize * size_t(t);
-        PutU16(descriptor + 0, table.id);
-        PutU16(descriptor + 2, table.record_size);
-        R12PutI16(descriptor + 4, table.count);
-        R12PutU32(descriptor + 6, table.position);
+        const size_t at = kTrailerDescriptorsAt + kR12DescriptorSize * size_t(t);
+        WriteValueAt(trailer, kTrailerSize, at + 0, table.id);
+        WriteValueAt(trailer, kTrailerSize, at + 2, table.record_size);
+        WriteValueAt(trailer, kTrailerSize, at + 4, table.count);
+        WriteValueAt(trailer, kTrailerSize, at + 6, table.position);
     }
     std::memcpy(file_.version, kVersion, sizeof kVersion);
 
     uint8_t tail[kTailSize] = {};
-    R12PutI16(tail + 0, kTailTag);
-    R12PutI16(tail + 2, kTailLength);
+    WriteValueAt(tail, kTailSize, 0, kTailTag);
+    WriteValueAt(tail, kTailSize, 2, kTailLength);
     std::memcpy(tail + kTailTrailerAt, trailer, kTrailerSize);
-    R12PutU32(tail + kTailPositionAt, state_.position - 16);
-    PutU16(tail + kTailCrcAt, DwgCrc(tail, kTailCrcAt));
+    WriteValueAt(tail, kTailSize, kTailPositionAt, uint32_t(state_.position - 16));
+    WriteValueAt(tail, kTailSize, kTailCrcAt, DwgCrc(tail, kTailCrcAt));
     return Put(tail, kTailSize);
 }
 
@@ -358,21 +355,23 @@ void R12DwgWriter::PutActiveViewport() {
 
 bool R12DwgWriter::PatchHeader() {
     uint8_t *block = header_block_.data();
-    R12PutU32(block + kHeaderEntitiesStartAt, state_.entities_start);
-    R12PutU32(block + kHeaderEntitiesEndAt, state_.entities_end);
-    R12PutU32(block + kHeaderBlocksStartAt, state_.blocks_start);
-    R12PutU32(block + kHeaderBlocksSizeAt, (state_.blocks_size & 0x00FFFFFFu) | kBlocksSizeFlag);
-    R12PutU32(block + kHeaderExtraStartAt, state_.extra_start);
-    R12PutU32(block + kHeaderMarkAt, kHeaderMark);
+    const size_t size = header_block_.size();
+    WriteValueAt(block, size, kHeaderEntitiesStartAt, state_.entities_start);
+    WriteValueAt(block, size, kHeaderEntitiesEndAt, state_.entities_end);
+    WriteValueAt(block, size, kHeaderBlocksStartAt, state_.blocks_start);
+    WriteValueAt(block, size, kHeaderBlocksSizeAt,
+                 (state_.blocks_size & 0x00FFFFFFu) | kBlocksSizeFlag);
+    WriteValueAt(block, size, kHeaderExtraStartAt, state_.extra_start);
+    WriteValueAt(block, size, kHeaderMarkAt, kHeaderMark);
     for (int t = 0; t < kTableCount; ++t) {
         const CR12WriteState::Table &table = state_.tables[t];
-        uint8_t *copy = block + kDescriptorCopyAt[t];
-        PutU16(copy + 0, table.record_size);
-        R12PutU32(copy + 2, static_cast<uint32_t>(int32_t(table.count)));
-        R12PutU32(copy + 6, table.position);
+        const size_t at = kDescriptorCopyAt[t];
+        WriteValueAt(block, size, at + 0, table.record_size);
+        WriteValueAt(block, size, at + 2, static_cast<uint32_t>(int32_t(table.count)));
+        WriteValueAt(block, size, at + 6, table.position);
     }
     PutActiveViewport();
-    PutU16(block + CR12Header::kCrcAt, DwgCrc(block, CR12Header::kCrcAt));
+    WriteValueAt(block, size, CR12Header::kCrcAt, DwgCrc(block, CR12Header::kCrcAt));
     if (!file_.SeekForWrite(0))
         return false;
     return file_.Write(block, CR12Header::kBlockSize) != 0;

@@ -1,5 +1,6 @@
 // Table records taking a public record in, for the edit functions.
 #include "dwg12/r12_tables.h"
+#include "io/record_field.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -66,16 +67,6 @@ constexpr ForeignPointer kForeignPointers[] = {
     {kR12Dimstyles, AT(CDB_DIMSTYLE_TBL_type, dimtxsty)},
 };
 #undef AT
-
-template <typename T> T LoadField(const uint8_t *base, size_t offset) {
-    T value;
-    std::memcpy(&value, base + offset, sizeof value);
-    return value;
-}
-
-template <typename T> void StoreField(uint8_t *base, size_t offset, T value) {
-    std::memcpy(base + offset, &value, sizeof value);
-}
 
 } // namespace
 

@@ -1,16 +1,12 @@
 // Table records as a release 12 DWG holds them: the inverse of Decode, by the same layout of
 // each table (r12_tables.cpp).
 #include "dwg12/r12_tables.h"
+#include "io/byte_order.h"
+#include "io/record_field.h"
 
 #include <cstring>
 
 namespace {
-
-template <typename T> T LoadBodyField(const uint8_t *body, size_t offset) {
-    T value;
-    std::memcpy(&value, body + offset, sizeof value);
-    return value;
-}
 
 // A text into its field of `size` bytes, zero-padded; a text of `size` characters or more
 // fills the field without a terminator, as the reader takes it. Null writes nothing.
@@ -43,16 +39,16 @@ int CR12LayoutRecord::EncodeDWG(uint8_t *block) const {
         uint8_t *dest = block + f.file_offset;
         switch (f.kind) {
         case R12Kind::kText:
-            PutPaddedText(dest, f.size, LoadBodyField<const char *>(body, f.field_offset));
+            PutPaddedText(dest, f.size, LoadField<const char *>(body, f.field_offset));
             break;
         case R12Kind::kDashes: {
             // The record keeps dash_count lengths; the file has room for a fixed number.
             const int16_t count =
-                LoadBodyField<int16_t>(body, offsetof(CDB_LTYPE_TBL_type, dash_count));
-            const double *dashes = LoadBodyField<const double *>(body, f.field_offset);
+                LoadField<int16_t>(body, offsetof(CDB_LTYPE_TBL_type, dash_count));
+            const double *dashes = LoadField<const double *>(body, f.field_offset);
             const size_t room = f.size / 8;
             for (size_t d = 0; dashes && count > 0 && d < size_t(count) && d < room; ++d)
-                R12PutF64(dest + 8 * d, dashes[d]);
+                WriteValueAt(block, record_size, f.file_offset + 8 * d, dashes[d]);
             break;
         }
         default:

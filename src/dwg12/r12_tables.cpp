@@ -2,7 +2,9 @@
 
 #include "fonts/shape_table.h"
 #include "interface/base_drawing.h"
-#include "interface/drawing_file.h"
+#include "io/byte_order.h"
+#include "io/drawing_file.h"
+#include "io/record_field.h"
 
 #include <cctype>
 #include <cstdlib>
@@ -185,16 +187,6 @@ constexpr bool LayoutsAreSound() {
 static_assert(LayoutsAreSound(), "a table layout is out of order or out of bounds");
 static_assert(kR12MaxStoredDashes * 8 + 93 + kR12CrcSize <= 191, "dashes fit the record");
 
-template <typename T> T LoadField(const uint8_t *base, size_t offset) {
-    T value;
-    std::memcpy(&value, base + offset, sizeof(value));
-    return value;
-}
-
-template <typename T> void StoreField(uint8_t *base, size_t offset, T value) {
-    std::memcpy(base + offset, &value, sizeof(value));
-}
-
 // A zero-filled heap block of `room` bytes holding up to `count` bytes of `src`; null
 // when the text is empty or the allocation fails.
 char *CopyTextBlock(const uint8_t *src, size_t count, size_t room) {
@@ -367,7 +359,7 @@ int CR12LayoutRecord::Decode(const uint8_t *bytes, size_t size) {
                 break;
             size_t stored = f.size / 8;
             for (size_t d = 0; d < size_t(count) && d < stored; ++d)
-                dashes[d] = R12GetF64(src + d * 8);
+                ReadValueAt(record, record_size, f.file_offset + d * 8, dashes[d]);
             StoreField<double *>(body, f.field_offset, dashes);
             break;
         }
@@ -489,7 +481,7 @@ void CopyView(const uint8_t *from, bool from_header, uint8_t *to, bool to_degree
         if (v.value == ViewValue::kAngle) {
             const double angle = LoadField<double>(from, source);
             StoreField<double>(to, target,
-                               to_degrees ? R12RadiansToDegrees(angle) : R12AngleToFile(angle));
+                               to_degrees ? RadiansToDegrees(angle) : R12AngleToFile(angle));
         } else {
             std::memcpy(to + target, from + source, ViewValueSize(v.value));
         }
@@ -663,9 +655,12 @@ int LoadR12Table(CBaseDrawing *drawing, CDrawingFile &file, CR12TableList &list,
     if (record_size == 0)
         return 0;
 
-    const int16_t table_id = static_cast<int16_t>(descriptor[0] | (descriptor[1] << 8));
-    const int16_t count = R12GetI16(descriptor + 4);
-    const uint32_t position = R12GetU32(descriptor + 6);
+    int16_t table_id = 0;
+    int16_t count = 0;
+    uint32_t position = 0;
+    ReadValueAt(descriptor, kR12DescriptorSize, 0, table_id);
+    ReadValueAt(descriptor, kR12DescriptorSize, 4, count);
+    ReadValueAt(descriptor, kR12DescriptorSize, 6, position);
     const int32_t saved = file.GetPosition();
     const int64_t length = file.Length();
 

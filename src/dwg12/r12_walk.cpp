@@ -8,7 +8,7 @@
 // position, as CDBPackEntityId does.
 #include "dwg12/r12_drawing.h"
 
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 #include "records/heap_text.h"
 
 #include <cstdlib>

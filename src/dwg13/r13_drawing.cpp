@@ -1,5 +1,7 @@
 #include "dwg13/r13_drawing.h"
 
+#include "io/drawing_file.h"
+
 CR13Drawing::CR13Drawing(CLibDrawing *owner, int flag) : CBaseDrawing(flag) {
     SetLib(owner);
 }

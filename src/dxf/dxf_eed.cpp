@@ -27,6 +27,8 @@
 #include "dxf/dxf_numbers.h"
 #include "dxf/dxf_stream.h"
 
+#include "io/byte_reader.h"
+#include "io/byte_writer.h"
 #include "records/handle_text.h"
 
 #include <cstdint>
@@ -48,29 +50,6 @@ bool EqualIgnoringCase(const char *a, const char *b) {
             return false;
     }
     return *a == *b;
-}
-
-void PutU16(std::vector<uint8_t> &out, uint16_t v) {
-    out.push_back(static_cast<uint8_t>(v & 0xFF));
-    out.push_back(static_cast<uint8_t>(v >> 8));
-}
-
-void PutU32(std::vector<uint8_t> &out, uint32_t v) {
-    for (int i = 0; i < 4; ++i)
-        out.push_back(static_cast<uint8_t>(v >> (8 * i)));
-}
-
-void StoreDouble(uint8_t *dest, double d) {
-    uint64_t raw = 0;
-    std::memcpy(&raw, &d, sizeof raw);
-    for (int i = 0; i < 8; ++i)
-        dest[i] = static_cast<uint8_t>(raw >> (8 * i));
-}
-
-void PutDouble(std::vector<uint8_t> &out, double d) {
-    uint8_t b[8];
-    StoreDouble(b, d);
-    out.insert(out.end(), b, b + 8);
 }
 
 // Bytes of a hexadecimal text, two digits a byte, up to the first non-digit.
@@ -102,13 +81,14 @@ void CDxfEedCollector::Add(int16_t code, const char *value) {
     if (!value)
         value = "";
     const size_t length = strnlen(value, kValueSize);
+    ByteWriter out(bytes_);
 
     // Continuation of an open point: filled in place, no code byte.
     if ((code >= 1020 && code <= 1023) || (code >= 1030 && code <= 1033)) {
         if (point_at_ == kNoPoint)
             return;
         const size_t slot = point_at_ + 1 + (code >= 1030 ? 16 : 8);
-        StoreDouble(bytes_.data() + slot, DxfTextToReal(value));
+        out.WriteAt(slot, DxfTextToReal(value));
         return;
     }
 
@@ -136,7 +116,7 @@ void CDxfEedCollector::Add(int16_t code, const char *value) {
         if (!Reserve(3))
             return;
         bytes_.push_back(tag);
-        PutU16(bytes_, static_cast<uint16_t>(index));
+        out.U16(static_cast<uint16_t>(index));
         break;
     }
     case 1002:
@@ -181,9 +161,9 @@ void CDxfEedCollector::Add(int16_t code, const char *value) {
             return;
         point_at_ = bytes_.size();
         bytes_.push_back(tag);
-        PutDouble(bytes_, DxfTextToReal(value));
-        PutDouble(bytes_, 0.0);
-        PutDouble(bytes_, 0.0);
+        out.F64(DxfTextToReal(value));
+        out.F64(0.0);
+        out.F64(0.0);
         break;
     case 1040:
     case 1041:
@@ -191,19 +171,19 @@ void CDxfEedCollector::Add(int16_t code, const char *value) {
         if (!Reserve(9))
             return;
         bytes_.push_back(tag);
-        PutDouble(bytes_, DxfTextToReal(value));
+        out.F64(DxfTextToReal(value));
         break;
     case 1070:
         if (!Reserve(3))
             return;
         bytes_.push_back(tag);
-        PutU16(bytes_, static_cast<uint16_t>(static_cast<uint32_t>(DxfTextToInt(value))));
+        out.U16(static_cast<uint16_t>(static_cast<uint32_t>(DxfTextToInt(value))));
         break;
     case 1071:
         if (!Reserve(5))
             return;
         bytes_.push_back(tag);
-        PutU32(bytes_, static_cast<uint32_t>(DxfTextToInt(value)));
+        out.U32(static_cast<uint32_t>(DxfTextToInt(value)));
         break;
     default:
         break;
@@ -229,23 +209,6 @@ void CDxfEedCollector::Collect(CDxfStream &stream, int16_t &code, char *value) {
 // ---- Writing ------------------------------------------------------------------------------
 
 namespace {
-
-// Little-endian values of the stored form; the caller has checked the bounds.
-int16_t EedI16(const uint8_t *p) {
-    return static_cast<int16_t>(uint16_t(p[0]) | uint16_t(p[1]) << 8);
-}
-int32_t EedI32(const uint8_t *p) {
-    return static_cast<int32_t>(uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 |
-                                uint32_t(p[3]) << 24);
-}
-double EedF64(const uint8_t *p) {
-    uint64_t bits = 0;
-    for (int i = 7; i >= 0; --i)
-        bits = bits << 8 | p[i];
-    double value;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-}
 
 // Bytes of the payload behind an item's code byte, or 0 for a code the stored form does
 // not have. `p` points at the payload, `left` bytes of the block remain from there; a
@@ -278,11 +241,15 @@ size_t EedPayloadSize(uint8_t tag, const uint8_t *p, size_t left) {
     }
 }
 
-// Writes one item whose payload (`p`) lies wholly inside the block. `value` is a scratch
-// buffer of kValueSize + 8 bytes.
-int WriteEedItem(CDxfStream &stream, uint8_t tag, const uint8_t *p, const DxfEedNames &names,
-                 char *value) {
+// Writes one item whose payload (`p`, `size` bytes) lies wholly inside the block. `value`
+// is a scratch buffer of kValueSize + 8 bytes.
+int WriteEedItem(CDxfStream &stream, uint8_t tag, const uint8_t *p, size_t size,
+                 const DxfEedNames &names, char *value) {
     static const char kHexDigits[] = "0123456789ABCDEF";
+    ByteReader payload(p, size);
+    int16_t i16 = 0;
+    int32_t i32 = 0;
+    double xyz[3] = {};
     const int16_t code = static_cast<int16_t>(1000 + tag);
     switch (tag) {
     case 0: {
@@ -293,9 +260,11 @@ int WriteEedItem(CDxfStream &stream, uint8_t tag, const uint8_t *p, const DxfEed
         return stream.WriteGroup(code, value, static_cast<int16_t>(n + 1));
     }
     case 1:
-        return stream.WriteText(code, names.Appid(EedI16(p)));
+        payload.I16(i16);
+        return stream.WriteText(code, names.Appid(i16));
     case 3:
-        return stream.WriteText(code, names.Layer(EedI16(p)));
+        payload.I16(i16);
+        return stream.WriteText(code, names.Layer(i16));
     case 2:
         return stream.WriteText(code, p[0] == 0 ? "{" : "}");
     case 4: {
@@ -318,15 +287,21 @@ int WriteEedItem(CDxfStream &stream, uint8_t tag, const uint8_t *p, const DxfEed
     case 11:
     case 12:
     case 13:
-        return stream.WritePoint3(CDB_POINT3{EedF64(p), EedF64(p + 8), EedF64(p + 16)}, code);
+        payload.F64(xyz[0]);
+        payload.F64(xyz[1]);
+        payload.F64(xyz[2]);
+        return stream.WritePoint3(CDB_POINT3{xyz[0], xyz[1], xyz[2]}, code);
     case 40:
     case 41:
     case 42:
-        return stream.WriteReal(code, EedF64(p));
+        payload.F64(xyz[0]);
+        return stream.WriteReal(code, xyz[0]);
     case 70:
-        return stream.WriteInt16(code, EedI16(p));
+        payload.I16(i16);
+        return stream.WriteInt16(code, i16);
     case 71:
-        return stream.WriteInt32(code, EedI32(p));
+        payload.I32(i32);
+        return stream.WriteInt32(code, i32);
     default:
         return 1;
     }
@@ -348,7 +323,7 @@ int WriteEedDxf(CDxfStream &stream, const uint8_t *eed, size_t size, const DxfEe
         const size_t payload_size = EedPayloadSize(tag, payload, left);
         if (payload_size == 0 || payload_size > left)
             return 1;
-        if (!WriteEedItem(stream, tag, payload, names, value))
+        if (!WriteEedItem(stream, tag, payload, payload_size, names, value))
             return 0;
         at += 1 + payload_size;
     }

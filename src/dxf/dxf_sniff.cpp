@@ -1,6 +1,6 @@
 #include "dxf/dxf_sniff.h"
 
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 
 #include <cstring>
 #include <strings.h>

@@ -1,7 +1,8 @@
 #include "dxf/dxf_stream.h"
 
 #include "dxf/dxf_numbers.h"
-#include "interface/drawing_file.h"
+#include "io/byte_order.h"
+#include "io/drawing_file.h"
 
 #include <charconv>
 #include <cstdlib>
@@ -66,46 +67,6 @@ BinaryValue Release13Value(int code) {
     if (code == 310)
         return BinaryValue::kChunk;
     return BinaryValue::kString;
-}
-
-inline uint16_t Le16(const uint8_t *p) {
-    return static_cast<uint16_t>(p[0] | (p[1] << 8));
-}
-
-inline int32_t Le32(const uint8_t *p) {
-    return static_cast<int32_t>(static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
-                                (static_cast<uint32_t>(p[2]) << 16) |
-                                (static_cast<uint32_t>(p[3]) << 24));
-}
-
-inline double LeDouble(const uint8_t *p) {
-    uint64_t bits = 0;
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    std::memcpy(&bits, p, sizeof bits);
-#else
-    for (int i = 7; i >= 0; --i)
-        bits = (bits << 8) | p[i];
-#endif
-    double value;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-}
-
-inline void PutLe16(uint8_t *p, uint16_t v) {
-    p[0] = static_cast<uint8_t>(v);
-    p[1] = static_cast<uint8_t>(v >> 8);
-}
-
-inline void PutLe32(uint8_t *p, uint32_t v) {
-    for (int i = 0; i < 4; ++i)
-        p[i] = static_cast<uint8_t>(v >> (8 * i));
-}
-
-inline void PutLeDouble(uint8_t *p, double value) {
-    uint64_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    for (int i = 0; i < 8; ++i)
-        p[i] = static_cast<uint8_t>(bits >> (8 * i));
 }
 
 // Decimal text of an integer, NUL-terminated; returns its length.
@@ -319,12 +280,12 @@ bool CDxfStream::ReadBinaryCode(int16_t *code) {
     } else {
         if (!ReadBytes(bytes, 2))
             return false;
-        value = Le16(bytes);
+        value = LittleEndian::Decode<uint16_t>(bytes);
     }
     if (value == 255) {
         if (!ReadBytes(bytes, 2))
             return false;
-        value = Le16(bytes);
+        value = LittleEndian::Decode<uint16_t>(bytes);
     }
     *code = static_cast<int16_t>(value);
     return true;
@@ -377,12 +338,12 @@ bool CDxfStream::ReadGroupBinaryInSpan(int16_t *code, char *value) {
     switch (kOneByteCodes.type[c]) {
     case BinaryValue::kReal:
         *code = static_cast<int16_t>(c);
-        DeliverReal(LeDouble(p + 1), value);
+        DeliverReal(LittleEndian::Decode<double>(p + 1), value);
         input_->Advance(9);
         return true;
     case BinaryValue::kInt16:
         *code = static_cast<int16_t>(c);
-        IntText(static_cast<int16_t>(Le16(p + 1)), value);
+        IntText(static_cast<int16_t>(LittleEndian::Decode<uint16_t>(p + 1)), value);
         input_->Advance(3);
         return true;
     case BinaryValue::kString: {
@@ -426,15 +387,15 @@ int CDxfStream::ReadGroupBinary(int16_t *code, char *value) {
         break;
     case BinaryValue::kReal:
         ReadBytes(raw, 8);
-        DeliverReal(LeDouble(raw), value);
+        DeliverReal(LittleEndian::Decode<double>(raw), value);
         break;
     case BinaryValue::kInt16:
         ReadBytes(raw, 2);
-        IntText(static_cast<int16_t>(Le16(raw)), value);
+        IntText(static_cast<int16_t>(LittleEndian::Decode<uint16_t>(raw)), value);
         break;
     case BinaryValue::kInt32:
         ReadBytes(raw, 4);
-        IntText(Le32(raw), value);
+        IntText(LittleEndian::Decode<int32_t>(raw), value);
         break;
     case BinaryValue::kChunk: {
         // Delivered as text: the length byte, the data, a NUL. Being text, it ends at its
@@ -455,7 +416,7 @@ int16_t CDxfStream::ReadInt() {
         uint8_t record[4] = {};
         uint32_t code_size = release_ == kRelease12 ? 1 : 2;
         ReadBytes(record, code_size + 2);
-        return static_cast<int16_t>(Le16(record + code_size));
+        return static_cast<int16_t>(LittleEndian::Decode<uint16_t>(record + code_size));
     }
     int16_t code = 0;
     scratch_[0] = 0;
@@ -469,9 +430,10 @@ double CDxfStream::ReadReal() {
         uint8_t record[10] = {};
         uint32_t code_size = release_ == kRelease12 ? 1 : 2;
         ReadBytes(record, code_size + 8);
-        int code = code_size == 1 ? record[0] : static_cast<int16_t>(Le16(record));
+        int code = code_size == 1 ? record[0]
+                                  : static_cast<int16_t>(LittleEndian::Decode<uint16_t>(record));
         // Only a real under code 40 is taken; any other code reads as 0.
-        return code == 40 ? LeDouble(record + code_size) : 0.0;
+        return code == 40 ? LittleEndian::Decode<double>(record + code_size) : 0.0;
     }
     int16_t code = 0;
     scratch_[0] = 0;
@@ -489,9 +451,11 @@ void CDxfStream::ReadCoordinates(double *out, int count) {
             uint8_t record[10] = {};
             uint32_t code_size = release_ == kRelease12 ? 1 : 2;
             ReadBytes(record, code_size + 8);
-            int code = code_size == 1 ? record[0] : static_cast<int16_t>(Le16(record));
+            int code = code_size == 1
+                           ? record[0]
+                           : static_cast<int16_t>(LittleEndian::Decode<uint16_t>(record));
             if (code >= band_low && code <= band_high)
-                out[i] = LeDouble(record + code_size);
+                out[i] = LittleEndian::Decode<double>(record + code_size);
         } else {
             int16_t code = 0;
             scratch_[0] = 0;
@@ -545,7 +509,7 @@ int CDxfStream::WriteBinarySentinel() {
 
 int16_t CDxfStream::FormatReal(double value, char *out) const {
     if (output_binary_) {
-        PutLeDouble(reinterpret_cast<uint8_t *>(out), value);
+        LittleEndian::Encode(reinterpret_cast<uint8_t *>(out), value);
         return 8;
     }
     return static_cast<int16_t>(DxfFormatSignificant(value, 8, true, out) + 1);
@@ -553,7 +517,7 @@ int16_t CDxfStream::FormatReal(double value, char *out) const {
 
 int16_t CDxfStream::FormatInt16(int16_t value, char *out) const {
     if (output_binary_) {
-        PutLe16(reinterpret_cast<uint8_t *>(out), static_cast<uint16_t>(value));
+        LittleEndian::Encode(reinterpret_cast<uint8_t *>(out), static_cast<uint16_t>(value));
         return 2;
     }
     int blanks = value < 10 ? 5 : 4;
@@ -563,7 +527,7 @@ int16_t CDxfStream::FormatInt16(int16_t value, char *out) const {
 
 int16_t CDxfStream::FormatInt32(int32_t value, char *out) const {
     if (output_binary_) {
-        PutLe32(reinterpret_cast<uint8_t *>(out), static_cast<uint32_t>(value));
+        LittleEndian::Encode(reinterpret_cast<uint8_t *>(out), static_cast<uint32_t>(value));
         return 4;
     }
     return static_cast<int16_t>(IntText(value, out) + 1);
@@ -579,7 +543,7 @@ int CDxfStream::WriteGroup(int16_t code, void *value, int16_t length) {
             record[size++] = static_cast<uint8_t>(code);
         } else {
             record[size++] = 255;
-            PutLe16(record + size, static_cast<uint16_t>(code));
+            WriteValueAt(record, sizeof record, size, static_cast<uint16_t>(code));
             size += 2;
         }
         uint32_t count = value && length > 0 ? static_cast<uint32_t>(length) : 0;

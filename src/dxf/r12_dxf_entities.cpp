@@ -8,6 +8,7 @@
 #include "dwg12/r12_dxf_layout.h"
 #include "dwg12/r12_entity_kinds.h"
 #include "dxf/r12_dxf_reader.h"
+#include "io/record_field.h"
 #include "records/heap_text.h"
 
 #include <cstdlib>
@@ -15,18 +16,9 @@
 
 namespace {
 
-template <typename T> void Store(CDB_ENTITY *record, size_t offset, T value) {
-    std::memcpy(reinterpret_cast<uint8_t *>(record) + offset, &value, sizeof value);
-}
-template <typename T> T Load(const CDB_ENTITY *record, size_t offset) {
-    T value;
-    std::memcpy(&value, reinterpret_cast<const uint8_t *>(record) + offset, sizeof value);
-    return value;
-}
-
 void ReplaceText(CDB_ENTITY *record, size_t offset, const char *text) {
-    std::free(Load<char *>(record, offset));
-    Store<char *>(record, offset, DuplicateText(text));
+    std::free(LoadField<char *>(record, offset));
+    StoreField<char *>(record, offset, DuplicateText(text));
 }
 
 // Bases of the drawing, as the DWG reader numbers them.
@@ -53,9 +45,9 @@ int CR12Entity::ReadDXF(CR12DxfReader &reader, char *name) {
         if (g.when != R12DxfWhen::kNotOne)
             continue;
         if (g.value == R12DxfValue::kReal)
-            Store<double>(record, g.offset, 1.0);
+            StoreField<double>(record, g.offset, 1.0);
         else if (g.value == R12DxfValue::kInt16)
-            Store<int16_t>(record, g.offset, 1);
+            StoreField<int16_t>(record, g.offset, 1);
     }
 
     int16_t group = 0;
@@ -144,20 +136,20 @@ void CR12Entity::ReadDxfGroup(const CDxfStream &stream, const R12DxfGroup &g, co
     const int32_t *bases = drawing->Bases();
     switch (g.value) {
     case R12DxfValue::kReal:
-        Store<double>(record, g.offset, stream.Real(value));
+        StoreField<double>(record, g.offset, stream.Real(value));
         break;
     case R12DxfValue::kZElevation:
         record->elevation = stream.Real(value);
         break;
     case R12DxfValue::kZBoth:
         record->elevation = stream.Real(value);
-        Store<double>(record, g.offset, record->elevation);
+        StoreField<double>(record, g.offset, record->elevation);
         break;
     case R12DxfValue::kInt16:
-        Store<int16_t>(record, g.offset, static_cast<int16_t>(DxfTextToInt(value)));
+        StoreField<int16_t>(record, g.offset, static_cast<int16_t>(DxfTextToInt(value)));
         break;
     case R12DxfValue::kByte:
-        Store<uint8_t>(record, g.offset, static_cast<uint8_t>(DxfTextToInt(value)));
+        StoreField<uint8_t>(record, g.offset, static_cast<uint8_t>(DxfTextToInt(value)));
         break;
     case R12DxfValue::kText:
         if (*value)
@@ -167,14 +159,14 @@ void CR12Entity::ReadDxfGroup(const CDxfStream &stream, const R12DxfGroup &g, co
         ReplaceText(record, g.offset, value);
         break;
     case R12DxfValue::kStyle:
-        Store<int16_t>(
+        StoreField<int16_t>(
             record, g.offset,
             static_cast<int16_t>(drawing->Table(kR12Styles).FindNoCase(value) + bases[kStyleBase]));
         break;
     case R12DxfValue::kDimstyle:
-        Store<int16_t>(record, g.offset,
-                       static_cast<int16_t>(drawing->Table(kR12Dimstyles).FindNoCase(value) +
-                                            bases[kDimstyleBase]));
+        StoreField<int16_t>(record, g.offset,
+                            static_cast<int16_t>(drawing->Table(kR12Dimstyles).FindNoCase(value) +
+                                                 bases[kDimstyleBase]));
         break;
     case R12DxfValue::kBlockName:
         KeepBlockName(value);

@@ -2,7 +2,8 @@
 
 #include "dwg12/r12_header.h"
 #include "dxf/dxf_stream.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
+#include "io/record_field.h"
 #include "records/header_vars.h"
 
 #include <cstddef>
@@ -243,9 +244,7 @@ void CopyCut(char *dest, size_t room, const char *text) {
 // The text field of the record at `offset`: the pointer stored there (unaligned in the
 // packed record).
 char *TextField(const CDB_HEADER_type &vars, uint16_t offset) {
-    char *text = nullptr;
-    std::memcpy(&text, reinterpret_cast<const uint8_t *>(&vars) + offset, sizeof(text));
-    return text;
+    return LoadField<char *>(&vars, offset);
 }
 
 // Bytes of the fixed text block that the header keeps for the text at `offset`, as the
@@ -281,10 +280,6 @@ char *NameBuffer(R12DxfHeaderNames &names, R12DxfName which) {
     }
 }
 
-template <typename V> void StoreAt(CDB_HEADER_type &vars, uint16_t offset, const V &value) {
-    std::memcpy(reinterpret_cast<uint8_t *>(&vars) + offset, &value, sizeof(value));
-}
-
 // Reads the value of one variable, whose name was the last group, into the scratch
 // record or the names. `value` is the caller's group buffer, free for $ACADVER's group.
 void ReadVariable(const R12DxfHeaderVariable &var, CDxfStream &stream, CDrawingFile &input,
@@ -294,22 +289,22 @@ void ReadVariable(const R12DxfHeaderVariable &var, CDxfStream &stream, CDrawingF
     case T::kPoint3: {
         CDB_POINT3 point{};
         stream.ReadPoint3(&point);
-        StoreAt(vars, var.offset, point);
+        StoreField(&vars, var.offset, point);
         return;
     }
     case T::kPoint2: {
         CDB_POINT2 point{};
         stream.ReadPoint2(&point);
-        StoreAt(vars, var.offset, point);
+        StoreField(&vars, var.offset, point);
         return;
     }
     case T::kReal:
-        StoreAt(vars, var.offset, stream.ReadReal());
+        StoreField(&vars, var.offset, stream.ReadReal());
         return;
     case T::kInt16:
     case T::kByte:
         // A byte variable is cut to its byte when the record goes into the image.
-        StoreAt(vars, var.offset, stream.ReadInt());
+        StoreField(&vars, var.offset, stream.ReadInt());
         return;
     case T::kText:
         break;
@@ -444,19 +439,13 @@ int ResolveR12DxfHeaderNames(const R12DxfHeaderNames &names, const R12DxfNameLoo
 
 namespace {
 
-template <typename V> V LoadAt(const CDB_HEADER_type &vars, uint16_t offset) {
-    V value;
-    std::memcpy(&value, reinterpret_cast<const uint8_t *>(&vars) + offset, sizeof(value));
-    return value;
-}
-
 // The text of a text variable: its own text, or the name of the table entry its index
 // field names.
 const char *VariableText(const R12DxfHeaderVariable &var, const CDB_HEADER_type &vars,
                          const R12DxfRecordNames &names) {
     if (var.name_of == N::kImage || var.name_of == N::kDwgcodepage)
         return TextField(vars, var.offset);
-    const int16_t index = LoadAt<int16_t>(vars, var.offset);
+    const int16_t index = LoadField<int16_t>(&vars, var.offset);
     switch (var.name_of) {
     case N::kCeltype:
         if (index == -1)
@@ -482,14 +471,14 @@ int WriteVariable(CDxfStream &stream, const R12DxfHeaderVariable &var, const CDB
                   const R12DxfRecordNames &names) {
     switch (var.type) {
     case T::kPoint3:
-        return stream.WritePoint3(LoadAt<CDB_POINT3>(vars, var.offset), var.code);
+        return stream.WritePoint3(LoadField<CDB_POINT3>(&vars, var.offset), var.code);
     case T::kPoint2:
-        return stream.WritePoint2(LoadAt<CDB_POINT2>(vars, var.offset), var.code);
+        return stream.WritePoint2(LoadField<CDB_POINT2>(&vars, var.offset), var.code);
     case T::kReal:
-        return stream.WriteReal(var.code, LoadAt<double>(vars, var.offset));
+        return stream.WriteReal(var.code, LoadField<double>(&vars, var.offset));
     case T::kInt16:
     case T::kByte:
-        return stream.WriteInt16(var.code, LoadAt<int16_t>(vars, var.offset));
+        return stream.WriteInt16(var.code, LoadField<int16_t>(&vars, var.offset));
     case T::kText:
         return stream.WriteText(var.code, VariableText(var, vars, names));
     }

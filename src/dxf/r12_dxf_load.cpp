@@ -3,7 +3,7 @@
 #include "dwg12/r12_drawing.h"
 #include "dxf/dxf_sniff.h"
 #include "dxf/r12_dxf_reader.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 
 #include <memory>
 

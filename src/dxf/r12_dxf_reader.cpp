@@ -6,7 +6,7 @@
 #include "dxf/r12_dxf_header.h"
 #include "dwg12/r12_dxf_layout.h"
 #include "dwg12/r12_entity_kinds.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -9,7 +9,7 @@
 #include "dxf/r12_dxf_header.h"
 #include "dwg12/r12_dxf_layout.h"
 #include "dxf/r12_dxf_write.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 
 #include <memory>
 #include <string>

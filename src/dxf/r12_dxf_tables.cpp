@@ -3,21 +3,13 @@
 #include "dxf/dxf_numbers.h"
 #include "dxf/dxf_stream.h"
 #include "dwg12/r12_dxf_layout.h"
+#include "io/record_field.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <vector>
 
 namespace {
-
-template <typename T> void Store(uint8_t *body, size_t offset, T value) {
-    std::memcpy(body + offset, &value, sizeof value);
-}
-template <typename T> T Load(const uint8_t *body, size_t offset) {
-    T value;
-    std::memcpy(&value, body + offset, sizeof value);
-    return value;
-}
 
 // A new heap copy of `text` with at most `limit` characters.
 char *CopyText(const char *text, size_t limit) {
@@ -76,21 +68,21 @@ int CR12LayoutRecord::ReadDXF(R12DxfRecordContext &context, char *name) {
                 SetFlagsField(static_cast<uint8_t>(DxfTextToInt(name)));
                 break;
             case R12DxfValue::kReal:
-                Store<double>(body, group->offset, stream.Real(name));
+                StoreField<double>(body, group->offset, stream.Real(name));
                 break;
             case R12DxfValue::kInt16:
-                Store<int16_t>(body, group->offset, static_cast<int16_t>(DxfTextToInt(name)));
+                StoreField<int16_t>(body, group->offset, static_cast<int16_t>(DxfTextToInt(name)));
                 break;
             case R12DxfValue::kByte:
                 body[group->offset] = static_cast<uint8_t>(DxfTextToInt(name));
                 break;
             case R12DxfValue::kTextKept:
-                std::free(Load<char *>(body, group->offset));
-                Store<char *>(body, group->offset, CopyText(name, CDxfStream::kValueSize));
+                std::free(LoadField<char *>(body, group->offset));
+                StoreField<char *>(body, group->offset, CopyText(name, CDxfStream::kValueSize));
                 break;
             case R12DxfValue::kAppendText: {
-                char *old = Load<char *>(body, group->offset);
-                Store<char *>(body, group->offset, Append(old, name));
+                char *old = LoadField<char *>(body, group->offset);
+                StoreField<char *>(body, group->offset, Append(old, name));
                 std::free(old);
                 break;
             }
@@ -98,8 +90,8 @@ int CR12LayoutRecord::ReadDXF(R12DxfRecordContext &context, char *name) {
                 // A layer cannot be read without a line type table to look in.
                 if (!context.ltypes)
                     return -1;
-                Store<int16_t>(body, group->offset,
-                               static_cast<int16_t>(context.ltypes->FindNoCase(name)));
+                StoreField<int16_t>(body, group->offset,
+                                    static_cast<int16_t>(context.ltypes->FindNoCase(name)));
                 break;
             case R12DxfValue::kDash:
                 // A dash count is 16 bits: more lengths than that are not kept.
@@ -110,12 +102,12 @@ int CR12LayoutRecord::ReadDXF(R12DxfRecordContext &context, char *name) {
             case R12DxfValue::kPoint3Next: {
                 // The groups behind the first coordinate are taken by position.
                 const int coordinates = group->value == R12DxfValue::kPoint2Next ? 2 : 3;
-                Store<double>(body, group->offset, stream.Real(name));
+                StoreField<double>(body, group->offset, stream.Real(name));
                 for (int i = 1; i < coordinates; ++i) {
                     stream.ReadGroup(&code, name);
                     if (stream.AtEnd())
                         return -1;
-                    Store<double>(body, group->offset + 8 * size_t(i), stream.Real(name));
+                    StoreField<double>(body, group->offset + 8 * size_t(i), stream.Real(name));
                 }
                 break;
             }

@@ -8,21 +8,13 @@
 #include "dwg12/r12_entity_kinds.h"
 #include "dxf/r12_dxf_write.h"
 #include "fonts/shape_table.h"
+#include "io/record_field.h"
 
 #include <cstdint>
 #include <cstring>
 #include <vector>
 
 namespace {
-
-template <typename T> T Load(const CDB_ENTITY &record, size_t offset) {
-    T value;
-    std::memcpy(&value, reinterpret_cast<const uint8_t *>(&record) + offset, sizeof value);
-    return value;
-}
-template <typename T> void Store(CDB_ENTITY &record, size_t offset, T value) {
-    std::memcpy(reinterpret_cast<uint8_t *>(&record) + offset, &value, sizeof value);
-}
 
 using V = R12DxfValue;
 using W = R12DxfWhen;
@@ -49,15 +41,15 @@ double Number(const R12DxfGroup &g, const CDB_ENTITY &r) {
     case V::kReal:
     case V::kZElevation:
     case V::kZBoth:
-        return Load<double>(r, g.offset);
+        return LoadField<double>(&r, g.offset);
     case V::kInt16:
     case V::kStyle:
     case V::kDimstyle:
     case V::kBlockName:
     case V::kShapeName:
-        return Load<int16_t>(r, g.offset);
+        return LoadField<int16_t>(&r, g.offset);
     case V::kByte:
-        return Load<uint8_t>(r, g.offset);
+        return LoadField<uint8_t>(&r, g.offset);
     default:
         return 0.0;
     }
@@ -81,7 +73,7 @@ bool IsJustified(const CDB_ENTITY &r, int code) {
 // 20 to 26 the y and 30 to 36 the z of a point whose x field opens it.
 bool PointIsSet(const R12DxfGroup &g, const CDB_ENTITY &r) {
     const size_t axis = size_t(g.code / 10 - 1);
-    const CDB_POINT3 p = Load<CDB_POINT3>(r, g.offset - 8 * axis);
+    const CDB_POINT3 p = LoadField<CDB_POINT3>(&r, g.offset - 8 * axis);
     return p.x != 0.0 || p.y != 0.0 || p.z != 0.0;
 }
 
@@ -98,7 +90,7 @@ bool ShouldWrite(const R12DxfGroup &g, const CDB_ENTITY &r, int code) {
     case W::kPositive:
         return Number(g, r) > 0.0;
     case W::kNotNull:
-        return Load<char *>(r, g.offset) != nullptr;
+        return LoadField<char *>(&r, g.offset) != nullptr;
     case W::kJustified:
         return IsJustified(r, code);
     case W::kPointNotZero:
@@ -135,23 +127,23 @@ int WriteKindGroup(R12DxfWriteContext &c, const R12DxfGroup &g, const CDB_ENTITY
     case V::kReal:
     case V::kZElevation:
     case V::kZBoth:
-        return s.WriteReal(g.code, Load<double>(r, g.offset));
+        return s.WriteReal(g.code, LoadField<double>(&r, g.offset));
     case V::kInt16:
-        return s.WriteInt16(g.code, Load<int16_t>(r, g.offset));
+        return s.WriteInt16(g.code, LoadField<int16_t>(&r, g.offset));
     case V::kByte:
-        return s.WriteInt16(g.code, Load<uint8_t>(r, g.offset));
+        return s.WriteInt16(g.code, LoadField<uint8_t>(&r, g.offset));
     case V::kText:
     case V::kTextKept:
-        return s.WriteText(g.code, Load<char *>(r, g.offset));
+        return s.WriteText(g.code, LoadField<char *>(&r, g.offset));
     case V::kStyle: {
         // The style is written only when its name is found.
-        const char *name = c.Style(Load<int16_t>(r, g.offset));
+        const char *name = c.Style(LoadField<int16_t>(&r, g.offset));
         return name ? s.WriteText(g.code, name) : 1;
     }
     case V::kDimstyle:
-        return s.WriteText(g.code, c.Dimstyle(Load<int16_t>(r, g.offset)));
+        return s.WriteText(g.code, c.Dimstyle(LoadField<int16_t>(&r, g.offset)));
     case V::kBlockName:
-        return s.WriteText(g.code, c.Block(Load<int16_t>(r, g.offset)));
+        return s.WriteText(g.code, c.Block(LoadField<int16_t>(&r, g.offset)));
     case V::kShapeName:
         return WriteShapeName(c, g.code, r);
     case V::kNone:
@@ -201,7 +193,7 @@ int WriteEntityDxf(R12DxfWriteContext &c, int code, const CDB_ENTITY &given, int
     CDB_ENTITY mirrored;
     if (const R12DxfGroup *z = FirstFoldedZ(*layout)) {
         std::memcpy(static_cast<void *>(&mirrored), &given, sizeof mirrored);
-        Store<double>(mirrored, z->offset, given.elevation);
+        StoreField<double>(&mirrored, z->offset, given.elevation);
         mirrored.elevation = 0.0;
         record = &mirrored;
     }

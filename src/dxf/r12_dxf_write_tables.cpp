@@ -5,17 +5,12 @@
 #include "dxf/dxf_stream.h"
 #include "dwg12/r12_dxf_layout.h"
 #include "dxf/r12_dxf_write.h"
+#include "io/record_field.h"
 
 #include <cstddef>
 #include <cstring>
 
 namespace {
-
-template <typename T> T Load(const uint8_t *body, size_t offset) {
-    T value;
-    std::memcpy(&value, body + offset, sizeof value);
-    return value;
-}
 
 using V = R12DxfValue;
 
@@ -36,7 +31,7 @@ int WritePositionalPoint(CDxfStream &s, int16_t code, const uint8_t *body, size_
                          int coordinates) {
     for (int i = 0; i < coordinates; ++i)
         if (!s.WriteReal(static_cast<int16_t>(code + 10 * i),
-                         Load<double>(body, offset + 8 * size_t(i))))
+                         LoadField<double>(body, offset + 8 * size_t(i))))
             return 0;
     return 1;
 }
@@ -63,26 +58,26 @@ int CR12LayoutRecord::WriteDXF(R12DxfWriteContext &context) const {
             written = s.WriteInt16(g.code, Flags());
             break;
         case V::kReal:
-            written = s.WriteReal(g.code, Load<double>(record, g.offset));
+            written = s.WriteReal(g.code, LoadField<double>(record, g.offset));
             break;
         case V::kInt16:
-            written = s.WriteInt16(g.code, Load<int16_t>(record, g.offset));
+            written = s.WriteInt16(g.code, LoadField<int16_t>(record, g.offset));
             break;
         case V::kByte:
             written = s.WriteInt16(g.code, record[g.offset]);
             break;
         case V::kTextKept:
-            written = s.WriteText(g.code, Load<char *>(record, g.offset));
+            written = s.WriteText(g.code, LoadField<char *>(record, g.offset));
             break;
         case V::kLtypeName:
-            written = s.WriteText(g.code, context.Ltype(Load<int16_t>(record, g.offset)));
+            written = s.WriteText(g.code, context.Ltype(LoadField<int16_t>(record, g.offset)));
             break;
         case V::kAppendText:
             // The style's big font: the reader appends it to the font file's text, the
             // record keeps it in a field of its own.
             if (table == kR12Styles)
                 written = s.WriteText(
-                    g.code, Load<char *>(record, offsetof(CDB_STYLE_TBL_type, bigfont_file)));
+                    g.code, LoadField<char *>(record, offsetof(CDB_STYLE_TBL_type, bigfont_file)));
             break;
         case V::kDash:
             if (table == kR12Ltypes)

@@ -4,7 +4,9 @@
 
 #include "fonts/shape_interpreter.h"
 
-#include "interface/drawing_file.h"
+#include "io/byte_reader.h"
+#include "io/drawing_file.h"
+#include "records/angles.h"
 
 #include <cctype>
 #include <cmath>
@@ -17,19 +19,6 @@ const char CShapeFile::kBigFontPrefix[] = "AutoCAD-86 bigfont 1.";
 const char CShapeFile::kBigFontHeader[] = "AutoCAD-86 bigfont 1.0";
 
 namespace {
-
-constexpr double kPi = 3.14159265358979323846;
-
-uint16_t U16(const uint8_t *p) {
-    return static_cast<uint16_t>(p[0] | (p[1] << 8));
-}
-int16_t I16(const uint8_t *p) {
-    return static_cast<int16_t>(U16(p));
-}
-uint32_t U32(const uint8_t *p) {
-    return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
-           (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24);
-}
 
 std::string Upper(const std::string &text) {
     std::string out(text);
@@ -114,7 +103,8 @@ bool LoadShapes(CDrawingFile &file, CShapeFile &font) {
     uint8_t count_bytes[2];
     if (!ReadShapeBytes(file, CShapeFile::kShapesCountOffset, count_bytes, 2))
         return false;
-    int16_t count = I16(count_bytes);
+    int16_t count = 0;
+    ReadValueAt(count_bytes, sizeof count_bytes, 0, count);
     if (count < 0)
         return false;
     const uint64_t directory_size = uint64_t(count) * 4;
@@ -126,9 +116,10 @@ bool LoadShapes(CDrawingFile &file, CShapeFile &font) {
         return false;
     std::vector<Row> rows(static_cast<size_t>(count));
     uint64_t offset = CShapeFile::kShapesDirectoryOffset + directory_size;
+    ByteReader entries(directory.data(), directory.size());
     for (size_t i = 0; i < rows.size(); ++i) {
-        rows[i].number = U16(&directory[i * 4]);
-        rows[i].length = I16(&directory[i * 4 + 2]);
+        entries.U16(rows[i].number);
+        entries.I16(rows[i].length);
         if (rows[i].length < 0 || offset > file.Length())
             return false;
         rows[i].offset = static_cast<uint32_t>(offset);
@@ -144,7 +135,8 @@ bool LoadUnifont(CDrawingFile &file, CShapeFile &font) {
     uint8_t count_bytes[2];
     if (!ReadShapeBytes(file, CShapeFile::kUnifontCountOffset, count_bytes, 2))
         return false;
-    int16_t count = I16(count_bytes);
+    int16_t count = 0;
+    ReadValueAt(count_bytes, sizeof count_bytes, 0, count);
     if (count < 0)
         return false;
     // Every shape takes at least its four bytes of number and length.
@@ -157,8 +149,9 @@ bool LoadUnifont(CDrawingFile &file, CShapeFile &font) {
         if (position > file.Length() ||
             !ReadShapeBytes(file, static_cast<uint32_t>(position), head, 4))
             return false;
-        rows[i].number = U16(head);
-        rows[i].length = I16(head + 2);
+        ByteReader fields(head, sizeof head);
+        fields.U16(rows[i].number);
+        fields.I16(rows[i].length);
         if (rows[i].length < 0)
             return false;
         rows[i].offset = static_cast<uint32_t>(position + 4);
@@ -217,7 +210,7 @@ const ShapeEntry *CShapeFile::Entry(int number) const {
 
 std::unique_ptr<CShapeFile> CShapeFile::Load(const std::string &path) {
     CDrawingFile file;
-    if (!file.Open(path.c_str(), CDB_OPEN_READ))
+    if (!file.Open(path.c_str(), kDrawingFileRead))
         return nullptr;
     // The first line, compared byte for byte over 21 bytes.
     char header[kHeaderBytes + 1] = {};
@@ -241,7 +234,7 @@ std::unique_ptr<CShapeFile> CShapeFile::Load(const std::string &path) {
 
 std::unique_ptr<BigFont> CShapeFile::LoadBigFont(const std::string &path) {
     CDrawingFile file;
-    if (!file.Open(path.c_str(), CDB_OPEN_READ))
+    if (!file.Open(path.c_str(), kDrawingFileRead))
         return nullptr;
     // 23 bytes are read; the 22 of the header text are compared, the line end is not.
     char header[kBigFontHeaderBytes + 1] = {};
@@ -252,8 +245,11 @@ std::unique_ptr<BigFont> CShapeFile::LoadBigFont(const std::string &path) {
     uint8_t counts[4];
     if (!ReadShapeBytes(file, kBigFontCountOffset, counts, 4))
         return nullptr;
-    int16_t shape_count = I16(counts);
-    int16_t range_count = I16(counts + 2);
+    int16_t shape_count = 0;
+    int16_t range_count = 0;
+    ByteReader count_fields(counts, sizeof counts);
+    count_fields.I16(shape_count);
+    count_fields.I16(range_count);
     if (shape_count < 0 || range_count < 0)
         return nullptr;
     const uint32_t ranges_offset = kBigFontRangeCountOffset + 2;
@@ -271,12 +267,18 @@ std::unique_ptr<BigFont> CShapeFile::LoadBigFont(const std::string &path) {
         font->ranges[i].low = bytes[i * 2];
         font->ranges[i].high = bytes[i * 2 + 1];
     }
-    const uint8_t *p = bytes.data() + ranges_size;
+    ByteReader entries(bytes.data() + ranges_size, static_cast<size_t>(shapes_size));
     font->shapes.resize(static_cast<size_t>(shape_count));
-    for (size_t i = 0; i < font->shapes.size(); ++i, p += 8) {
-        font->shapes[i].shape_id = U16(p);
-        font->shapes[i].data_length = U16(p + 2);
-        font->shapes[i].data_offset = U32(p + 4);
+    for (auto &shape : font->shapes) {
+        uint16_t id = 0;
+        uint16_t length = 0;
+        uint32_t offset = 0;
+        entries.U16(id);
+        entries.U16(length);
+        entries.U32(offset);
+        shape.shape_id = id;
+        shape.data_length = length;
+        shape.data_offset = offset;
     }
     return font;
 }
@@ -286,7 +288,7 @@ bool ReadBigFontShape(const BigFont &font, size_t index, std::vector<uint8_t> *d
         return false;
     const BigFont::Shape &shape = font.shapes[index];
     CDrawingFile file;
-    if (!file.Open(font.file_name.c_str(), CDB_OPEN_READ))
+    if (!file.Open(font.file_name.c_str(), kDrawingFileRead))
         return false;
     if (shape.data_offset > file.Length() || shape.data_length > file.Length() - shape.data_offset)
         return false;

@@ -1,6 +1,8 @@
 // Reading the control-shape index VELKO.SDX.
 #include "fonts/shape_index.h"
 
+#include "io/byte_reader.h"
+
 #include <cctype>
 #include <cstring>
 
@@ -17,25 +19,6 @@ std::vector<std::string> DefaultDirectories() {
 std::vector<std::string> &Directories() {
     static std::vector<std::string> directories = DefaultDirectories();
     return directories;
-}
-
-uint16_t U16(const uint8_t *p) {
-    return static_cast<uint16_t>(p[0] | (p[1] << 8));
-}
-int16_t I16(const uint8_t *p) {
-    return static_cast<int16_t>(U16(p));
-}
-uint32_t U32(const uint8_t *p) {
-    return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
-           (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24);
-}
-double F64(const uint8_t *p) {
-    uint64_t bits = 0;
-    for (int i = 7; i >= 0; --i)
-        bits = (bits << 8) | p[i];
-    double value;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
 }
 
 std::string JoinPath(const std::string &directory, const char *name) {
@@ -77,7 +60,7 @@ int CShapeIndex::Open() {
     for (const std::string &directory : ShapeIndexDirectories()) {
         std::string candidate = JoinPath(directory, kFileName);
         CDrawingFile probe;
-        if (probe.Open(candidate.c_str(), CDB_OPEN_READ)) {
+        if (probe.Open(candidate.c_str(), kDrawingFileRead)) {
             probe.Close();
             return Open(candidate);
         }
@@ -89,7 +72,7 @@ int CShapeIndex::Open() {
 int CShapeIndex::Open(const std::string &index_path) {
     MakeUnusable();
     path = index_path;
-    if (!file.Open(index_path.c_str(), CDB_OPEN_READ))
+    if (!file.Open(index_path.c_str(), kDrawingFileRead))
         return 0;
     char signature[kSignatureLength];
     if (!ReadAt(0, signature, kSignatureLength) ||
@@ -102,7 +85,8 @@ int CShapeIndex::Open(const std::string &index_path) {
         MakeUnusable();
         return 0;
     }
-    int16_t count = I16(count_bytes);
+    int16_t count = 0;
+    ReadValueAt(count_bytes, sizeof count_bytes, 0, count);
     const uint64_t directory_size = uint64_t(count < 0 ? 0 : count) * kEntrySize;
     if (count < 0 || kDirectoryOffset + directory_size > file.Length()) {
         MakeUnusable();
@@ -118,8 +102,9 @@ int CShapeIndex::Open(const std::string &index_path) {
         const uint8_t *row = directory.data() + i * kEntrySize;
         std::memcpy(entries[i].name, row, kNameSize);
         entries[i].name[kNameSize] = 0;
-        entries[i].kind = I16(row + kNameSize);
-        entries[i].offset = U32(row + kNameSize + 2);
+        ByteReader fields(row + kNameSize, kEntrySize - kNameSize);
+        fields.I16(entries[i].kind);
+        fields.U32(entries[i].offset);
     }
     usable = true;
     return 1;
@@ -151,8 +136,13 @@ std::unique_ptr<CShapeFile> CShapeIndex::LoadShapeFile(int index) {
     uint8_t head[4];
     if (!ReadAt(entry.offset, head, 4))
         return nullptr;
-    int max_id = I16(head);
-    const int highest_row = I16(head + 2);
+    int16_t head_max_id = 0;
+    int16_t head_highest_row = 0;
+    ByteReader head_fields(head, sizeof head);
+    head_fields.I16(head_max_id);
+    head_fields.I16(head_highest_row);
+    int max_id = head_max_id;
+    const int highest_row = head_highest_row;
     // The direct table holds at most 256 entries.
     if (max_id > 255)
         max_id = 255;
@@ -172,20 +162,28 @@ std::unique_ptr<CShapeFile> CShapeIndex::LoadShapeFile(int index) {
     font->form = CShapeFile::Form::kShapes11;
     font->max_shape_id = static_cast<int16_t>(max_id);
     font->shapes.assign(static_cast<size_t>(max_id + 1), ShapeEntry());
-    font->data_offset = row_count ? U32(offsets.data()) : 0;
+    font->data_offset = 0;
+    ReadValueAt(offsets.data(), offsets.size(), 0, font->data_offset);
+    ByteReader row_offsets(offsets.data(), offsets.size());
     bool first = true;
     for (size_t k = 0; k < row_count; ++k) {
-        const uint32_t at = U32(&offsets[k * 4]);
+        uint32_t at = 0;
+        row_offsets.U32(at);
         uint8_t number_bytes[2];
         if (!ReadAt(at, number_bytes, 2))
             return nullptr;
-        const int16_t number = I16(number_bytes);
+        int16_t number = 0;
+        ReadValueAt(number_bytes, sizeof number_bytes, 0, number);
         if (number > 255)
             break;
         uint8_t rest[10];
         if (uint64_t(at) + 2 > file.Length() || !ReadAt(at + 2, rest, 10))
             return nullptr;
-        const int16_t length = I16(rest);
+        int16_t length = 0;
+        double width = 0.0;
+        ByteReader rest_fields(rest, sizeof rest);
+        rest_fields.I16(length);
+        rest_fields.F64(width);
         if (length < 0 || uint64_t(at) + 12 + static_cast<uint64_t>(length) > file.Length())
             return nullptr;
         std::vector<uint8_t> data(static_cast<size_t>(length));
@@ -205,7 +203,7 @@ std::unique_ptr<CShapeFile> CShapeIndex::LoadShapeFile(int index) {
             continue;
         ShapeEntry &slot = font->shapes[static_cast<size_t>(number)];
         slot.data_length = length;
-        slot.width = F64(rest + 2);
+        slot.width = width;
         slot.data = std::move(data);
     }
     return font;
@@ -220,8 +218,11 @@ std::unique_ptr<BigFont> CShapeIndex::LoadBigFont(int index) {
     uint8_t head[4];
     if (!ReadAt(entry.offset, head, 4))
         return nullptr;
-    const int16_t shape_count = I16(head);
-    const int16_t range_count = I16(head + 2);
+    int16_t shape_count = 0;
+    int16_t range_count = 0;
+    ByteReader counts(head, sizeof head);
+    counts.I16(shape_count);
+    counts.I16(range_count);
     if (shape_count < 0 || range_count < 0)
         return nullptr;
     const uint64_t ranges_at = uint64_t(entry.offset) + 4;
@@ -238,12 +239,19 @@ std::unique_ptr<BigFont> CShapeIndex::LoadBigFont(int index) {
         font->ranges[i].low = bytes[i * 2];
         font->ranges[i].high = bytes[i * 2 + 1];
     }
-    const uint8_t *p = bytes.data() + font->ranges.size() * 2;
+    ByteReader shape_rows(bytes.data() + font->ranges.size() * 2,
+                          bytes.size() - font->ranges.size() * 2);
     font->shapes.resize(static_cast<size_t>(shape_count));
-    for (size_t i = 0; i < font->shapes.size(); ++i, p += 8) {
-        font->shapes[i].shape_id = U16(p);
-        font->shapes[i].data_length = U16(p + 2);
-        font->shapes[i].data_offset = U32(p + 4);
+    for (auto &shape : font->shapes) {
+        uint16_t id = 0;
+        uint16_t length = 0;
+        uint32_t offset = 0;
+        shape_rows.U16(id);
+        shape_rows.U16(length);
+        shape_rows.U32(offset);
+        shape.shape_id = id;
+        shape.data_length = length;
+        shape.data_offset = offset;
     }
     return font;
 }

@@ -5,7 +5,7 @@
 #define VELKO_SHAPE_INDEX_H
 
 #include "fonts/shape_file.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 
 #include <cstdint>
 #include <memory>

@@ -13,12 +13,11 @@
 // in the C-th octant counted from S in its direction (S + C - 1, or S - C + 1 clockwise) at
 // end offset x 45/256 degrees: the arc of 55 to 95 degrees is 11,(56,28,0,3,012).
 #include "fonts/shape_interpreter.h"
+#include "records/angles.h"
 
 #include <cmath>
 
 namespace {
-
-constexpr double kPi = 3.14159265358979323846;
 
 // The 16 directions of a vector byte, in units of its length.
 constexpr double kDirections[16][2] = {

@@ -3,13 +3,13 @@
 #include "fonts/shape_strokes.h"
 
 #include "fonts/shape_interpreter.h"
+#include "records/angles.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 // Arcs become points at most this far apart in angle: 1/16 of a turn.
 constexpr double kArcStep = kPi / 8;
 // Subshapes are followed this deep, and no more than this many in all, so that shapes

@@ -1,5 +1,8 @@
 #include "fonts/truetype_font.h"
 
+#include "fonts/truetype_reader.h"
+#include "io/byte_reader.h"
+
 #include <cstdio>
 #include <cstring>
 #include <utility>
@@ -29,95 +32,105 @@ constexpr uint8_t kRepeat = 0x08;
 constexpr uint8_t kXSame = 0x10;
 constexpr uint8_t kYSame = 0x20;
 
-uint16_t BigU16(const uint8_t *p) {
-    return static_cast<uint16_t>((p[0] << 8) | p[1]);
-}
-
-uint32_t BigU32(const uint8_t *p) {
-    return (static_cast<uint32_t>(p[0]) << 24) | (static_cast<uint32_t>(p[1]) << 16) |
-           (static_cast<uint32_t>(p[2]) << 8) | p[3];
-}
-
 int16_t AsI16(uint32_t value) {
     return static_cast<int16_t>(static_cast<uint16_t>(value));
 }
 
-// Big-endian reads through the file object, each one held against the file's length: a
-// read that would pass the end fails and leaves nothing half-filled behind.
-class Reader {
-public:
-    explicit Reader(CDrawingFile &f) : file(f) {}
+// "maxp" at `at`: its version and glyph count; the rest in version 1.0 tables.
+bool ReadMaxp(TtfFileReader &in, uint64_t at, TtfMaxp &maxp) {
+    if (!in.Seek(at) || !in.U32(&maxp.version) || !in.U16(&maxp.num_glyphs))
+        return false;
+    if (maxp.version == 0x00010000u) {
+        uint16_t *rest[] = {&maxp.max_points,
+                            &maxp.max_contours,
+                            &maxp.max_composite_points,
+                            &maxp.max_composite_contours,
+                            &maxp.max_zones,
+                            &maxp.max_twilight_points,
+                            &maxp.max_storage,
+                            &maxp.max_function_defs,
+                            &maxp.max_instruction_defs,
+                            &maxp.max_stack_elements,
+                            &maxp.max_size_of_instructions,
+                            &maxp.max_component_elements,
+                            &maxp.max_component_depth};
+        for (uint16_t *field : rest)
+            if (!in.U16(field))
+                return false;
+    }
+    return true;
+}
 
-    uint64_t Position() const {
-        int32_t pos = file.GetPosition();
-        return pos < 0 ? file.Length() + uint64_t(1) : static_cast<uint64_t>(pos);
-    }
-    uint64_t Remaining() const {
-        uint64_t pos = Position();
-        return pos >= file.Length() ? 0 : file.Length() - pos;
-    }
-    bool Seek(uint64_t offset) {
-        if (offset > file.Length())
-            return false;
-        file.SetPosition(static_cast<int32_t>(offset), 0);
-        return true;
-    }
-    bool Skip(uint64_t count) { return Seek(Position() + count); }
-    bool Bytes(void *dest, uint64_t size) {
-        if (size > Remaining())
-            return false;
-        if (size == 0)
-            return true;
-        int32_t before = file.GetPosition();
-        if (!file.Read(dest, static_cast<uint32_t>(size)))
-            return false;
-        return static_cast<uint64_t>(file.GetPosition()) - static_cast<uint64_t>(before) == size;
-    }
-    bool U8(uint8_t *value) { return Bytes(value, 1); }
-    bool U16(uint16_t *value) {
-        uint8_t b[2];
-        if (!Bytes(b, 2))
-            return false;
-        *value = BigU16(b);
-        return true;
-    }
-    bool I16(int16_t *value) {
-        uint16_t v;
-        if (!U16(&v))
-            return false;
-        *value = static_cast<int16_t>(v);
-        return true;
-    }
-    bool U32(uint32_t *value) {
-        uint8_t b[4];
-        if (!Bytes(b, 4))
-            return false;
-        *value = BigU32(b);
-        return true;
-    }
-    bool I64(int64_t *value) {
-        uint32_t high, low;
-        if (!U32(&high) || !U32(&low))
-            return false;
-        *value = static_cast<int64_t>((static_cast<uint64_t>(high) << 32) | low);
-        return true;
-    }
-    // `count` big-endian u16 values into `out`; the count is checked before allocating.
-    bool U16Array(size_t count, std::vector<uint16_t> *out) {
-        if (uint64_t(count) * 2 > Remaining())
-            return false;
-        std::vector<uint8_t> raw(count * 2);
-        if (!Bytes(raw.data(), raw.size()))
-            return false;
-        out->resize(count);
-        for (size_t i = 0; i < count; ++i)
-            (*out)[i] = BigU16(&raw[i * 2]);
-        return true;
-    }
+// "head" at `at`, every field in file order.
+bool ReadHead(TtfFileReader &in, uint64_t at, TtfHead &head) {
+    return in.Seek(at) && in.U32(&head.version) && in.U32(&head.font_revision) &&
+           in.U32(&head.checksum_adjustment) && in.U32(&head.magic_number) && in.U16(&head.flags) &&
+           in.U16(&head.units_per_em) && in.I64(&head.created) && in.I64(&head.modified) &&
+           in.I16(&head.x_min) && in.I16(&head.y_min) && in.I16(&head.x_max) &&
+           in.I16(&head.y_max) && in.U16(&head.mac_style) && in.U16(&head.lowest_rec_ppem) &&
+           in.I16(&head.font_direction_hint) && in.I16(&head.index_to_loc_format) &&
+           in.I16(&head.glyph_data_format);
+}
 
-private:
-    CDrawingFile &file;
-};
+// "hhea" at `at`.
+bool ReadHhea(TtfFileReader &in, uint64_t at, TtfHhea &hhea) {
+    if (!in.Seek(at) || !in.U32(&hhea.version) || !in.I16(&hhea.ascent) || !in.I16(&hhea.descent) ||
+        !in.I16(&hhea.line_gap) || !in.U16(&hhea.advance_width_max) ||
+        !in.I16(&hhea.min_left_side_bearing) || !in.I16(&hhea.min_right_side_bearing) ||
+        !in.I16(&hhea.x_max_extent) || !in.I16(&hhea.caret_slope_rise) ||
+        !in.I16(&hhea.caret_slope_run) || !in.I16(&hhea.caret_offset))
+        return false;
+    for (int16_t &r : hhea.reserved)
+        if (!in.I16(&r))
+            return false;
+    return in.I16(&hhea.metric_data_format) && in.U16(&hhea.number_of_h_metrics);
+}
+
+// "hmtx" at `at`: `full_rows` rows of advance and bearing, then bearings alone up to
+// `glyphs`.
+bool ReadHorizontalMetrics(TtfFileReader &in, uint64_t at, size_t glyphs, size_t full_rows,
+                           std::vector<TtfHorizontalMetric> &metrics) {
+    const uint64_t hmtx_bytes = uint64_t(full_rows) * 4 + uint64_t(glyphs - full_rows) * 2;
+    if (!in.Seek(at) || hmtx_bytes > in.Remaining())
+        return false;
+    std::vector<uint8_t> raw(static_cast<size_t>(hmtx_bytes));
+    if (!in.Bytes(raw.data(), raw.size()))
+        return false;
+    metrics.assign(glyphs, TtfHorizontalMetric());
+    BigEndianByteReader rows(raw.data(), raw.size());
+    for (size_t g = 0; g < glyphs; ++g) {
+        uint16_t advance = 0;
+        int16_t bearing = 0;
+        if (g < full_rows && rows.U16(advance))
+            metrics[g].advance_width = advance;
+        if (rows.I16(bearing))
+            metrics[g].left_side_bearing = bearing;
+    }
+    return true;
+}
+
+// "loca" at `at`: `entries` offsets, u16 halves in the short form, u32 otherwise.
+bool ReadGlyphOffsets(TtfFileReader &in, uint64_t at, size_t entries, bool short_form,
+                      std::vector<uint32_t> &glyph_offsets) {
+    const uint64_t loca_bytes = uint64_t(entries) * (short_form ? 2 : 4);
+    if (!in.Seek(at) || loca_bytes > in.Remaining())
+        return false;
+    std::vector<uint8_t> raw(static_cast<size_t>(loca_bytes), 0);
+    if (!in.Bytes(raw.data(), raw.size()))
+        return false;
+    glyph_offsets.resize(entries);
+    BigEndianByteReader offsets(raw.data(), raw.size());
+    for (uint32_t &offset : glyph_offsets) {
+        uint16_t half = 0;
+        uint32_t full = 0;
+        if (short_form)
+            offsets.U16(half);
+        else
+            offsets.U32(full);
+        offset = short_form ? uint32_t(half) * 2 : full;
+    }
+    return true;
+}
 
 } // namespace
 
@@ -127,7 +140,7 @@ private:
 
 int CTrueTypeFont::Open(const char *path) {
     Close();
-    if (!path || !file.Open(path, CDB_OPEN_READ))
+    if (!path || !file.Open(path, kDrawingFileRead))
         return 0;
     if (!ReadTables()) {
         Close();
@@ -160,7 +173,7 @@ void CTrueTypeFont::Close() {
 }
 
 int CTrueTypeFont::ReadTables() {
-    Reader in(file);
+    TtfFileReader in(file);
 
     // The offset table and the directory behind it.
     if (!in.Seek(0) || !in.U32(&offset_table.scaler_type) || !in.U16(&offset_table.table_count) ||
@@ -183,27 +196,8 @@ int CTrueTypeFont::ReadTables() {
     }
 
     // "maxp": its version and glyph count; the rest in version 1.0 tables.
-    if (!table_found[kMaxp] || !in.Seek(table_offsets[kMaxp]) || !in.U32(&maxp.version) ||
-        !in.U16(&maxp.num_glyphs))
+    if (!table_found[kMaxp] || !ReadMaxp(in, table_offsets[kMaxp], maxp))
         return 0;
-    if (maxp.version == 0x00010000u) {
-        uint16_t *rest[] = {&maxp.max_points,
-                            &maxp.max_contours,
-                            &maxp.max_composite_points,
-                            &maxp.max_composite_contours,
-                            &maxp.max_zones,
-                            &maxp.max_twilight_points,
-                            &maxp.max_storage,
-                            &maxp.max_function_defs,
-                            &maxp.max_instruction_defs,
-                            &maxp.max_stack_elements,
-                            &maxp.max_size_of_instructions,
-                            &maxp.max_component_elements,
-                            &maxp.max_component_depth};
-        for (uint16_t *field : rest)
-            if (!in.U16(field))
-                return 0;
-    }
 
     // The cmap header, its encodings, and the first format 4 and format 0 among them.
     bool cmap_read = table_found[kCmap] && in.Seek(table_offsets[kCmap]) &&
@@ -237,68 +231,25 @@ int CTrueTypeFont::ReadTables() {
         if (!table_found[t])
             return 0;
 
-    // "head", every field in file order.
-    if (!in.Seek(table_offsets[kHead]) || !in.U32(&head.version) || !in.U32(&head.font_revision) ||
-        !in.U32(&head.checksum_adjustment) || !in.U32(&head.magic_number) || !in.U16(&head.flags) ||
-        !in.U16(&head.units_per_em) || !in.I64(&head.created) || !in.I64(&head.modified) ||
-        !in.I16(&head.x_min) || !in.I16(&head.y_min) || !in.I16(&head.x_max) ||
-        !in.I16(&head.y_max) || !in.U16(&head.mac_style) || !in.U16(&head.lowest_rec_ppem) ||
-        !in.I16(&head.font_direction_hint) || !in.I16(&head.index_to_loc_format) ||
-        !in.I16(&head.glyph_data_format))
-        return 0;
-
-    // "hhea".
-    if (!in.Seek(table_offsets[kHhea]) || !in.U32(&hhea.version) || !in.I16(&hhea.ascent) ||
-        !in.I16(&hhea.descent) || !in.I16(&hhea.line_gap) || !in.U16(&hhea.advance_width_max) ||
-        !in.I16(&hhea.min_left_side_bearing) || !in.I16(&hhea.min_right_side_bearing) ||
-        !in.I16(&hhea.x_max_extent) || !in.I16(&hhea.caret_slope_rise) ||
-        !in.I16(&hhea.caret_slope_run) || !in.I16(&hhea.caret_offset))
-        return 0;
-    for (int16_t &r : hhea.reserved)
-        if (!in.I16(&r))
-            return 0;
-    if (!in.I16(&hhea.metric_data_format) || !in.U16(&hhea.number_of_h_metrics))
+    if (!ReadHead(in, table_offsets[kHead], head) || !ReadHhea(in, table_offsets[kHhea], hhea))
         return 0;
 
     // "hmtx": full rows for the first number_of_h_metrics glyphs, then left side bearings
     // alone; the advance of those glyphs stays 0.
-    size_t glyphs = maxp.num_glyphs;
-    size_t full_rows = hhea.number_of_h_metrics < glyphs ? hhea.number_of_h_metrics : glyphs;
-    uint64_t hmtx_bytes = uint64_t(full_rows) * 4 + uint64_t(glyphs - full_rows) * 2;
-    if (!in.Seek(table_offsets[kHmtx]) || hmtx_bytes > in.Remaining())
+    const size_t glyphs = maxp.num_glyphs;
+    const size_t full_rows = hhea.number_of_h_metrics < glyphs ? hhea.number_of_h_metrics : glyphs;
+    if (!ReadHorizontalMetrics(in, table_offsets[kHmtx], glyphs, full_rows, metrics))
         return 0;
-    std::vector<uint8_t> raw(static_cast<size_t>(hmtx_bytes));
-    if (!in.Bytes(raw.data(), raw.size()))
-        return 0;
-    metrics.assign(glyphs, TtfHorizontalMetric());
-    size_t at = 0;
-    for (size_t g = 0; g < glyphs; ++g) {
-        if (g < full_rows) {
-            metrics[g].advance_width = BigU16(&raw[at]);
-            at += 2;
-        }
-        metrics[g].left_side_bearing = static_cast<int16_t>(BigU16(&raw[at]));
-        at += 2;
-    }
-
     // "loca": num_glyphs + 1 offsets, u16 halves or u32.
-    size_t entries = glyphs + 1;
-    bool short_form = head.index_to_loc_format == 0;
-    uint64_t loca_bytes = uint64_t(entries) * (short_form ? 2 : 4);
-    if (!in.Seek(table_offsets[kLoca]) || loca_bytes > in.Remaining())
+    if (!ReadGlyphOffsets(in, table_offsets[kLoca], glyphs + 1, head.index_to_loc_format == 0,
+                          glyph_offsets))
         return 0;
-    raw.assign(static_cast<size_t>(loca_bytes), 0);
-    if (!in.Bytes(raw.data(), raw.size()))
-        return 0;
-    glyph_offsets.resize(entries);
-    for (size_t g = 0; g < entries; ++g)
-        glyph_offsets[g] = short_form ? uint32_t(BigU16(&raw[g * 2])) * 2 : BigU32(&raw[g * 4]);
     return 1;
 }
 
 // Positioned behind the format word of a format 4 subtable.
 bool CTrueTypeFont::ReadFormat4() {
-    Reader in(file);
+    TtfFileReader in(file);
     TtfFormat4 t;
     t.format = 4;
     if (!in.U16(&t.length) || !in.U16(&t.language) || !in.U16(&t.seg_count_x2) ||
@@ -327,7 +278,7 @@ bool CTrueTypeFont::ReadFormat4() {
 
 // Positioned behind the format word of a format 0 subtable.
 bool CTrueTypeFont::ReadFormat0() {
-    Reader in(file);
+    TtfFileReader in(file);
     uint16_t length, language;
     uint8_t ids[256];
     if (!in.U16(&length) || !in.U16(&language) || !in.Bytes(ids, sizeof ids))
@@ -437,7 +388,7 @@ int16_t CTrueTypeFont::SetCurrentChar(uint16_t code) {
         records.back().glyph_id = id;
         ok = true;
     } else {
-        Reader in(file);
+        TtfFileReader in(file);
         int16_t contour_count = 0;
         if (in.Seek(uint64_t(table_offsets[kGlyf]) + glyph_offsets[id]) && in.I16(&contour_count) &&
             in.Skip(8)) {
@@ -461,7 +412,7 @@ int16_t CTrueTypeFont::SetCurrentChar(uint16_t code) {
 
 // Positioned behind the header of a composite glyph: one record per component.
 bool CTrueTypeFont::DecodeComposite() {
-    Reader in(file);
+    TtfFileReader in(file);
     uint16_t flags = 0;
     do {
         if (records.size() >= kMaxRecords)
@@ -525,7 +476,7 @@ bool CTrueTypeFont::DecodeSimple(uint16_t glyph_id, TtfGlyphRecord *record) {
     if (offset == glyph_offsets[size_t(glyph_id) + 1])
         return true;
 
-    Reader in(file);
+    TtfFileReader in(file);
     int16_t contour_count = 0;
     if (!in.Seek(uint64_t(table_offsets[kGlyf]) + offset) || !in.I16(&contour_count) || !in.Skip(8))
         return false;

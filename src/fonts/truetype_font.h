@@ -4,7 +4,7 @@
 #ifndef VELKO_TRUETYPE_FONT_H
 #define VELKO_TRUETYPE_FONT_H
 
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 #include "velkow32.h"
 
 #include <cstdint>

@@ -1,8 +1,8 @@
 // The façade: one object per open drawing.
 #include "dwg12/r12_drawing.h"
 #include "dwg13/r13_drawing.h"
-#include "interface/drawing_file.h"
 #include "interface/open_sniff.h"
+#include "io/drawing_file.h"
 
 #include <cstring>
 #include <memory>

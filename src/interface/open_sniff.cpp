@@ -2,7 +2,7 @@
 
 #include "dxf/dxf_sniff.h"
 #include "dxf/dxf_stream.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 
 #include <cstring>
 

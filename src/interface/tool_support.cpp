@@ -5,7 +5,7 @@
 #include "fonts/shape_file.h"
 #include "fonts/shape_index_writer.h"
 #include "fonts/shape_strokes.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 #include "interface/drawing_table.h"
 #include "records/entity_kinds.h"
 #include "views/xref_paths.h"

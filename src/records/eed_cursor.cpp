@@ -1,5 +1,6 @@
 #include "records/eed_cursor.h"
 
+#include "io/byte_reader.h"
 #include "records/handle_text.h"
 
 #include <cstring>
@@ -8,71 +9,6 @@
 namespace {
 
 constexpr short kEedEnd = CDB_EED_END;
-
-// A reader over the cursor's block. Every read checks that its bytes lie inside
-// `size`; a read that would pass the end fails and leaves the offset alone.
-class EedReader {
-public:
-    explicit EedReader(const CDB_EED_type &cursor)
-        : data_(cursor.data), size_(cursor.size), pos_(cursor.position) {}
-
-    unsigned Position() const { return pos_; }
-
-    bool Has(unsigned count) const { return pos_ <= size_ && count <= size_ - pos_; }
-
-    bool U8(uint8_t &out) {
-        if (!Has(1))
-            return false;
-        out = data_[pos_];
-        pos_ += 1;
-        return true;
-    }
-
-    bool I16(int16_t &out) {
-        if (!Has(2))
-            return false;
-        const uint16_t raw = static_cast<uint16_t>(data_[pos_] | (data_[pos_ + 1] << 8));
-        out = static_cast<int16_t>(raw);
-        pos_ += 2;
-        return true;
-    }
-
-    bool I32(int32_t &out) {
-        if (!Has(4))
-            return false;
-        uint32_t raw = 0;
-        for (int i = 3; i >= 0; --i)
-            raw = (raw << 8) | data_[pos_ + static_cast<unsigned>(i)];
-        out = static_cast<int32_t>(raw);
-        pos_ += 4;
-        return true;
-    }
-
-    bool F64(double &out) {
-        if (!Has(8))
-            return false;
-        uint64_t raw = 0;
-        for (int i = 7; i >= 0; --i)
-            raw = (raw << 8) | data_[pos_ + static_cast<unsigned>(i)];
-        std::memcpy(&out, &raw, sizeof out);
-        pos_ += 8;
-        return true;
-    }
-
-    // Points at `count` bytes and moves past them.
-    bool Bytes(unsigned count, const uint8_t *&out) {
-        if (!Has(count))
-            return false;
-        out = data_ + pos_;
-        pos_ += count;
-        return true;
-    }
-
-private:
-    const uint8_t *data_;
-    unsigned size_;
-    unsigned pos_;
-};
 
 // Reads the value at the cursor's position. On success the cursor moves past it and
 // the code byte comes back; on failure (end of data, unknown code, truncated payload)
@@ -83,7 +19,10 @@ short ReadValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) {
     if (static_cast<int>(cursor->position) >= static_cast<int>(cursor->size) - 1)
         return kEedEnd;
 
-    EedReader in(*cursor);
+    // Every read checks that its bytes lie inside the block; a read that would pass the
+    // end fails, and the cursor then stays where it was.
+    ByteReader in(cursor->data, cursor->size);
+    in.Seek(cursor->position);
     uint8_t code = 0;
     if (!in.U8(code))
         return kEedEnd;
@@ -92,9 +31,10 @@ short ReadValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) {
     case 0:   // string
     case 4: { // binary
         uint8_t length = 0;
-        const uint8_t *bytes = nullptr;
-        if (!in.U8(length) || !in.Bytes(length, bytes))
+        if (!in.U8(length) || !in.Has(length))
             return kEedEnd;
+        const uint8_t *bytes = in.Here();
+        in.Skip(length);
         if (value) {
             std::memset(value->text, 0, sizeof value->text);
             std::memcpy(value->text, bytes, length);
@@ -120,9 +60,10 @@ short ReadValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) {
         break;
     }
     case 5: { // handle, eight bytes, first byte most significant
-        const uint8_t *bytes = nullptr;
-        if (!in.Bytes(8, bytes))
+        if (!in.Has(8))
             return kEedEnd;
+        const uint8_t *bytes = in.Here();
+        in.Skip(8);
         if (value) {
             const std::string hex = HandleBytesToText(bytes, 8);
             std::memset(value->text, 0, sizeof value->text);

@@ -1,5 +1,7 @@
 #include "records/header_vars.h"
 
+#include "io/record_field.h"
+
 #include <cstring>
 
 namespace {
@@ -259,23 +261,21 @@ short CodeIn(const HeaderVar &var, HeaderRelease release) {
 }
 
 void CopyValue(const CDB_HEADER_type &header, const HeaderVar &var, CDB_VAR_VALUE_type *value) {
-    const unsigned char *field = reinterpret_cast<const unsigned char *>(&header) + var.offset;
     switch (var.storage) {
     case Storage::I16:
-        std::memcpy(&value->int_value, field, sizeof(int16_t));
+        value->int_value = LoadField<int16_t>(&header, var.offset);
         break;
     case Storage::F64:
-        std::memcpy(&value->real_value, field, sizeof(double));
+        value->real_value = LoadField<double>(&header, var.offset);
         break;
     case Storage::PT2:
-        std::memcpy(&value->point2_value, field, sizeof(CDB_POINT2));
+        value->point2_value = LoadField<CDB_POINT2>(&header, var.offset);
         break;
     case Storage::PT3:
-        std::memcpy(&value->point3_value, field, sizeof(CDB_POINT3));
+        value->point3_value = LoadField<CDB_POINT3>(&header, var.offset);
         break;
     case Storage::TXT: {
-        const char *text = nullptr;
-        std::memcpy(&text, field, sizeof text);
+        const char *text = LoadField<const char *>(&header, var.offset);
         if (!text)
             text = "";
         size_t length = 0;
@@ -326,23 +326,21 @@ namespace {
 
 void StoreValue(CDB_HEADER_type &header, const HeaderVar &var, const CDB_VAR_VALUE_type &value,
                 HeaderTextRoom room) {
-    unsigned char *field = reinterpret_cast<unsigned char *>(&header) + var.offset;
     switch (var.storage) {
     case Storage::I16:
-        std::memcpy(field, &value.int_value, sizeof(int16_t));
+        StoreField(&header, var.offset, value.int_value);
         break;
     case Storage::F64:
-        std::memcpy(field, &value.real_value, sizeof(double));
+        StoreField(&header, var.offset, value.real_value);
         break;
     case Storage::PT2:
-        std::memcpy(field, &value.point2_value, sizeof(CDB_POINT2));
+        StoreField(&header, var.offset, value.point2_value);
         break;
     case Storage::PT3:
-        std::memcpy(field, &value.point3_value, sizeof(CDB_POINT3));
+        StoreField(&header, var.offset, value.point3_value);
         break;
     case Storage::TXT: {
-        char *block = nullptr;
-        std::memcpy(&block, field, sizeof block);
+        char *block = LoadField<char *>(&header, var.offset);
         const size_t size = room ? room(var.offset) : 0;
         if (!block || size == 0)
             break;

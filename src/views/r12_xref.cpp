@@ -5,7 +5,7 @@
 // and the child lives on the façade's delete list; in view mode the child is kept until
 // the block's entities have been handed out (LoadBlock).
 #include "dwg12/r12_drawing.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 #include "views/xref_paths.h"
 
 #include <cstring>

@@ -18,7 +18,7 @@
 
 #include "dxf/dxf_numbers.h"
 #include "dxf/dxf_stream.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 
 #include "velkow32.h"
 

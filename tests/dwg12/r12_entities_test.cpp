@@ -1,5 +1,6 @@
 // The entity classes of release 12: the common fields, and the body of every kind with
 // every presence bit, decoded through a real drawing over a hand-made file.
+#include "records/angles.h"
 #include "dwg12/r12_entity_layout.h"
 #include "dwg12/r12_loaded_drawing.h"
 #include "fonts/shx_bytes.h"
@@ -15,7 +16,6 @@ using namespace velko_test;
 
 namespace {
 
-constexpr double kPi = 3.141592653589793;
 double Rad(double degrees) {
     return degrees * kPi / 180.0;
 }

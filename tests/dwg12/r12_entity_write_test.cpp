@@ -77,10 +77,10 @@ void FillViewport(CR12Entity &e, bool negative_zero) {
     v.data_version = 16;
     v.view_target = CDB_POINT3{negative_zero ? -0.0 : 1.0, 2.0, 3.0};
     v.view_direction = CDB_POINT3{0.0, 0.0, 1.0};
-    v.twist_angle = negative_zero ? -0.0 : R12RadiansToDegrees(0.3);
+    v.twist_angle = negative_zero ? -0.0 : RadiansToDegrees(0.3);
     v.view_height = 9.5;
     v.view_center = CDB_POINT2{4.0, -3.0};
-    v.snap_angle = R12RadiansToDegrees(0.125);
+    v.snap_angle = RadiansToDegrees(0.125);
     v.circle_zoom = 100;
     v.hidden_in_plot = 1;
     auto *layers = static_cast<int16_t *>(std::malloc(2 * sizeof(int16_t)));
@@ -120,7 +120,7 @@ void FillAllOn(CR12Entity &e, bool negative_zero) {
             PutAt(r, f.offset, real());
             break;
         case R12Value::kAngle:
-            PutAt(r, f.offset, negative_zero ? -0.0 : R12RadiansToDegrees(0.25 * double(i + 1)));
+            PutAt(r, f.offset, negative_zero ? -0.0 : RadiansToDegrees(0.25 * double(i + 1)));
             break;
         case R12Value::kXY:
         case R12Value::kXY0:
@@ -552,8 +552,8 @@ TEST(R12EntityWrite, AngleInDegreesReadFromAFileGoesBackToTheSameRadians) {
     auto e = w.Make(8);
     CDB_ENTITY *r = e->GetData();
     r->arc.radius = 1.0;
-    r->arc.start_angle = R12RadiansToDegrees(0.1);
-    r->arc.end_angle = R12RadiansToDegrees(2.9);
+    r->arc.start_angle = RadiansToDegrees(0.1);
+    r->arc.end_angle = RadiansToDegrees(2.9);
     const std::vector<uint8_t> frame = Encode(*e);
     EXPECT_EQ(get_f64(frame, kBody + 24), 0.1);
     EXPECT_EQ(get_f64(frame, kBody + 32), 2.9);

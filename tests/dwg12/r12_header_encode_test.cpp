@@ -1,4 +1,5 @@
 #include "dwg12/r12_header.h"
+#include "io/byte_order.h"
 
 #include "dwg12/r12_test_bytes.h"
 #include "support/corpus.h"
@@ -27,7 +28,7 @@ Bytes Block(uint8_t fill = 0) {
 }
 
 int16_t I16At(const Bytes &b, size_t at) {
-    return R12GetI16(b.data() + at);
+    return LittleEndian::Decode<int16_t>(b.data() + at);
 }
 
 // The record's text pointers, which differ between two headers by design.
@@ -118,22 +119,23 @@ TEST(R12HeaderEncode, FieldsGoToTheirOffsets) {
     header.vars.pinsbase = CDB_POINT3{-1.0, -2.0, -3.0};
     Bytes b = Block();
     header.Encode(b.data());
-    EXPECT_EQ(R12GetF64(b.data() + 0x5E), 1.5);
-    EXPECT_EQ(R12GetF64(b.data() + 0x66), 2.5);
-    EXPECT_EQ(R12GetF64(b.data() + 0x6E), 3.5);
+    EXPECT_EQ(LittleEndian::Decode<double>(b.data() + 0x5E), 1.5);
+    EXPECT_EQ(LittleEndian::Decode<double>(b.data() + 0x66), 2.5);
+    EXPECT_EQ(LittleEndian::Decode<double>(b.data() + 0x6E), 3.5);
     EXPECT_EQ(I16At(b, 0x76), 1);
-    EXPECT_EQ(R12GetF64(b.data() + 0xB8), 12.0);
-    EXPECT_EQ(R12GetF64(b.data() + 0xC0), 9.0);
-    EXPECT_EQ(R12GetF64(b.data() + 0x132), 1.25);
+    EXPECT_EQ(LittleEndian::Decode<double>(b.data() + 0xB8), 12.0);
+    EXPECT_EQ(LittleEndian::Decode<double>(b.data() + 0xC0), 9.0);
+    EXPECT_EQ(LittleEndian::Decode<double>(b.data() + 0x132), 1.25);
     EXPECT_EQ(I16At(b, 0x14A), 3);
     EXPECT_EQ(I16At(b, 0x31B), 256);
     EXPECT_EQ(b[0x1F3], 0xFF);
     EXPECT_EQ(b[0x2E5], 200);
-    EXPECT_EQ(R12GetF64(b.data() + 0x353), 0.5) << "the header's angles stay as they are";
-    EXPECT_EQ(R12GetF64(b.data() + 0x399), 5.5);
+    EXPECT_EQ(LittleEndian::Decode<double>(b.data() + 0x353), 0.5)
+        << "the header's angles stay as they are";
+    EXPECT_EQ(LittleEndian::Decode<double>(b.data() + 0x399), 5.5);
     EXPECT_EQ(I16At(b, 0x6BB), 1);
-    EXPECT_EQ(R12GetF64(b.data() + 0x687), -1.0);
-    EXPECT_EQ(R12GetF64(b.data() + 0x697), -3.0);
+    EXPECT_EQ(LittleEndian::Decode<double>(b.data() + 0x687), -1.0);
+    EXPECT_EQ(LittleEndian::Decode<double>(b.data() + 0x697), -3.0);
 }
 
 TEST(R12HeaderEncode, CeltypeBylayerAndByblockGoBackToTheirFileCodes) {
@@ -540,9 +542,10 @@ TEST(R12HeaderEncode, PlainFieldsAreTheInverseOfTheirDecoding) {
     EXPECT_EQ(I16At(b, 0), -1234);
     EXPECT_EQ(b[2], 0xFD);
     EXPECT_EQ(b[3], 0xC3);
-    EXPECT_EQ(R12GetF64(b.data() + 12), -2.25);
-    EXPECT_NEAR(R12GetF64(b.data() + 28), 1.5707963267948966, 1e-15) << "degrees to radians";
-    EXPECT_EQ(R12GetU32(b.data() + 36), 0x40ABCDEFu) << "the flag byte stays";
+    EXPECT_EQ(LittleEndian::Decode<double>(b.data() + 12), -2.25);
+    EXPECT_NEAR(LittleEndian::Decode<double>(b.data() + 28), 1.5707963267948966, 1e-15)
+        << "degrees to radians";
+    EXPECT_EQ(LittleEndian::Decode<uint32_t>(b.data() + 36), 0x40ABCDEFu) << "the flag byte stays";
 
     Plain out{};
     for (const R12Field &f : fields)
@@ -581,7 +584,8 @@ TEST(R12HeaderEncode, AnglesComeBackExactlyAsDecoded) {
         ASSERT_TRUE(R12EncodePlainField(f, &decoded, again.data(), again.size()));
         Plain twice{};
         ASSERT_TRUE(R12DecodePlainField(f, again.data(), again.size(), &twice));
-        ASSERT_EQ(twice.angle, decoded.angle) << "radians " << R12GetF64(b.data());
+        ASSERT_EQ(twice.angle, decoded.angle)
+            << "radians " << LittleEndian::Decode<double>(b.data());
     }
     EXPECT_TRUE(std::isinf(R12AngleToFile(HUGE_VAL)));
     EXPECT_TRUE(std::isnan(R12AngleToFile(std::nan(""))));

@@ -4,7 +4,7 @@
 
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_frame_bytes.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 #include "interface/test_files.h"
 
 #include <gtest/gtest.h>

@@ -547,7 +547,7 @@ TEST(R12Save, TheActiveViewportGivesTheHeadersView) {
     auto &vport = *static_cast<CDB_VPORT_TBL_type *>(a->Table(kR12Vports).At(index)->GetRecord());
     vport.view_center = CDB_POINT2{100.0, 200.0};
     vport.view_height = 55.0;
-    vport.snap_angle = R12RadiansToDegrees(0.25);
+    vport.snap_angle = RadiansToDegrees(0.25);
     vport.grid_mode = 1;
     const CDB_POINT2 before = a->Header().vars.viewctr;
     auto out = OutFile();

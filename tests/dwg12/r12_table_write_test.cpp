@@ -26,7 +26,7 @@ struct TestDrawing : CBaseDrawing {
 // A double in radians that survives the trip to degrees and back to the file exactly.
 double StableRadians(double near) {
     for (double x = near;; x = std::nextafter(x, 10.0))
-        if (R12AngleToFile(R12RadiansToDegrees(x)) == x)
+        if (R12AngleToFile(RadiansToDegrees(x)) == x)
             return x;
 }
 

@@ -1,3 +1,4 @@
+#include "records/angles.h"
 #include "dwg12/r12_tables.h"
 
 #include "dwg12/r12_test_bytes.h"
@@ -21,8 +22,6 @@ using r12test::TestDrawing;
 using r12test::Val;
 
 namespace {
-
-constexpr double kPi = 3.141592653589793;
 
 // Reads one record of table `t` from a file that holds 7 bytes of padding, the record,
 // and 5 bytes behind it; checks that Read took exactly the record's size.

@@ -4,7 +4,7 @@
 #define VELKO_TESTS_R12_TEST_BYTES_H
 
 #include "interface/base_drawing.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #include "dxf/dxf_eed.h"
 
 #include "dxf/dxf_stream.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 #include "interface/test_files.h"
 #include "records/eed_cursor.h"
 

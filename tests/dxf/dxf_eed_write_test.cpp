@@ -4,7 +4,7 @@
 
 #include "dxf/dxf_stream.h"
 #include "dxf/dxf_written.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 #include "interface/test_files.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // The group-code stream: ASCII and binary reading, the typed header reads, and writing.
 #include "dxf/dxf_stream.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 #include "interface/test_files.h"
 
 #include <cstdlib>

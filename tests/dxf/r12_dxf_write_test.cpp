@@ -5,7 +5,7 @@
 #include "dxf/dxf_stream.h"
 #include "dxf/r12_dxf_write.h"
 #include "fonts/shx_bytes.h"
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The one judgement of a file at open: what each attempt decides, and that it hands the
 // file it opened on, positioned where a drawing class takes it up.
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 #include "interface/open_sniff.h"
 #include "interface/test_files.h"
 #include "support/dxf_text.h"

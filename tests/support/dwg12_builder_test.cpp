@@ -1,4 +1,5 @@
 // Tests of the hand-made release 12 DWG builder itself.
+#include "records/angles.h"
 #include "support/dwg12_builder.h"
 
 #include <gtest/gtest.h>
@@ -7,8 +8,6 @@
 
 namespace velko_test {
 namespace {
-
-constexpr double kPi = 3.141592653589793;
 
 TEST(Dwg12Builder, CrcCheckValue) {
     const char *check = "123456789";

@@ -1,4 +1,4 @@
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 
 #include <cctype>
 #include <cstdlib>
@@ -102,21 +102,21 @@ CDrawingFile::~CDrawingFile() {
     delete write_buffer;
 }
 
-int CDrawingFile::Open(const char *file_name, CDB_OPEN_MODE mode) {
+int CDrawingFile::Open(const char *file_name, int mode) {
     if (fd >= 0 || !file_name)
         return 0;
     int flags = O_RDONLY;
     switch (mode) {
-    case CDB_OPEN_READ:
+    case kDrawingFileRead:
         flags = O_RDONLY;
         break;
-    case CDB_OPEN_WRITE:
+    case kDrawingFileWrite:
         flags = O_WRONLY | O_CREAT;
         break;
-    case CDB_OPEN_READWRITE:
+    case kDrawingFileReadWrite:
         flags = O_RDWR;
         break;
-    case CDB_OPEN_CREATE:
+    case kDrawingFileCreate:
         flags = O_RDWR | O_CREAT | O_TRUNC;
         break;
     }

@@ -1,8 +1,8 @@
-// The buffered file object through which every reader and writer goes.
-#ifndef VELKO_DRAWING_FILE_H
-#define VELKO_DRAWING_FILE_H
-
-#include "velkow32.h"
+// The buffered file object through which every reader and writer goes, and the resolution
+// of a drawing's path on this system. The lowest layer of the library: it includes nothing
+// else of it.
+#ifndef VELKO_IO_DRAWING_FILE_H
+#define VELKO_IO_DRAWING_FILE_H
 
 #include <cstdint>
 #include <string>
@@ -11,6 +11,15 @@
 // path that does not exist as written is looked up component by component, ignoring case.
 // Returns the path to use (the original, normalised, when nothing matches).
 std::string ResolveDrawingPath(const char *name);
+
+// How CDrawingFile::Open opens a file. The values are those of the public open modes, so
+// that a caller may pass either.
+enum DrawingFileMode : int {
+    kDrawingFileRead = 0,      // reading only; the file must exist
+    kDrawingFileWrite = 1,     // writing only; created when missing, kept otherwise
+    kDrawingFileReadWrite = 2, // reading and writing; the file must exist
+    kDrawingFileCreate = 3     // reading and writing a new, empty file
+};
 
 class CDrawingFile {
 public:
@@ -23,7 +32,7 @@ public:
     CDrawingFile &operator=(const CDrawingFile &) = delete;
     ~CDrawingFile();
 
-    int Open(const char *name, CDB_OPEN_MODE mode);
+    int Open(const char *name, int mode); // a DrawingFileMode
     int Close();
     int SetPosition(int32_t offset, int origin);
     int32_t GetPosition() const { return position; }

@@ -1,11 +1,18 @@
 // The buffered file object.
-#include "interface/drawing_file.h"
+#include "io/drawing_file.h"
 #include "interface/test_files.h"
+#include "velkow32.h"
 
 #include <cstring>
 #include <gtest/gtest.h>
 
 using velko_test::TempFile;
+
+// The file object's open modes are the public ones: a caller may pass either.
+static_assert(int(kDrawingFileRead) == int(CDB_OPEN_READ), "read mode");
+static_assert(int(kDrawingFileWrite) == int(CDB_OPEN_WRITE), "write mode");
+static_assert(int(kDrawingFileReadWrite) == int(CDB_OPEN_READWRITE), "read-write mode");
+static_assert(int(kDrawingFileCreate) == int(CDB_OPEN_CREATE), "create mode");
 
 namespace {
 std::vector<uint8_t> Counting(size_t n) {

@@ -1,4 +1,4 @@
-#include "dwg13/crc16.h"
+#include "io/crc16.h"
 
 namespace {
 
@@ -22,12 +22,8 @@ struct CrcTables {
     }
 };
 
-} // namespace
-
-uint16_t Crc16(uint16_t seed, const uint8_t *data, size_t length, int init_byte, int reflect,
-               uint16_t polynomial) {
-    // Built once, with the polynomial of the first call.
-    static const CrcTables tables(polynomial);
+uint16_t Compute(const CrcTables &tables, uint16_t seed, const uint8_t *data, size_t length,
+                 int init_byte, int reflect) {
     uint16_t reg = seed;
     if (init_byte >= 0)
         reg = static_cast<uint16_t>((init_byte & 0xFF) << 8 | (init_byte & 0xFF));
@@ -45,6 +41,18 @@ uint16_t Crc16(uint16_t seed, const uint8_t *data, size_t length, int init_byte,
     return reflect < 0 ? tables.Reverse16(reg) : reg;
 }
 
+} // namespace
+
+uint16_t Crc16(uint16_t seed, const uint8_t *data, size_t length, int init_byte, int reflect,
+               uint16_t polynomial) {
+    // The DWG polynomial is the one every record uses: its tables are built once.
+    static const CrcTables dwg_tables(kDwgCrcPolynomial);
+    if (polynomial == kDwgCrcPolynomial)
+        return Compute(dwg_tables, seed, data, length, init_byte, reflect);
+    const CrcTables tables(polynomial);
+    return Compute(tables, seed, data, length, init_byte, reflect);
+}
+
 uint16_t DwgCrc(const uint8_t *data, size_t length) {
-    return Crc16(0xC0C1, data, length, -1, -1, 0x8005);
+    return Crc16(0xC0C1, data, length, -1, -1, kDwgCrcPolynomial);
 }
