@@ -55,7 +55,7 @@ struct LittleEndian {
         static_assert(byte_order_detail::kEncodable<T>, "a number is decoded");
         using Bits = byte_order_detail::BitsOf<T>;
         Bits bits = 0;
-        if (byte_order_detail::HostIsLittleEndian()) {
+        if constexpr (byte_order_detail::HostIsLittleEndian()) {
             std::memcpy(&bits, p, sizeof bits);
         } else {
             for (size_t i = sizeof bits; i-- > 0;)
@@ -66,7 +66,7 @@ struct LittleEndian {
     template <typename T> static void Encode(uint8_t *p, T value) {
         static_assert(byte_order_detail::kEncodable<T>, "a number is encoded");
         const auto bits = byte_order_detail::ToBits(value);
-        if (byte_order_detail::HostIsLittleEndian()) {
+        if constexpr (byte_order_detail::HostIsLittleEndian()) {
             std::memcpy(p, &bits, sizeof bits);
         } else {
             for (size_t i = 0; i < sizeof bits; ++i)
