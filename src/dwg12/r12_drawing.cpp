@@ -1,7 +1,6 @@
 #include "dwg12/r12_drawing.h"
 
 #include "interface/drawing_file.h"
-#include "records/eed_cursor.h"
 #include "records/header_vars.h"
 
 #include <cstring>
@@ -15,7 +14,7 @@ constexpr int kTableOrder[10] = {kR12Blocks, kR12Layers, kR12VxHeaders, kR12Dims
                                  kR12Views,  kR12Appids, kR12Ucs,       kR12Styles,    kR12Ltypes};
 } // namespace
 
-CR12Drawing::CR12Drawing(CLibDrawing *owner, int flag) : CBaseDrawing(flag) {
+CR12Drawing::CR12Drawing(CLibDrawing *owner, int flag) : CListDrawing(flag) {
     SetLib(owner);
     for (int t = 0; t < 10; ++t)
         tables[t] = std::make_unique<CR12TableList>(this, static_cast<int16_t>(t));
@@ -169,18 +168,6 @@ int CR12Drawing::TriggerLoading() {
     return 1;
 }
 
-void CR12Drawing::RewindCursors() {
-    // Reading leaves every list on its last item; a walk starts where a new drawing
-    // stands: the main list at its first entity, the block walk at block 0.
-    entities.SetPosition(0);
-    blocks.First();
-    for (int i = 0; i < blocks.Count(); ++i) {
-        CR12Block *block = blocks.At(i);
-        if (block && block->entities)
-            block->entities->SetPosition(0);
-    }
-}
-
 void CR12Drawing::LoadEntities() {
     if (file_kind != kDwg) {
         // View mode leaves the entities of a DXF file for this call.
@@ -212,27 +199,6 @@ short CR12Drawing::GetVariableValue(const char *name, CDB_VAR_VALUE_type *value)
     if (!name || !value)
         return 0;
     return GetHeaderVariable(header.vars, HeaderRelease::R12, name, value);
-}
-
-short CR12Drawing::GetEED(CDB_ENTITY *entity, CDB_EED_type *cursor) {
-    short code = 0;
-    short result = EedAttach(entity, cursor, code);
-    if (code)
-        SetError(code);
-    return result;
-}
-
-short CR12Drawing::GetFirstAppid(CDB_EED_type *cursor) {
-    return EedFirstAppid(cursor);
-}
-short CR12Drawing::GetNextAppid(CDB_EED_type *cursor) {
-    return EedNextAppid(cursor);
-}
-short CR12Drawing::GetFirstValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) {
-    return EedFirstValue(cursor, value);
-}
-short CR12Drawing::GetNextValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) {
-    return EedNextValue(cursor, value);
 }
 
 void *CR12Drawing::TableRecord(int t, int index) {

@@ -181,10 +181,8 @@ int CR12Entity::EncodeDWG(std::vector<uint8_t> &frame) {
     GetResolvedRecord();
     if (!record || !layout)
         return 0;
-    static const int32_t kNoBases[10] = {};
-    const int32_t *bases = drawing ? drawing->Bases() : kNoBases;
-    if (!bases)
-        bases = kNoBases;
+    // The table bases of the drawing, taken back off the indices; none without a drawing.
+    auto base = [this](TableBase slot) -> int32_t { return drawing ? drawing->Base(slot) : 0; };
     const int32_t object_i32 = ObjectI32();
 
     // Whether an optional field is written: its value differs from what the reader leaves
@@ -283,7 +281,7 @@ int CR12Entity::EncodeDWG(std::vector<uint8_t> &frame) {
     out.U8(static_cast<uint8_t>(kind));
     out.U8(flags);
     out.I16(0); // the length, below
-    out.I16(static_cast<int16_t>(record->layer_index - bases[1]));
+    out.I16(static_cast<int16_t>(record->layer_index - base(TableBase::kLayers)));
     out.U8(options_1);
     out.U8(options_2);
     if (extension)
@@ -297,7 +295,7 @@ int CR12Entity::EncodeDWG(std::vector<uint8_t> &frame) {
     if (has_ltype)
         out.I16(record->line_type_index == -2
                     ? kR12ByBlockLtype
-                    : static_cast<int16_t>(record->line_type_index - bases[2]));
+                    : static_cast<int16_t>(record->line_type_index - base(TableBase::kLtypes)));
     if (has_elevation)
         out.F64(record->elevation);
     if (has_thickness)
@@ -328,7 +326,7 @@ int CR12Entity::EncodeDWG(std::vector<uint8_t> &frame) {
         }
         if (!present)
             continue;
-        const int32_t base = f.base == kR12NoBase ? 0 : bases[f.base];
+        const int32_t field_base = f.base == TableBase::kNone ? 0 : base(f.base);
         switch (f.value) {
         case R12Value::kF64:
             out.F64(Get<double>(record, f.offset));
@@ -346,13 +344,13 @@ int CR12Entity::EncodeDWG(std::vector<uint8_t> &frame) {
                 out.F64(Get<double>(record, f.offset + 16));
             break;
         case R12Value::kU8:
-            out.U8(static_cast<uint8_t>((Get<int16_t>(record, f.offset) - base) & 0xFF));
+            out.U8(static_cast<uint8_t>((Get<int16_t>(record, f.offset) - field_base) & 0xFF));
             break;
         case R12Value::kU8Byte:
             out.U8(Get<uint8_t>(record, f.offset));
             break;
         case R12Value::kI16:
-            out.I16(static_cast<int16_t>(Get<int16_t>(record, f.offset) - base));
+            out.I16(static_cast<int16_t>(Get<int16_t>(record, f.offset) - field_base));
             break;
         case R12Value::kI32:
             out.I32(object_i32);

@@ -1,7 +1,7 @@
 #include "dwg12/r12_tables.h"
 
 #include "fonts/shape_table.h"
-#include "interface/base_drawing.h"
+#include "model/base_drawing.h"
 #include "interface/drawing_file.h"
 
 #include <cctype>

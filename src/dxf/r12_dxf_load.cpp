@@ -258,7 +258,7 @@ int CR12Drawing::ReadBlocksDxf() {
 }
 
 int CR12Drawing::ReadBlockDxf(int16_t &block_number) {
-    auto block = std::make_unique<CR12Block>(this);
+    auto block = std::make_unique<CModelBlock>();
     block_counter = block_number;
     block_number = static_cast<int16_t>(uint16_t(block_number) + 1u);
     {
@@ -281,7 +281,7 @@ int CR12Drawing::ReadBlockDxf(int16_t &block_number) {
     Table(kR12Blocks).Add(table_record);
     block->plain = (start.flags & kXrefFlag) ? 0 : 1;
     block->code = CDB_BLOCK;
-    block->entities = std::make_unique<CR12EntityList>(this);
+    block->entities = std::make_unique<CEntityList>();
 
     while (!Is(dxf_value, "ENDBLK"))
         if (!ReadEntityDxf(block->entities.get(), true))
@@ -308,7 +308,7 @@ int CR12Drawing::ReadEntitiesDxf() {
     return 1;
 }
 
-int CR12Drawing::ReadEntityDxf(CR12EntityList *list, bool in_block) {
+int CR12Drawing::ReadEntityDxf(CEntityList *list, bool in_block) {
     const int kind = R12DxfEntityKind(dxf_value, in_block);
     CR12Entity *entity = kind ? MakeR12Entity(this, kind) : nullptr;
     // A kind without a class, or a name that its class refuses ("3DLINE" in a block),

@@ -2,7 +2,7 @@
 // name, codes and identifier.
 #include "fonts/shape_table.h"
 
-#include "interface/base_drawing.h"
+#include "model/base_drawing.h"
 
 #include <cctype>
 #include <cstring>

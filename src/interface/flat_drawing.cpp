@@ -1,6 +1,6 @@
 // The flat functions that reach a drawing's blocks, entities, extended data, variables,
 // external references and shapes.
-#include "interface/base_drawing.h"
+#include "model/base_drawing.h"
 #include "interface/drawing_table.h"
 #include "interface/navigate_stack.h"
 

@@ -1,5 +1,5 @@
 // Opening and closing drawings through the flat interface.
-#include "interface/base_drawing.h"
+#include "model/base_drawing.h"
 #include "interface/drawing_file.h"
 #include "interface/drawing_table.h"
 

@@ -3,7 +3,7 @@
 #ifndef VELKO_TESTS_R12_TEST_BYTES_H
 #define VELKO_TESTS_R12_TEST_BYTES_H
 
-#include "interface/base_drawing.h"
+#include "model/base_drawing.h"
 #include "interface/drawing_file.h"
 
 #include <gtest/gtest.h>

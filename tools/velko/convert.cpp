@@ -1,10 +1,11 @@
 // velko convert: reads a drawing and writes it again, as DWG or as DXF (ASCII or binary).
 // velko new: makes a new drawing from a template drawing.
 //
-// A long conversion shows a progress bar on stderr: while the entities load (a release 12
-// DWG reads them at the first use, so the drawing's load hook can be set after the open)
-// and while the writer saves. The tool reaches the drawing behind the handle through the
-// library's internals to set the two hooks; the work itself goes through the flat calls.
+// A long conversion shows a progress bar on stderr: while the entities load (a drawing
+// reads them at the first use, so the drawing's load hook can be set after the open) and
+// while the writer saves. The tool reaches the drawing behind the handle through the
+// library's internals to set the two hooks, which every drawing class has; the work
+// itself goes through the flat calls.
 #include "commands.h"
 #include "dwg12/r12_drawing.h"
 #include "interface/drawing_file.h"
@@ -65,10 +66,10 @@ long FileBytes(const char *name) {
     return stat(name, &st) == 0 ? static_cast<long>(st.st_size) : -1;
 }
 
-// The release 12 drawing behind a handle, or null for a drawing of another class.
-CR12Drawing *R12DrawingOf(int16_t h) {
+// The drawing behind a handle, or null.
+CBaseDrawing *DrawingOf(int16_t h) {
     CLibDrawing *lib = g_DrawingTable.GetDrawing(h);
-    return lib ? dynamic_cast<CR12Drawing *>(lib->Drawing()) : nullptr;
+    return lib ? lib->Drawing() : nullptr;
 }
 
 // What the drawing holds, as the writers count it: entities of all lists and table records.
@@ -79,17 +80,35 @@ struct DrawingCounts {
     long Objects() const { return entities + table_records; }
 };
 
-DrawingCounts CountObjects(CR12Drawing &d) {
+// The table records of a drawing of another release: those of its public tables.
+long PublicTableRecords(CBaseDrawing &d) {
+    const int counts[] = {
+        d.GetBlockTableCount(), d.GetLayerTableCount(), d.GetStyleTableCount(),
+        d.GetLtypeTableCount(), d.GetViewTableCount(),  d.GetUcsTableCount(),
+        d.GetVportTableCount(), d.GetAppidTableCount(), d.GetDimstyleTableCount()};
+    long sum = 0;
+    for (int n : counts)
+        sum += n > 0 ? n : 0;
+    return sum;
+}
+
+DrawingCounts CountObjects(CBaseDrawing &d) {
     DrawingCounts c;
-    c.entities = d.Entities().Count();
-    c.blocks = d.Blocks().Count();
-    for (int i = 0; i < c.blocks; ++i) {
-        const CR12Block *block = d.Blocks().At(i);
-        if (block && block->entities)
-            c.entities += block->entities->Count();
+    if (auto *lists = dynamic_cast<CListDrawing *>(&d)) {
+        c.entities = lists->Entities().Count();
+        c.blocks = lists->Blocks().Count();
+        for (int i = 0; i < c.blocks; ++i) {
+            const CModelBlock *block = lists->Blocks().At(i);
+            if (block && block->entities)
+                c.entities += block->entities->Count();
+        }
     }
-    for (int t = kR12Blocks; t <= kR12VxHeaders; ++t)
-        c.table_records += d.Table(t).Count();
+    if (auto *r12 = dynamic_cast<CR12Drawing *>(&d)) {
+        for (int t = kR12Blocks; t <= kR12VxHeaders; ++t)
+            c.table_records += r12->Table(t).Count();
+    } else {
+        c.table_records = PublicTableRecords(d);
+    }
     return c;
 }
 
@@ -97,7 +116,10 @@ DrawingCounts CountObjects(CR12Drawing &d) {
 // a context, so they find it through the one pointer below, set while a conversion runs.
 struct ConvertProgress {
     ProgressBar &bar;
-    CR12Drawing &drawing;
+    CBaseDrawing &drawing;
+    // The file the load reads, whose read position tells how far it has come; null when
+    // the drawing class does not show it.
+    CDrawingFile *file = nullptr;
     long loaded = 0;
     long total = 0; // objects the save will write
 };
@@ -108,7 +130,7 @@ void OnEntityLoaded(int16_t, int16_t) {
     ConvertProgress &p = *g_progress;
     if (++p.loaded % kLoadCheckStep != 0)
         return;
-    CDrawingFile *file = p.drawing.File();
+    CDrawingFile *file = p.file;
     const double fraction = file && file->Length() > 0
                                 ? static_cast<double>(file->GetPosition()) / file->Length()
                                 : -1.0;
@@ -139,7 +161,7 @@ public:
     ProgressHooks &operator=(const ProgressHooks &) = delete;
 
 private:
-    CR12Drawing &drawing_;
+    CBaseDrawing &drawing_;
 };
 
 struct ConvertOptions {
@@ -182,18 +204,19 @@ int ParseConvert(int argc, char **argv, ConvertOptions &o) {
 // Loads what the drawing has not read yet and saves it; the library's status.
 int16_t LoadAndSave(int16_t h, const ConvertOptions &o, ProgressBar &bar, DrawingCounts &counts,
                     int &from_kind) {
-    CR12Drawing *r12 = R12DrawingOf(h);
-    if (!r12) {
-        // Another class of drawing: saved through the flat calls alone, without a bar.
+    CBaseDrawing *drawing = DrawingOf(h);
+    if (!drawing)
         return NamesDwg(o.out) ? CDBSaveAsDWG(h, o.out) : CDBSaveAsDXF(h, o.out, o.binary);
+    ConvertProgress progress{bar, *drawing};
+    if (auto *r12 = dynamic_cast<CR12Drawing *>(drawing)) {
+        from_kind = r12->FileKind();
+        progress.file = r12->File();
     }
-    from_kind = r12->FileKind();
-    ConvertProgress progress{bar, *r12};
     ProgressHooks hooks(progress);
     // Loading first and on its own, so that the bar tells the load from the save.
-    if (!r12->TriggerLoading())
+    if (!drawing->TriggerLoading())
         return CDB_FAIL;
-    counts = CountObjects(*r12);
+    counts = CountObjects(*drawing);
     progress.total = counts.Objects();
     return NamesDwg(o.out) ? CDBSaveAsDWG(h, o.out) : CDBSaveAsDXF(h, o.out, o.binary);
 }
