@@ -98,7 +98,7 @@ void CR12Drawing::MergeTablesOf(CR12Drawing &child) {
     static const int kMergeOrder[] = {kR12Blocks, kR12Layers, kR12Ltypes, kR12Appids,   kR12Styles,
                                       kR12Views,  kR12Ucs,    kR12Vports, kR12Dimstyles};
     for (int t : kMergeOrder)
-        for (CR12TableRecord *record : child.Table(t).TakeAll())
+        for (CTableRecord *record : child.Table(t).TakeAll())
             Table(t).Add(record);
     // The child's block definitions follow the host's, where the child's shifted block
     // indices (inserts inside the reference) find them.
