@@ -16,7 +16,7 @@
 
 #include "dwg12/r12_drawing.h"
 #include "interface/drawing_table.h"
-#include "interface/navigate_stack.h"
+#include "model/navigate_stack.h"
 
 #include "velkow32.h"
 
