@@ -201,35 +201,27 @@ short CR12Drawing::GetVariableValue(const char *name, CDB_VAR_VALUE_type *value)
     return GetHeaderVariable(header.vars, HeaderRelease::R12, name, value);
 }
 
-void *CR12Drawing::TableRecord(int t, int index) {
-    CR12TableRecord *record = Table(t).At(index);
-    return record ? record->GetRecord() : nullptr;
-}
-
-CDB_LAYER_TBL_type *CR12Drawing::GetLayerTable(int index) {
-    return static_cast<CDB_LAYER_TBL_type *>(TableRecord(kR12Layers, index));
-}
-CDB_LTYPE_TBL_type *CR12Drawing::GetLtypeTable(int index) {
-    return static_cast<CDB_LTYPE_TBL_type *>(TableRecord(kR12Ltypes, index));
-}
-CDB_VPORT_TBL_type *CR12Drawing::GetVportTable(int index) {
-    return static_cast<CDB_VPORT_TBL_type *>(TableRecord(kR12Vports, index));
-}
-CDB_STYLE_TBL_type *CR12Drawing::GetStyleTable(int index) {
-    return static_cast<CDB_STYLE_TBL_type *>(TableRecord(kR12Styles, index));
-}
-CDB_BLOCK_TBL *CR12Drawing::GetBlockTable(int index) {
-    return static_cast<CDB_BLOCK_TBL *>(TableRecord(kR12Blocks, index));
-}
-CDB_UCS_TBL_type *CR12Drawing::GetUcsTable(int index) {
-    return static_cast<CDB_UCS_TBL_type *>(TableRecord(kR12Ucs, index));
-}
-CDB_APPID_TBL_type *CR12Drawing::GetAppidTable(int index) {
-    return static_cast<CDB_APPID_TBL_type *>(TableRecord(kR12Appids, index));
-}
-CDB_DIMSTYLE_TBL_type *CR12Drawing::GetDimstyleTable(int index) {
-    return static_cast<CDB_DIMSTYLE_TBL_type *>(TableRecord(kR12Dimstyles, index));
-}
-CDB_VIEW_TBL_type *CR12Drawing::GetViewTable(int index) {
-    return static_cast<CDB_VIEW_TBL_type *>(TableRecord(kR12Views, index));
+CTableList *CR12Drawing::PublicTable(TableBase which) {
+    switch (which) {
+    case TableBase::kBlocks:
+        return &Table(kR12Blocks);
+    case TableBase::kLayers:
+        return &Table(kR12Layers);
+    case TableBase::kLtypes:
+        return &Table(kR12Ltypes);
+    case TableBase::kDimstyles:
+        return &Table(kR12Dimstyles);
+    case TableBase::kStyles:
+        return &Table(kR12Styles);
+    case TableBase::kAppids:
+        return &Table(kR12Appids);
+    case TableBase::kViews:
+        return &Table(kR12Views);
+    case TableBase::kUcs:
+        return &Table(kR12Ucs);
+    case TableBase::kVports:
+        return &Table(kR12Vports);
+    default:
+        return nullptr;
+    }
 }

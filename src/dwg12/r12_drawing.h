@@ -1,4 +1,9 @@
 // A drawing of release 12: DWG "AC1009" (and, through the DXF reader, DXF "AC1009").
+//
+// The lists, the walks and the deleting of entities are CListDrawing's (src/model); this
+// class keeps what is release 12's own: the file and its layout (trailer, header block,
+// the ten tables, the entity and block sections read frame by frame), the tables' file
+// forms, the edits that make release 12 records, saving, and external references.
 #ifndef VELKO_R12_DRAWING_H
 #define VELKO_R12_DRAWING_H
 
@@ -20,6 +25,7 @@ public:
     CR12Drawing(CLibDrawing *owner, int view_flag);
     ~CR12Drawing() override;
 
+    // ---- The file and the tables (r12_drawing.cpp) -----------------------------------------
     int OpenDWG(const char *name, CDB_OPEN_MODE mode);
     int OpenDXF(const char *name, CDB_OPEN_MODE mode);
     int FileKind() const { return file_kind; }
@@ -37,27 +43,9 @@ public:
     const std::string &GetAcadVersion() override;
     short GetVariableValue(const char *name, CDB_VAR_VALUE_type *value) override;
 
-    int GetLayerTableCount() override { return Table(kR12Layers).Count(); }
-    CDB_LAYER_TBL_type *GetLayerTable(int index) override;
-    int GetLtypeTableCount() override { return Table(kR12Ltypes).Count(); }
-    CDB_LTYPE_TBL_type *GetLtypeTable(int index) override;
-    int GetVportTableCount() override { return Table(kR12Vports).Count(); }
-    CDB_VPORT_TBL_type *GetVportTable(int index) override;
-    int GetStyleTableCount() override { return Table(kR12Styles).Count(); }
-    CDB_STYLE_TBL_type *GetStyleTable(int index) override;
     int StyleShapeIndex(int index) override {
         return R12StyleShapeIndex(Table(kR12Styles).At(index));
     }
-    int GetBlockTableCount() override { return Table(kR12Blocks).Count(); }
-    CDB_BLOCK_TBL *GetBlockTable(int index) override;
-    int GetUcsTableCount() override { return Table(kR12Ucs).Count(); }
-    CDB_UCS_TBL_type *GetUcsTable(int index) override;
-    int GetAppidTableCount() override { return Table(kR12Appids).Count(); }
-    CDB_APPID_TBL_type *GetAppidTable(int index) override;
-    int GetDimstyleTableCount() override { return Table(kR12Dimstyles).Count(); }
-    CDB_DIMSTYLE_TBL_type *GetDimstyleTable(int index) override;
-    int GetViewTableCount() override { return Table(kR12Views).Count(); }
-    CDB_VIEW_TBL_type *GetViewTable(int index) override;
 
     // Moves the file's read position back to the start: 1, or 0 with -406 / -403.
     int Rewind();
@@ -190,7 +178,8 @@ private:
     int LoadTables();
     // Reads and decodes the header block, leaving the read position where it was.
     int LoadHeader();
-    void *TableRecord(int t, int index);
+    // The release 12 table of each public table.
+    CTableList *PublicTable(TableBase which) override;
 
     std::unique_ptr<CDrawingFile> file;
     std::string file_name;

@@ -1,8 +1,8 @@
 // A drawing that holds its entities in memory: the main entity list, the block list and
 // the viewport chain, and, once for every release, the operations that walk and edit
-// them. A release's drawing class derives from it, reads its files into the lists
-// (KeepEntity, RewindCursors) and keeps what is its own: the file layouts, the tables'
-// file forms, saving, external references.
+// them and that read its tables out. A release's drawing class derives from it, reads its files
+// into the lists (KeepEntity, RewindCursors) and keeps what is its own: the file layouts, the
+// tables' file forms, saving, external references.
 //
 // Every walking operation first makes sure that entities and blocks are read
 // (TriggerLoading); when that fails the drawing's code becomes "Invalid File." and the
@@ -14,6 +14,7 @@
 #include "model/base_drawing.h"
 #include "model/block_list.h"
 #include "model/entity_list.h"
+#include "model/table_list.h"
 #include "model/viewport_chain.h"
 
 #include <memory>
@@ -30,6 +31,44 @@ public:
     // Called by the readers for an entity of paper space; the flag never goes back.
     void MarkPaperSpace() { any_paper_space = 1; }
     int IsAnyPaperSpace() override { return any_paper_space; }
+
+    // ---- The tables: counts and records, from the class's table lists -------------------
+    int GetBlockTableCount() override { return TableCount(TableBase::kBlocks); }
+    CDB_BLOCK_TBL *GetBlockTable(int index) override {
+        return RecordOf<CDB_BLOCK_TBL>(TableBase::kBlocks, index);
+    }
+    int GetLayerTableCount() override { return TableCount(TableBase::kLayers); }
+    CDB_LAYER_TBL_type *GetLayerTable(int index) override {
+        return RecordOf<CDB_LAYER_TBL_type>(TableBase::kLayers, index);
+    }
+    int GetLtypeTableCount() override { return TableCount(TableBase::kLtypes); }
+    CDB_LTYPE_TBL_type *GetLtypeTable(int index) override {
+        return RecordOf<CDB_LTYPE_TBL_type>(TableBase::kLtypes, index);
+    }
+    int GetDimstyleTableCount() override { return TableCount(TableBase::kDimstyles); }
+    CDB_DIMSTYLE_TBL_type *GetDimstyleTable(int index) override {
+        return RecordOf<CDB_DIMSTYLE_TBL_type>(TableBase::kDimstyles, index);
+    }
+    int GetStyleTableCount() override { return TableCount(TableBase::kStyles); }
+    CDB_STYLE_TBL_type *GetStyleTable(int index) override {
+        return RecordOf<CDB_STYLE_TBL_type>(TableBase::kStyles, index);
+    }
+    int GetAppidTableCount() override { return TableCount(TableBase::kAppids); }
+    CDB_APPID_TBL_type *GetAppidTable(int index) override {
+        return RecordOf<CDB_APPID_TBL_type>(TableBase::kAppids, index);
+    }
+    int GetViewTableCount() override { return TableCount(TableBase::kViews); }
+    CDB_VIEW_TBL_type *GetViewTable(int index) override {
+        return RecordOf<CDB_VIEW_TBL_type>(TableBase::kViews, index);
+    }
+    int GetUcsTableCount() override { return TableCount(TableBase::kUcs); }
+    CDB_UCS_TBL_type *GetUcsTable(int index) override {
+        return RecordOf<CDB_UCS_TBL_type>(TableBase::kUcs, index);
+    }
+    int GetVportTableCount() override { return TableCount(TableBase::kVports); }
+    CDB_VPORT_TBL_type *GetVportTable(int index) override {
+        return RecordOf<CDB_VPORT_TBL_type>(TableBase::kVports, index);
+    }
 
     // ---- The walk (list_walk.cpp) ---------------------------------------------------------
     int32_t FirstEntity(short block) override;
@@ -61,6 +100,10 @@ public:
     }
 
 protected:
+    // The list of the public table that slot `which` names (see table_base.h); null for a
+    // table the class does not keep, whose count is then -1 and whose records are null.
+    virtual CTableList *PublicTable(TableBase which) = 0;
+
     // Keeps an entity that a load decoded: in list mode it is appended to `list` (a
     // viewport also to the viewport chain), counted, and the progress callback called; in
     // view mode its record goes to the application (`to_block` chooses BlockCall over
@@ -91,6 +134,15 @@ protected:
     short current_block = -1;
 
 private:
+    int TableCount(TableBase which) {
+        const CTableList *list = PublicTable(which);
+        return list ? list->Count() : CDB_FAIL;
+    }
+    template <typename Record> Record *RecordOf(TableBase which, int index) {
+        const CTableList *list = PublicTable(which);
+        CTableRecord *record = list ? list->At(index) : nullptr;
+        return record ? static_cast<Record *>(record->GetRecord()) : nullptr;
+    }
     short BlockWalkStep(CDB_STARTBLOCK_ENTITY_type *block, CModelBlock *(CBlockList::*step)(),
                         short missing);
 
