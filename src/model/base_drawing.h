@@ -10,11 +10,12 @@
 
 #include "velkow32.h"
 
+#include "fonts/font_location.h"
 #include "model/table_base.h"
 
 #include <string>
 
-class CBaseDrawing {
+class CBaseDrawing : public CFontLocation {
 public:
     explicit CBaseDrawing(int view_flag);
     virtual ~CBaseDrawing();
@@ -39,6 +40,9 @@ public:
     void UseShapeTableOf(const CBaseDrawing &owner);
     const char *SearchPath() const { return search_path.empty() ? nullptr : search_path.c_str(); }
     void SetSearchPath(const char *path) { search_path = path ? path : ""; }
+    // Where the shape table looks for fonts: the file name and the search path.
+    const char *DrawingFileName() override { return GetFileName(); }
+    const char *FontSearchPath() const override { return SearchPath(); }
     // The base of table slot `slot` (see table_base.h): 0 unless the drawing is an
     // external reference whose records follow its host's.
     int32_t Base(TableBase slot) const { return bases[static_cast<uint8_t>(slot)]; }
