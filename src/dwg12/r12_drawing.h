@@ -132,8 +132,6 @@ public:
     short BlockTableAdd(CDB_BLOCK_TBL *record) override;
     short BlockModify(short index, CDB_STARTBLOCK_ENTITY_type *block) override;
     int BlockTableModify(short index, CDB_BLOCK_TBL *record) override;
-    int32_t EntityAdd(short block, CDB_ENTITY *entity) override;
-    short EntityModify(int32_t id, CDB_ENTITY *entity) override;
     int SetVariableValue(const char *name, CDB_VAR_VALUE_type *value) override;
     short SetAllVariables(CDB_HEADER_type *header) override;
 
@@ -147,6 +145,13 @@ public:
     int WriteFile();
     // DXF (src/dxf/r12_dxf_save.cpp).
     short SaveAsDXF(const char *name, int binary) override;
+
+protected:
+    // Entity edits: objects of release 12's kinds, and the handle seed of the header as
+    // the handle of a new entity (when handles are on), moved on once it is used.
+    CModelEntity *MakeEntity(int16_t kind) override;
+    void AssignNewHandle(CModelEntity &entity) override;
+    void NewHandleUsed() override;
 
 private:
     // Fills the record of `block` from the caller's `source` with copies of its own; the

@@ -366,60 +366,21 @@ short CR12Drawing::BlockModify(short index, CDB_STARTBLOCK_ENTITY_type *block) {
 
 // ---- Entities -------------------------------------------------------------------------------
 
-int32_t CR12Drawing::EntityAdd(short block, CDB_ENTITY *entity) {
-    if (!entity) {
-        SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
-    if (!TriggerLoading())
-        return CDB_FAIL;
-    const bool handling = HandlingOn(header.vars);
-    if (!CheckSequence(entity->entity_type))
-        return CDB_FAIL;
-    std::unique_ptr<CR12Entity> object(MakeR12Entity(this, entity->entity_type));
-    if (!object) {
-        SetError(CDB_ERR_INVALID_ENTITY_CODE);
-        return CDB_FAIL;
-    }
-    object->SetRecord(entity);
-    if (handling && object->GetData()) {
-        CDB_ENTITY *record = object->GetData();
-        std::free(record->handle);
-        record->handle = DuplicateText(header.vars.handseed);
-    }
-
-    CEntityList *list = EditList(block);
-    if (!list)
-        return CDB_FAIL;
-    const int position = PlaceNewEntity(*list, block == -1, object.release());
-    if (handling)
-        AdvanceHandseed(header.vars);
-    return static_cast<short>(position);
+CModelEntity *CR12Drawing::MakeEntity(int16_t kind) {
+    return MakeR12Entity(this, kind);
 }
 
-short CR12Drawing::EntityModify(int32_t id, CDB_ENTITY *entity) {
-    if (!entity) {
-        SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
-    if (!TriggerLoading())
-        return CDB_FAIL;
-    uint16_t position = 0;
-    int16_t block = 0;
-    CDBUnpackEntityId(id, &position, &block);
-    std::unique_ptr<CR12Entity> object(MakeR12Entity(this, entity->entity_type));
-    if (!object) {
-        SetError(CDB_ERR_INVALID_ENTITY_CODE);
-        return CDB_FAIL;
-    }
-    object->SetRecord(entity);
-    CEntityList *list = EditList(block);
-    if (!list)
-        return CDB_FAIL;
-    if (position >= list->Count())
-        return 0;
-    ReplaceEntity(*list, position, object.release());
-    return 1;
+void CR12Drawing::AssignNewHandle(CModelEntity &entity) {
+    CDB_ENTITY *record = entity.GetData();
+    if (!HandlingOn(header.vars) || !record)
+        return;
+    std::free(record->handle);
+    record->handle = DuplicateText(header.vars.handseed);
+}
+
+void CR12Drawing::NewHandleUsed() {
+    if (HandlingOn(header.vars))
+        AdvanceHandseed(header.vars);
 }
 
 // ---- Header variables -----------------------------------------------------------------------

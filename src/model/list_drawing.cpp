@@ -104,6 +104,55 @@ void CListDrawing::SetAside(CModelEntity *entity) {
     removed_entities.emplace_back(entity);
 }
 
+int32_t CListDrawing::EntityAdd(short block, CDB_ENTITY *entity) {
+    if (!entity) {
+        SetError(CDB_ERR_INVALID_PARAMETER);
+        return CDB_FAIL;
+    }
+    if (!TriggerLoading())
+        return CDB_FAIL;
+    if (!CheckSequence(entity->entity_type))
+        return CDB_FAIL;
+    std::unique_ptr<CModelEntity> object(MakeEntity(entity->entity_type));
+    if (!object) {
+        SetError(CDB_ERR_INVALID_ENTITY_CODE);
+        return CDB_FAIL;
+    }
+    object->SetRecord(entity);
+    AssignNewHandle(*object);
+    CEntityList *list = EditList(block);
+    if (!list)
+        return CDB_FAIL;
+    const int position = PlaceNewEntity(*list, block == -1, object.release());
+    NewHandleUsed();
+    return static_cast<short>(position);
+}
+
+short CListDrawing::EntityModify(int32_t id, CDB_ENTITY *entity) {
+    if (!entity) {
+        SetError(CDB_ERR_INVALID_PARAMETER);
+        return CDB_FAIL;
+    }
+    if (!TriggerLoading())
+        return CDB_FAIL;
+    uint16_t position = 0;
+    int16_t block = 0;
+    CDBUnpackEntityId(id, &position, &block);
+    std::unique_ptr<CModelEntity> object(MakeEntity(entity->entity_type));
+    if (!object) {
+        SetError(CDB_ERR_INVALID_ENTITY_CODE);
+        return CDB_FAIL;
+    }
+    object->SetRecord(entity);
+    CEntityList *list = EditList(block);
+    if (!list)
+        return CDB_FAIL;
+    if (position >= list->Count())
+        return 0;
+    ReplaceEntity(*list, position, object.release());
+    return 1;
+}
+
 short CListDrawing::EntityDelete(int32_t id) {
     if (!TriggerLoading())
         return CDB_FAIL;

@@ -90,7 +90,13 @@ public:
     short GetFirstValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) override;
     short GetNextValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) override;
 
-    // ---- Deleting entities (list_edit.cpp) ------------------------------------------------
+    // ---- Editing entities ---------------------------------------------------------------
+    // Add: the record is checked against the sequence of added entities, an object of its
+    // kind takes a copy of it (and the drawing's next handle) and goes into the list of
+    // `block` (-1 the main section): its position. Modify: an object made from the record
+    // takes the place of the entity `id`: 1, or 0 for a position past the list's end.
+    int32_t EntityAdd(short block, CDB_ENTITY *entity) override;
+    short EntityModify(int32_t id, CDB_ENTITY *entity) override;
     short EntityDelete(int32_t id) override;
     short EntityDeleteCurrent() override;
     // The entities that EntityDelete took out of their lists, in the order they went.
@@ -100,6 +106,13 @@ public:
     }
 
 protected:
+    // The object of kind `kind` of this release, or null for a kind without a class.
+    virtual CModelEntity *MakeEntity(int16_t kind) = 0;
+    // A new entity takes the drawing's next handle, when the drawing keeps handles; once
+    // it stands in its list, NewHandleUsed moves the next handle on.
+    virtual void AssignNewHandle(CModelEntity &) {}
+    virtual void NewHandleUsed() {}
+
     // The list of the public table that slot `which` names (see table_base.h); null for a
     // table the class does not keep, whose count is then -1 and whose records are null.
     virtual CTableList *PublicTable(TableBase which) = 0;

@@ -64,6 +64,11 @@ public:
     }
 
 protected:
+    CModelEntity *MakeEntity(int16_t kind) override {
+        if (kind == CDB_VIEWPORT)
+            return new ViewportEntity;
+        return kind == CDB_LINE || kind == CDB_CIRCLE ? new PlainEntity(kind) : nullptr;
+    }
     CTableList *PublicTable(TableBase which) override {
         return which == TableBase::kLayers ? &layers : nullptr;
     }
@@ -156,6 +161,24 @@ TEST(ListDrawing, ProgressCountsTheKeptEntities) {
     d.progress_callback = [](int16_t, int16_t) { ++calls; };
     d.TriggerLoading();
     EXPECT_EQ(calls, 5);
+}
+
+TEST(ListDrawing, AddedEntitiesGoBeforeABlocksEndAndViewportsJoinTheChain) {
+    MemoryDrawing d;
+    CDB_ENTITY record;
+    d.EntityDefault(&record, CDB_LINE);
+    EXPECT_EQ(d.EntityAdd(0, &record), 1);
+    EXPECT_EQ(KindAt(d, CDBPackEntityId(0, 1)), CDB_LINE);
+    EXPECT_EQ(KindAt(d, CDBPackEntityId(0, 2)), CDB_ENDBLK);
+    d.EntityDefault(&record, CDB_VIEWPORT);
+    EXPECT_EQ(d.EntityAdd(-1, &record), 3);
+    d.GetFirstViewport(nullptr);
+    EXPECT_EQ(d.GetNextViewport(nullptr), 1);
+    // A kind without a class is refused.
+    d.EntityDefault(&record, CDB_LINE);
+    record.entity_type = CDB_TEXT;
+    EXPECT_EQ(d.EntityModify(CDBPackEntityId(-1, 0), &record), CDB_FAIL);
+    EXPECT_EQ(d.GetError(), CDB_ERR_INVALID_ENTITY_CODE);
 }
 
 TEST(TableList, FindsNamesIgnoringCase) {
