@@ -1,5 +1,6 @@
-// The block section of a release 12 DWG: one CR12Block per block table record, each read
-// from its run of frames (a kind 12 frame, the entities, a kind 13 frame).
+// The block section of a release 12 DWG: one block per block table record, each read from
+// its run of frames (a kind 12 frame, the entities, a kind 13 frame), and view mode's road
+// to one block (LoadBlock).
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_entity_layout.h"
 
@@ -27,89 +28,6 @@ char *NameBlock(const char *name) {
 
 } // namespace
 
-// ---- CR12Block and CR12BlockList -----------------------------------------------------------
-
-CR12Block::CR12Block(CR12Drawing *owner) : drawing(owner) {
-    record = static_cast<CDB_STARTBLOCK_ENTITY_type *>(
-        std::calloc(1, sizeof(CDB_STARTBLOCK_ENTITY_type)));
-}
-
-CR12Block::~CR12Block() {
-    if (record) {
-        std::free(record->handle);
-        std::free(record->eed_data);
-        std::free(record->xref_path);
-        std::free(record->name);
-        std::free(record->name_2);
-    }
-    std::free(record);
-}
-
-CR12BlockList::~CR12BlockList() {
-    for (CR12Block *b : items_)
-        delete b;
-}
-
-CR12Block *CR12BlockList::At(int index) const {
-    return index >= 0 && index < Count() ? items_[static_cast<size_t>(index)] : nullptr;
-}
-
-CR12Block *CR12BlockList::First() {
-    if (items_.empty())
-        return nullptr;
-    cursor_ = 0;
-    return items_[0];
-}
-
-CR12Block *CR12BlockList::Next() {
-    if (cursor_ + 1 >= Count())
-        return nullptr;
-    return items_[static_cast<size_t>(++cursor_)];
-}
-
-CR12Block *CR12BlockList::Current() {
-    return At(cursor_);
-}
-
-CR12Block *CR12BlockList::Last() const {
-    return items_.empty() ? nullptr : items_.back();
-}
-
-int CR12BlockList::Add(CR12Block *block) {
-    items_.push_back(block);
-    cursor_ = static_cast<int16_t>(items_.size() - 1);
-    return cursor_;
-}
-
-void CR12BlockList::Put(int index, CR12Block *block) {
-    if (index < 0)
-        return;
-    if (index >= Count())
-        items_.resize(static_cast<size_t>(index) + 1, nullptr);
-    delete items_[static_cast<size_t>(index)];
-    items_[static_cast<size_t>(index)] = block;
-}
-
-int CR12BlockList::Remove(int index) {
-    if (index < 0 || index >= Count())
-        return 0;
-    delete items_[static_cast<size_t>(index)];
-    items_.erase(items_.begin() + index);
-    return 1;
-}
-
-int CR12BlockList::FindByName(const char *name) const {
-    if (!name)
-        return -2;
-    for (int i = 0; i < Count(); ++i) {
-        const CR12Block *block = items_[static_cast<size_t>(i)];
-        if (block && block->record && block->record->name &&
-            std::strncmp(block->record->name, name, 32) == 0)
-            return i;
-    }
-    return -2;
-}
-
 // ---- Reading the section ----------------------------------------------------------------------
 
 int CR12Drawing::LoadBlockSection() {
@@ -125,7 +43,7 @@ int CR12Drawing::LoadBlockSection() {
     ArmFrameBudget(int64_t(4) * count);
     int16_t block_number = 0;
     for (int i = 0; i < count; ++i) {
-        auto *block = new CR12Block(this);
+        auto *block = new CModelBlock();
         ReadTableBlock(i, *block, block_number);
         block->code = 12;
         blocks.Add(block);
@@ -136,7 +54,7 @@ int CR12Drawing::LoadBlockSection() {
     return 1;
 }
 
-int CR12Drawing::ReadTableBlock(int index, CR12Block &block, int16_t &block_number) {
+int CR12Drawing::ReadTableBlock(int index, CModelBlock &block, int16_t &block_number) {
     CR12TableRecord *table_record = BlockTableRecord(index);
     if (!table_record || !block.record)
         return 0;
@@ -175,12 +93,12 @@ int CR12Drawing::ReadTableBlock(int index, CR12Block &block, int16_t &block_numb
     block_counter = block_number;
     block_number = static_cast<int16_t>(uint16_t(block_number) + 1u);
     if (!ViewFlag())
-        block.entities = std::make_unique<CR12EntityList>(this);
+        block.entities = std::make_unique<CEntityList>();
     ReadBlockDefinition(block, table->name, flags);
     return 1;
 }
 
-void CR12Drawing::ReadBlockDefinition(CR12Block &block, const char *table_name,
+void CR12Drawing::ReadBlockDefinition(CModelBlock &block, const char *table_name,
                                       uint8_t table_flags) {
     if (!file || !block.record)
         return;
@@ -197,7 +115,7 @@ void CR12Drawing::ReadBlockDefinition(CR12Block &block, const char *table_name,
     block.record->flags = table_flags;
     block.plain = (table_flags & kXrefFlag) ? 0 : 1;
 
-    CR12EntityList *list = ViewFlag() ? nullptr : block.entities.get();
+    CEntityList *list = ViewFlag() ? nullptr : block.entities.get();
     for (;;) {
         uint8_t head[kR12FrameHeadSize];
         short status = 0;
@@ -228,15 +146,58 @@ void CR12Drawing::ReadBlockDefinition(CR12Block &block, const char *table_name,
 void CR12Drawing::HandOutViewportHeaders() {
     CR12TableList &headers = Table(kR12VxHeaders);
     const int count = headers.Count();
-    CR12Viewport *viewport = viewports.Head();
+    CViewportLink *viewport = viewports.HeadLink();
     for (int i = 0; i < count && viewport; ++i) {
         const uint8_t *raw = R12VxRaw(headers.At(i));
         if (!raw || raw[0] == 0 || (raw[0] & kR12DeletedFlag))
             continue;
         uint16_t value = 0;
         ReadValueAt(raw, size_t(R12RecordSize(kR12VxHeaders)), 39, value);
-        if (CDB_ENTITY *record = viewport->GetData())
+        if (CDB_ENTITY *record = viewport->entity->GetData())
             record->viewport.vx_index = static_cast<int16_t>(value != 0 ? value : count);
         viewport = viewport->next;
     }
+}
+
+// ---- View mode: one block ---------------------------------------------------------------
+
+// A reference block is resolved on the way: its child's model space goes to BlockCall.
+// While that happens, the child's own blocks are loaded through the child.
+CDB_STARTBLOCK_ENTITY_type *CR12Drawing::LoadBlock(int index) {
+    if (ForwardsToReference(index))
+        return ForwardToReference(index);
+    if (index < 0 || index >= BlockTableRecordCount())
+        return nullptr;
+    if (file_kind == kDwg) {
+        if (!file)
+            return nullptr;
+        const int32_t position = file->GetPosition();
+        const uint8_t in_section = file->in_entity_section;
+        const int16_t counter = block_counter;
+        file->in_entity_section = 0;
+        auto *block = new CModelBlock();
+        int16_t number = static_cast<int16_t>(index);
+        ArmFrameBudget();
+        ReadTableBlock(index, *block, number);
+        block->code = 12;
+        blocks.Put(index, block);
+        block_counter = counter;
+        file->in_entity_section = in_section;
+        file->SetPosition(position, 0);
+        return IsReferenceBlock(index) ? ShowReference(index) : block->record;
+    }
+    // A drawing read from DXF holds its blocks' entities in lists already.
+    CModelBlock *block = blocks.At(index);
+    if (!block)
+        return nullptr;
+    if (IsReferenceBlock(index))
+        return ShowReference(index);
+    if (block->entities && Lib()) {
+        for (int i = 0; i < block->entities->Count(); ++i) {
+            CModelEntity *entity = block->entities->At(i);
+            if (entity)
+                Lib()->EntityCall(entity->GetResolvedRecord());
+        }
+    }
+    return block->record;
 }

@@ -16,7 +16,7 @@ constexpr int kTableOrder[10] = {kR12Blocks, kR12Layers, kR12VxHeaders, kR12Dims
                                  kR12Views,  kR12Appids, kR12Ucs,       kR12Styles,    kR12Ltypes};
 } // namespace
 
-CR12Drawing::CR12Drawing(CLibDrawing *owner, int flag) : CBaseDrawing(flag) {
+CR12Drawing::CR12Drawing(CLibDrawing *owner, int flag) : CListDrawing(flag) {
     SetLib(owner);
     for (int t = 0; t < 10; ++t)
         tables[t] = std::make_unique<CR12TableList>(this, static_cast<int16_t>(t));
@@ -177,18 +177,6 @@ int CR12Drawing::TriggerLoading() {
     return 1;
 }
 
-void CR12Drawing::RewindCursors() {
-    // Reading leaves every list on its last item; a walk starts where a new drawing
-    // stands: the main list at its first entity, the block walk at block 0.
-    entities.SetPosition(0);
-    blocks.First();
-    for (int i = 0; i < blocks.Count(); ++i) {
-        CR12Block *block = blocks.At(i);
-        if (block && block->entities)
-            block->entities->SetPosition(0);
-    }
-}
-
 void CR12Drawing::LoadEntities() {
     if (file_kind != kDwg) {
         // View mode leaves the entities of a DXF file for this call.
@@ -221,56 +209,27 @@ short CR12Drawing::GetVariableValue(const char *name, CDB_VAR_VALUE_type *value)
     return GetHeaderVariable(header.vars, HeaderRelease::R12, name, value);
 }
 
-short CR12Drawing::GetEED(CDB_ENTITY *entity, CDB_EED_type *cursor) {
-    short code = 0;
-    short result = EedAttach(entity, cursor, code);
-    if (code)
-        SetError(code);
-    return result;
-}
-
-short CR12Drawing::GetFirstAppid(CDB_EED_type *cursor) {
-    return EedFirstAppid(cursor);
-}
-short CR12Drawing::GetNextAppid(CDB_EED_type *cursor) {
-    return EedNextAppid(cursor);
-}
-short CR12Drawing::GetFirstValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) {
-    return EedFirstValue(cursor, value);
-}
-short CR12Drawing::GetNextValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) {
-    return EedNextValue(cursor, value);
-}
-
-void *CR12Drawing::TableRecord(int t, int index) {
-    CR12TableRecord *record = Table(t).At(index);
-    return record ? record->GetRecord() : nullptr;
-}
-
-CDB_LAYER_TBL_type *CR12Drawing::GetLayerTable(int index) {
-    return static_cast<CDB_LAYER_TBL_type *>(TableRecord(kR12Layers, index));
-}
-CDB_LTYPE_TBL_type *CR12Drawing::GetLtypeTable(int index) {
-    return static_cast<CDB_LTYPE_TBL_type *>(TableRecord(kR12Ltypes, index));
-}
-CDB_VPORT_TBL_type *CR12Drawing::GetVportTable(int index) {
-    return static_cast<CDB_VPORT_TBL_type *>(TableRecord(kR12Vports, index));
-}
-CDB_STYLE_TBL_type *CR12Drawing::GetStyleTable(int index) {
-    return static_cast<CDB_STYLE_TBL_type *>(TableRecord(kR12Styles, index));
-}
-CDB_BLOCK_TBL *CR12Drawing::GetBlockTable(int index) {
-    return static_cast<CDB_BLOCK_TBL *>(TableRecord(kR12Blocks, index));
-}
-CDB_UCS_TBL_type *CR12Drawing::GetUcsTable(int index) {
-    return static_cast<CDB_UCS_TBL_type *>(TableRecord(kR12Ucs, index));
-}
-CDB_APPID_TBL_type *CR12Drawing::GetAppidTable(int index) {
-    return static_cast<CDB_APPID_TBL_type *>(TableRecord(kR12Appids, index));
-}
-CDB_DIMSTYLE_TBL_type *CR12Drawing::GetDimstyleTable(int index) {
-    return static_cast<CDB_DIMSTYLE_TBL_type *>(TableRecord(kR12Dimstyles, index));
-}
-CDB_VIEW_TBL_type *CR12Drawing::GetViewTable(int index) {
-    return static_cast<CDB_VIEW_TBL_type *>(TableRecord(kR12Views, index));
+CTableList *CR12Drawing::PublicTable(TableBase which) {
+    switch (which) {
+    case TableBase::kBlocks:
+        return &Table(kR12Blocks);
+    case TableBase::kLayers:
+        return &Table(kR12Layers);
+    case TableBase::kLtypes:
+        return &Table(kR12Ltypes);
+    case TableBase::kDimstyles:
+        return &Table(kR12Dimstyles);
+    case TableBase::kStyles:
+        return &Table(kR12Styles);
+    case TableBase::kAppids:
+        return &Table(kR12Appids);
+    case TableBase::kViews:
+        return &Table(kR12Views);
+    case TableBase::kUcs:
+        return &Table(kR12Ucs);
+    case TableBase::kVports:
+        return &Table(kR12Vports);
+    default:
+        return nullptr;
+    }
 }

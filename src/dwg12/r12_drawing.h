@@ -1,11 +1,16 @@
 // A drawing of release 12: DWG "AC1009" (and, through the DXF reader, DXF "AC1009").
+//
+// The lists, the walks and the deleting of entities are CListDrawing's (src/model); this
+// class keeps what is release 12's own: the file and its layout (trailer, header block,
+// the ten tables, the entity and block sections read frame by frame), the tables' file
+// forms, the edits that make release 12 records, saving, and external references.
 #ifndef VELKO_R12_DRAWING_H
 #define VELKO_R12_DRAWING_H
 
 #include "dwg12/r12_entities.h"
 #include "dwg12/r12_header.h"
 #include "dwg12/r12_tables.h"
-#include "interface/base_drawing.h"
+#include "model/list_drawing.h"
 
 #include <memory>
 #include <string>
@@ -18,13 +23,14 @@ struct CR12DxfReaderDeleter {
     void operator()(CR12DxfReader *reader) const;
 };
 
-class CR12Drawing : public CBaseDrawing {
+class CR12Drawing : public CListDrawing {
 public:
     enum FileKind { kNone = -1, kDwg = 0, kTextDxf = 1, kBinaryDxf = 2 };
 
     CR12Drawing(CLibDrawing *owner, int view_flag);
     ~CR12Drawing() override;
 
+    // ---- The file and the tables (r12_drawing.cpp) -----------------------------------------
     // Opens `name` in `mode` as a DWG of this release: 1, or 0 with the code set.
     int OpenDWG(const char *name, CDB_OPEN_MODE mode);
     // Takes `opened`, a file that the open sniff found to begin with "AC1009", and goes on
@@ -51,44 +57,15 @@ public:
     char *GetFileName() override;
     const std::string &GetAcadVersion() override;
     short GetVariableValue(const char *name, CDB_VAR_VALUE_type *value) override;
-    short GetEED(CDB_ENTITY *entity, CDB_EED_type *cursor) override;
-    short GetFirstAppid(CDB_EED_type *cursor) override;
-    short GetNextAppid(CDB_EED_type *cursor) override;
-    short GetFirstValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) override;
-    short GetNextValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) override;
 
-    int GetLayerTableCount() override { return Table(kR12Layers).Count(); }
-    CDB_LAYER_TBL_type *GetLayerTable(int index) override;
-    int GetLtypeTableCount() override { return Table(kR12Ltypes).Count(); }
-    CDB_LTYPE_TBL_type *GetLtypeTable(int index) override;
-    int GetVportTableCount() override { return Table(kR12Vports).Count(); }
-    CDB_VPORT_TBL_type *GetVportTable(int index) override;
-    int GetStyleTableCount() override { return Table(kR12Styles).Count(); }
-    CDB_STYLE_TBL_type *GetStyleTable(int index) override;
     int StyleShapeIndex(int index) override {
         return R12StyleShapeIndex(Table(kR12Styles).At(index));
     }
-    int GetBlockTableCount() override { return Table(kR12Blocks).Count(); }
-    CDB_BLOCK_TBL *GetBlockTable(int index) override;
-    int GetUcsTableCount() override { return Table(kR12Ucs).Count(); }
-    CDB_UCS_TBL_type *GetUcsTable(int index) override;
-    int GetAppidTableCount() override { return Table(kR12Appids).Count(); }
-    CDB_APPID_TBL_type *GetAppidTable(int index) override;
-    int GetDimstyleTableCount() override { return Table(kR12Dimstyles).Count(); }
-    CDB_DIMSTYLE_TBL_type *GetDimstyleTable(int index) override;
-    int GetViewTableCount() override { return Table(kR12Views).Count(); }
-    CDB_VIEW_TBL_type *GetViewTable(int index) override;
 
     // Moves the file's read position back to the start: 1, or 0 with -406 / -403.
     int Rewind();
 
-    // ---- Entities and blocks ------------------------------------------------------------
-    CR12EntityList &Entities() { return entities; }
-    CR12BlockList &Blocks() { return blocks; }
-    CR12ViewportList &Viewports() { return viewports; }
-    // Called by the entity reader for an entity of paper space; the flag never goes back.
-    void MarkPaperSpace() { any_paper_space = 1; }
-
+    // ---- Entities and blocks of the DWG (r12_frames.cpp, r12_blocks.cpp) -------------------
     // Reads the next frame of the entity stream: erased frames are skipped and jumps are
     // followed. With `peek` the position is left on the frame and null comes back. Status
     // 1 good, 0 read failure or a code other than `wanted`, -2 end of the section.
@@ -97,7 +74,7 @@ public:
     int LoadBlockSection();
     // Reads one block definition at the file's position into `block` (list mode) or
     // hands its entities out (view mode).
-    void ReadBlockDefinition(CR12Block &block, const char *table_name, uint8_t table_flags);
+    void ReadBlockDefinition(CModelBlock &block, const char *table_name, uint8_t table_flags);
     // The block of block table record `index` into `block`: a deleted record gives flags
     // 128 and no list; otherwise an anonymous name ("*...") gets the next anonymous number
     // appended (in the table too), the file goes to the block's entities, `block_number`
@@ -105,7 +82,7 @@ public:
     // list in list mode. 1, or 0 for an index outside the table. The frame reader's
     // allowance is not renewed here: a caller that reads one block on its own calls
     // ArmFrameBudget() first.
-    int ReadTableBlock(int index, CR12Block &block, int16_t &block_number);
+    int ReadTableBlock(int index, CModelBlock &block, int16_t &block_number);
     // Reads the main entity section into `entities` (view mode: hands the records out).
     // 1 read to its end; -1 broken, truncated or refused; 0 the list was not empty;
     // another status of the first frame (-2 for an empty section).
@@ -124,20 +101,8 @@ public:
     // circles gets read failures when it is used up, so that no load goes on for ever.
     void ArmFrameBudget(int64_t extra = 0);
 
-    // ---- The walk -------------------------------------------------------------------------
-    int32_t FirstEntity(short block) override;
-    int32_t NextEntity() override;
-    int32_t GetCurrentEntity(CDB_ENTITY *entity) override;
-    short EntityCount(short block) override;
-    short GotoEntity(int32_t id) override;
-    short GetEntity(int32_t id, CDB_ENTITY *entity) override;
-    short GetFirstBlock(CDB_STARTBLOCK_ENTITY_type *block) override;
-    short GetNextBlock(CDB_STARTBLOCK_ENTITY_type *block) override;
-    short GetCurrentBlock(CDB_STARTBLOCK_ENTITY_type *block) override;
-    int GetFirstViewport(CDB_ENTITY *entity) override;
-    int GetNextViewport(CDB_ENTITY *entity) override;
-    int IsAnyPaperSpace() override { return any_paper_space; }
-    int PrepareForView() override { return 1; }
+    // View mode: reads block `index` and hands its entities to the application; a
+    // reference block hands out its drawing's model space. The block's record, or null.
     CDB_STARTBLOCK_ENTITY_type *LoadBlock(int index) override;
 
     // ---- External references (src/views/r12_xref.cpp) ------------------------------------
@@ -176,17 +141,8 @@ public:
     short BlockTableAdd(CDB_BLOCK_TBL *record) override;
     short BlockModify(short index, CDB_STARTBLOCK_ENTITY_type *block) override;
     int BlockTableModify(short index, CDB_BLOCK_TBL *record) override;
-    int32_t EntityAdd(short block, CDB_ENTITY *entity) override;
-    short EntityModify(int32_t id, CDB_ENTITY *entity) override;
-    short EntityDelete(int32_t id) override;
-    short EntityDeleteCurrent() override;
     int SetVariableValue(const char *name, CDB_VAR_VALUE_type *value) override;
     short SetAllVariables(CDB_HEADER_type *header) override;
-    // The entities that EntityDelete took out of their lists, in the order they went.
-    // They stay alive as long as the drawing, so that a pointer a client holds stays good.
-    const std::vector<std::unique_ptr<CR12Entity>> &RemovedEntities() const {
-        return removed_entities;
-    }
 
     // ---- Saving -------------------------------------------------------------------------
     // DWG (r12_save.cpp): SaveAsDWG writes to a new file and goes on with it as the
@@ -199,22 +155,23 @@ public:
     // DXF (src/dxf/r12_dxf_save.cpp).
     short SaveAsDXF(const char *name, int binary) override;
 
+protected:
+    // Entity edits: objects of release 12's kinds, and the handle seed of the header as
+    // the handle of a new entity (when handles are on), moved on once it is used.
+    CModelEntity *MakeEntity(int16_t kind) override;
+    void AssignNewHandle(CModelEntity &entity) override;
+    void NewHandleUsed() override;
+
 private:
-    // Keeps an entity that left its list (a viewport leaves the viewport chain too).
-    void SetAside(CR12Entity *entity);
     // Fills the record of `block` from the caller's `source` with copies of its own; the
     // name becomes `name` in a 32-byte block, and the handle `handle` (copied) where it is
     // not null.
-    void FillBlockRecord(CR12Block &block, const CDB_STARTBLOCK_ENTITY_type &source,
+    void FillBlockRecord(CModelBlock &block, const CDB_STARTBLOCK_ENTITY_type &source,
                          const char *name, const char *handle);
-    std::vector<std::unique_ptr<CR12Entity>> removed_entities;
-
-    short BlockWalkStep(CDB_STARTBLOCK_ENTITY_type *block, CR12Block *(CR12BlockList::*step)(),
-                        short missing);
 
     // The steps of ResolveXREF.
     void MergeTablesOf(CR12Drawing &child);
-    void AdoptModelSpaceOf(CR12Drawing &child, CR12Block &block);
+    void AdoptModelSpaceOf(CR12Drawing &child, CModelBlock &block);
     // The block table record `index` and the number of them; a reference whose tables
     // were merged into a host looks them up in the host's table.
     CR12TableRecord *BlockTableRecord(int index);
@@ -235,7 +192,8 @@ private:
     int LoadTables();
     // Reads and decodes the header block, leaving the read position where it was.
     int LoadHeader();
-    void *TableRecord(int t, int index);
+    // The release 12 table of each public table.
+    CTableList *PublicTable(TableBase which) override;
 
     std::unique_ptr<CDrawingFile> file;
     std::string file_name;
@@ -246,26 +204,10 @@ private:
     int blocks_loaded = 0;
     CR12Header header;
     std::unique_ptr<CR12TableList> tables[10];
-    CR12EntityList entities{this};
-    CR12BlockList blocks;
-    CR12ViewportList viewports;
-    int32_t any_paper_space = 0;
-    short current_block = -1;
-    CR12Block *current_block_object = nullptr;
-    int16_t entity_counter = 0;
-    int16_t block_counter = 0;
     std::string acad_version;
     // The body of the last frame read: one buffer for all frames.
     std::vector<uint8_t> frame_body;
     int64_t frame_heads_left = 0;
-
-    // Keeps a decoded entity: appended to `list` (a viewport also to the viewport chain)
-    // in list mode, counted, and the progress callback called; in view mode its record
-    // goes to the application (`to_block` chooses BlockCall over EntityCall; `drop`
-    // hands nothing out) and the object is destroyed, so no viewport joins the chain.
-    void KeepEntity(CR12EntityList *list, CR12Entity *entity, bool to_block, bool drop);
-    // After a load: every list stands at its first entity, the block walk at block 0.
-    void RewindCursors();
 
     // ---- DXF (src/dxf) ---------------------------------------------------------------------
     friend class CR12DxfReader;
@@ -277,27 +219,6 @@ private:
     // True while SaveAsDXF writes: a save asked for meanwhile (from a progress callback)
     // is refused.
     bool writing_dxf = false;
-
-public:
-    // Called with the two progress counters after each entity that is added; no exported
-    // function sets it, it is there for a derived class.
-    void (*progress_callback)(int16_t entities, int16_t blocks) = nullptr;
-
-    // Called by the writers while they save, with the number of objects (entities and
-    // table records) written so far, after every kSaveProgressStep of them. Like the
-    // callback above it is for a client that owns the drawing (the command-line tool).
-    static constexpr int32_t kSaveProgressStep = 1024;
-    void (*save_progress)(int32_t objects_written) = nullptr;
-    // The writers call this after each object they write; a save starts at 0.
-    void CountWritten() {
-        ++objects_written;
-        if (save_progress && objects_written % kSaveProgressStep == 0)
-            save_progress(objects_written);
-    }
-    void StartCountingWritten() { objects_written = 0; }
-
-private:
-    int32_t objects_written = 0;
 };
 
 #endif

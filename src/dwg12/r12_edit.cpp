@@ -197,21 +197,6 @@ CDB_BLOCK_TBL BlockTableRecordOf(const CDB_STARTBLOCK_ENTITY_type &block,
     return record;
 }
 
-// ---- Entity lists ----------------------------------------------------------------------------
-
-// The list the entity edit functions work on: the main list for -1, the list of a block
-// that has one. Null with the code -411 for anything else.
-CR12EntityList *EditList(CR12Drawing &drawing, int block) {
-    if (block == -1)
-        return &drawing.Entities();
-    CR12Block *object = drawing.Blocks().At(block);
-    if (!object || !object->entities) {
-        drawing.SetError(CDB_ERR_BLOCK_NOT_FOUND);
-        return nullptr;
-    }
-    return object->entities.get();
-}
-
 } // namespace
 
 // ---- Table families -------------------------------------------------------------------------
@@ -269,13 +254,13 @@ int CR12Drawing::BlockTableModify(short index, CDB_BLOCK_TBL *record) {
     list.Replace(index, object.release());
     // The walks see a block's flags in its own record: a deleted block is deleted there
     // too.
-    if (CR12Block *block = blocks.At(index))
+    if (CModelBlock *block = blocks.At(index))
         if (block->record)
             block->record->flags = flags;
     return 1;
 }
 
-void CR12Drawing::FillBlockRecord(CR12Block &block, const CDB_STARTBLOCK_ENTITY_type &source,
+void CR12Drawing::FillBlockRecord(CModelBlock &block, const CDB_STARTBLOCK_ENTITY_type &source,
                                   const char *name, const char *handle) {
     if (!block.record)
         return;
@@ -327,9 +312,9 @@ short CR12Drawing::BlockAdd(CDB_STARTBLOCK_ENTITY_type *block) {
     if (handling)
         AdvanceHandseed(header.vars);
 
-    auto object = std::make_unique<CR12Block>(this);
+    auto object = std::make_unique<CModelBlock>();
     FillBlockRecord(*object, *block, name, handling ? seed : nullptr);
-    object->entities = std::make_unique<CR12EntityList>(this);
+    object->entities = std::make_unique<CEntityList>();
     // A new block's list holds its end only.
     auto *end = new CR12EndBlock(this);
     if (handling && end->GetData())
@@ -338,13 +323,10 @@ short CR12Drawing::BlockAdd(CDB_STARTBLOCK_ENTITY_type *block) {
     AdvanceHandseed(header.vars);
 
     // Block numbers are table indexes.
-    if (blocks.Count() == index) {
+    if (blocks.Count() == index)
         blocks.Add(object.release());
-    } else {
+    else
         blocks.Put(index, object.release());
-        if (current_block == index)
-            current_block_object = blocks.At(index);
-    }
     return index;
 }
 
@@ -358,7 +340,7 @@ short CR12Drawing::BlockModify(short index, CDB_STARTBLOCK_ENTITY_type *block) {
     // Only a rename to a name that is free passes.
     if (IsStarName(block->name) || FindLive(Table(kR12Blocks), block->name) >= 0)
         return CDB_NAME_EXISTS;
-    CR12Block *object = blocks.At(index);
+    CModelBlock *object = blocks.At(index);
     if (!object || !Table(kR12Blocks).At(index)) {
         SetError(CDB_ERR_BLOCK_NOT_FOUND);
         return CDB_FAIL;
@@ -376,117 +358,21 @@ short CR12Drawing::BlockModify(short index, CDB_STARTBLOCK_ENTITY_type *block) {
 
 // ---- Entities -------------------------------------------------------------------------------
 
-void CR12Drawing::SetAside(CR12Entity *entity) {
-    if (!entity)
+CModelEntity *CR12Drawing::MakeEntity(int16_t kind) {
+    return MakeR12Entity(this, kind);
+}
+
+void CR12Drawing::AssignNewHandle(CModelEntity &entity) {
+    CDB_ENTITY *record = entity.GetData();
+    if (!HandlingOn(header.vars) || !record)
         return;
-    if (auto *viewport = dynamic_cast<CR12Viewport *>(entity))
-        viewports.Unlink(viewport);
-    removed_entities.emplace_back(entity);
+    std::free(record->handle);
+    record->handle = DuplicateText(header.vars.handseed);
 }
 
-int32_t CR12Drawing::EntityAdd(short block, CDB_ENTITY *entity) {
-    if (!entity) {
-        SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
-    if (!TriggerLoading())
-        return CDB_FAIL;
-    const bool handling = HandlingOn(header.vars);
-    if (!CheckSequence(entity->entity_type))
-        return CDB_FAIL;
-    std::unique_ptr<CR12Entity> object(MakeR12Entity(this, entity->entity_type));
-    if (!object) {
-        SetError(CDB_ERR_INVALID_ENTITY_CODE);
-        return CDB_FAIL;
-    }
-    object->SetRecord(entity);
-    if (handling && object->GetData()) {
-        CDB_ENTITY *record = object->GetData();
-        std::free(record->handle);
-        record->handle = DuplicateText(header.vars.handseed);
-    }
-
-    CR12EntityList *list = EditList(*this, block);
-    if (!list)
-        return CDB_FAIL;
-    CR12Entity *added = object.release();
-    // The main list takes it behind its end sentinel; a block's list before its end.
-    const int position = block == -1
-                             ? list->Append(added)
-                             : list->InsertAt(list->Count() > 0 ? list->Count() - 1 : 0, added);
-    if (auto *viewport = dynamic_cast<CR12Viewport *>(added))
-        if (!ViewFlag())
-            viewports.Append(viewport);
-    if (handling)
+void CR12Drawing::NewHandleUsed() {
+    if (HandlingOn(header.vars))
         AdvanceHandseed(header.vars);
-    return static_cast<short>(position);
-}
-
-short CR12Drawing::EntityModify(int32_t id, CDB_ENTITY *entity) {
-    if (!entity) {
-        SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
-    if (!TriggerLoading())
-        return CDB_FAIL;
-    uint16_t position = 0;
-    int16_t block = 0;
-    CDBUnpackEntityId(id, &position, &block);
-    std::unique_ptr<CR12Entity> object(MakeR12Entity(this, entity->entity_type));
-    if (!object) {
-        SetError(CDB_ERR_INVALID_ENTITY_CODE);
-        return CDB_FAIL;
-    }
-    object->SetRecord(entity);
-    CR12EntityList *list = EditList(*this, block);
-    if (!list)
-        return CDB_FAIL;
-    if (position >= list->Count())
-        return 0;
-    CR12Entity *added = object.release();
-    std::unique_ptr<CR12Entity> old(list->ReplaceAt(position, added));
-    // A new viewport takes the place of the old one in the chain, or joins it at its end.
-    if (auto *viewport = dynamic_cast<CR12Viewport *>(added)) {
-        auto *old_viewport = dynamic_cast<CR12Viewport *>(old.get());
-        if (old_viewport && old_viewport->chain == &viewports)
-            viewports.Replace(old_viewport, viewport);
-        else if (!ViewFlag())
-            viewports.Append(viewport);
-    }
-    return 1;
-}
-
-short CR12Drawing::EntityDelete(int32_t id) {
-    if (!TriggerLoading())
-        return CDB_FAIL;
-    uint16_t position = 0;
-    int16_t block = 0;
-    CDBUnpackEntityId(id, &position, &block);
-    CR12EntityList *list = EditList(*this, block);
-    if (!list)
-        return CDB_FAIL;
-    CR12Entity *entity = list->At(position);
-    if (!entity)
-        return 0;
-    list->RemoveAt(position);
-    SetAside(entity);
-    return 1;
-}
-
-short CR12Drawing::EntityDeleteCurrent() {
-    if (!TriggerLoading())
-        return CDB_FAIL;
-    CR12EntityList *list = EditList(*this, current_block);
-    if (!list)
-        return CDB_FAIL;
-    // The position stays, so that the cursor stands on the entity that moved up into it.
-    const int position = list->Position();
-    CR12Entity *entity = list->At(position);
-    if (!entity)
-        return 0;
-    list->RemoveAt(position);
-    SetAside(entity);
-    return 1;
 }
 
 // ---- Header variables -----------------------------------------------------------------------

@@ -1,4 +1,4 @@
-// The entity classes of release 12, their records, and the entity and viewport lists.
+// The entity classes of release 12 and their records.
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_entity_layout.h"
 #include "dwg12/r12_header.h"
@@ -14,22 +14,10 @@
 // ---- CR12Entity ------------------------------------------------------------------------------
 
 CR12Entity::CR12Entity(CR12Drawing *owner, int16_t kind)
-    : drawing(owner), code(kind), layout(R12EntityLayoutFor(kind)) {
-    record = static_cast<CDB_ENTITY *>(std::calloc(1, sizeof(CDB_ENTITY)));
-    if (!record)
-        return;
-    record->entity_type = kind;
-    record->line_type_index = -1;
-    record->color = -1;
-    record->line_type_scale = 0.0;
-    record->extrusion.x = 0.0;
-    record->extrusion.y = 0.0;
-    record->extrusion.z = 1.0;
-}
+    : CModelEntity(kind), drawing(owner), layout(R12EntityLayoutFor(kind)) {}
 
 CR12Entity::~CR12Entity() {
     ReleaseOwned();
-    std::free(record);
 }
 
 void CR12Entity::ReleaseOwned() {
@@ -90,7 +78,7 @@ namespace {
 // plus the base when the table has no such block).
 int16_t ResolveBlockName(CR12Drawing *drawing, const std::string &name) {
     const int index = drawing->Table(kR12Blocks).FindNoCase(name.c_str());
-    return static_cast<int16_t>(index + drawing->Bases()[0]);
+    return static_cast<int16_t>(index + drawing->Base(TableBase::kBlocks));
 }
 } // namespace
 
@@ -125,21 +113,11 @@ void CR12Dimension::KeepBlockName(const char *name) {
 
 // ---- The viewport ------------------------------------------------------------------------------
 
-CR12Viewport::CR12Viewport(CR12Drawing *owner) : CR12Entity(owner, CDB_VIEWPORT) {}
+CR12Viewport::CR12Viewport(CR12Drawing *owner) : CR12PlainEntity(owner, CDB_VIEWPORT) {}
 
 CR12Viewport::~CR12Viewport() {
-    if (chain)
-        chain->Unlink(this);
     if (record)
         std::free(record->viewport.frozen_layers);
-}
-
-short CR12Viewport::ReadDWG(uint8_t &next_code) {
-    return ReadByLayout(next_code);
-}
-
-void CR12Viewport::GetRecord(CDB_ENTITY *out) {
-    CR12Entity::GetRecord(out);
 }
 
 void CR12Viewport::AfterReadDxf() {
@@ -329,142 +307,4 @@ std::vector<uint8_t> R12PackMview(const CDB_VIEWPORT_type &viewport) {
     out.push_back(kEedBrace);
     out.push_back(1);
     return out;
-}
-
-// ---- CR12EntityList ----------------------------------------------------------------------------
-
-CR12EntityList::~CR12EntityList() {
-    for (CR12Entity *e : items_)
-        delete e;
-}
-
-int CR12EntityList::Append(CR12Entity *entity) {
-    items_.push_back(entity);
-    position_ = static_cast<int16_t>(items_.size() - 1);
-    return position_;
-}
-
-int CR12EntityList::InsertAt(int index, CR12Entity *entity) {
-    if (index < 0 || index > Count())
-        return -1;
-    items_.insert(items_.begin() + index, entity);
-    position_ = static_cast<int16_t>(index);
-    return index;
-}
-
-CR12Entity *CR12EntityList::ReplaceAt(int index, CR12Entity *entity) {
-    if (index < 0 || index >= Count())
-        return nullptr;
-    CR12Entity *old = items_[static_cast<size_t>(index)];
-    items_[static_cast<size_t>(index)] = entity;
-    return old;
-}
-
-int CR12EntityList::RemoveAt(int index) {
-    if (index < 0 || index >= Count())
-        return 0;
-    items_.erase(items_.begin() + index);
-    return 1;
-}
-
-CR12Entity *CR12EntityList::First() {
-    if (items_.empty())
-        return nullptr;
-    position_ = 0;
-    return items_[0];
-}
-
-CR12Entity *CR12EntityList::Current() const {
-    return At(position_);
-}
-
-CR12Entity *CR12EntityList::At(int index) const {
-    return index >= 0 && index < Count() ? items_[static_cast<size_t>(index)] : nullptr;
-}
-
-int CR12EntityList::SetPosition(int index) {
-    if (index < 0 || index >= Count())
-        return 0;
-    position_ = static_cast<int16_t>(index);
-    return 1;
-}
-
-int CR12EntityList::FindByHandle(const char *text) {
-    if (!text)
-        return -1;
-    for (int i = 0; i < Count(); ++i) {
-        const CDB_ENTITY *r = items_[static_cast<size_t>(i)]->GetData();
-        if (r && r->handle && std::strcmp(r->handle, text) == 0) {
-            position_ = static_cast<int16_t>(i);
-            return i;
-        }
-    }
-    return -1;
-}
-
-// ---- CR12ViewportList --------------------------------------------------------------------------
-
-CR12ViewportList::~CR12ViewportList() {
-    for (CR12Viewport *v = head_; v; v = v->next)
-        v->chain = nullptr;
-}
-
-void CR12ViewportList::Append(CR12Viewport *viewport) {
-    if (!viewport || viewport->chain)
-        return;
-    viewport->previous = tail_;
-    viewport->next = nullptr;
-    viewport->chain = this;
-    if (tail_)
-        tail_->next = viewport;
-    else
-        head_ = viewport;
-    tail_ = viewport;
-}
-
-void CR12ViewportList::Unlink(CR12Viewport *viewport) {
-    if (!viewport || viewport->chain != this)
-        return;
-    if (viewport->previous)
-        viewport->previous->next = viewport->next;
-    else
-        head_ = viewport->next;
-    if (viewport->next)
-        viewport->next->previous = viewport->previous;
-    else
-        tail_ = viewport->previous;
-    if (cursor_ == viewport)
-        cursor_ = viewport->next;
-    viewport->next = viewport->previous = nullptr;
-    viewport->chain = nullptr;
-}
-
-void CR12ViewportList::Replace(CR12Viewport *viewport, CR12Viewport *replacement) {
-    if (!viewport || viewport->chain != this || !replacement || replacement->chain)
-        return;
-    replacement->previous = viewport->previous;
-    replacement->next = viewport->next;
-    replacement->chain = this;
-    if (viewport->previous)
-        viewport->previous->next = replacement;
-    else
-        head_ = replacement;
-    if (viewport->next)
-        viewport->next->previous = replacement;
-    else
-        tail_ = replacement;
-    if (cursor_ == viewport)
-        cursor_ = replacement;
-    viewport->next = viewport->previous = nullptr;
-    viewport->chain = nullptr;
-}
-
-CR12Viewport *CR12ViewportList::First() {
-    return cursor_ = head_;
-}
-
-CR12Viewport *CR12ViewportList::Next() {
-    if (cursor_)
-        cursor_ = cursor_->next;
-    return cursor_;
 }

@@ -1,9 +1,13 @@
-// The entities of a release 12 drawing: one small class per kind, the entity lists of the
-// main section and of the blocks, the blocks themselves and the chain of viewports.
+// The entities of a release 12 drawing: one small class per kind, each a CModelEntity
+// that the drawing's lists (src/model) hold, with the kind's DWG and DXF forms.
 #ifndef VELKO_R12_ENTITIES_H
 #define VELKO_R12_ENTITIES_H
 
 #include "velkow32.h"
+
+#include "model/entity_list.h"
+#include "model/model_entity.h"
+#include "model/viewport_chain.h"
 
 #include <cstdint>
 #include <memory>
@@ -13,25 +17,21 @@
 class CDxfStream;
 class CR12Drawing;
 class CR12DxfReader;
-class CR12ViewportList;
 struct R12EntityLayout;
 struct R12BodyReader;
 struct R12DxfGroup;
 struct R12DxfWriteContext;
 
-// One entity: it owns its record (a CDB_ENTITY of the union's full size) and the blocks
-// that the record points at (handle, extended data, texts, frozen layers), all of malloc.
-// Which texts of the kind's part it owns is said by the kind's row in the registry
-// (records/entity_kinds.h).
+// One entity of release 12: beside its record it owns the blocks that the record points
+// at (handle, extended data, texts, frozen layers), all of malloc. Which texts of the kind's
+// part it owns is said by the kind's row in the registry (records/entity_kinds.h).
 //
 // The body of every kind is described as data (r12_entity_layout.h): ReadDWG of a kind
 // reads the frame by its layout, through ReadByLayout.
-class CR12Entity {
+class CR12Entity : public CModelEntity {
 public:
     CR12Entity(CR12Drawing *drawing, int16_t code);
-    virtual ~CR12Entity();
-    CR12Entity(const CR12Entity &) = delete;
-    CR12Entity &operator=(const CR12Entity &) = delete;
+    ~CR12Entity() override;
     void SetOwner(CR12Drawing *owner) { drawing = owner; }
 
     // Decodes one frame at the file's position. `next_code` receives the code of the
@@ -43,19 +43,16 @@ public:
     // value of the group 0 that ended the entity. 1; 0 when `name` is not the kind's own
     // name (nothing is read); -1 when the file ended inside the entity.
     virtual int ReadDXF(CR12DxfReader &reader, char *name);
-    // The record, with references that need the drawing's tables resolved first.
-    virtual CDB_ENTITY *GetResolvedRecord() { return record; }
     // Copies the record out to the caller: the common part and the kind's part. In list
     // mode the texts are the caller's own copies (malloc), and a shape is checked against
     // the shape table first.
-    virtual void GetRecord(CDB_ENTITY *out);
-    CDB_ENTITY *GetData() { return record; }
+    void GetRecord(CDB_ENTITY *out) override;
 
     // Takes a public record in (the edit functions): the common part and the kind's part
     // are copied, and the object makes copies of its own of everything the record points
     // at (handle, extended data, texts, frozen layers); release 13 references are not
     // taken. The caller's record is not touched.
-    virtual void SetRecord(const CDB_ENTITY *in);
+    void SetRecord(const CDB_ENTITY *in) override;
     // Builds the entity's whole DWG frame into `frame` (resized to fit): the head, the
     // common fields with their presence bits, the kind's fields by its layout, and the
     // CRC. 1, or 0 when the entity cannot be written (a frame above 32767 bytes).
@@ -64,8 +61,6 @@ public:
     // groups and the extended data. 1, or 0 when a write fails.
     virtual int WriteDXF(R12DxfWriteContext &context);
 
-    int16_t Code() const { return code; }
-    void SetCode(int16_t kind) { code = kind; }
     CR12Drawing *Drawing() const { return drawing; }
     // The kind's body layout; null for a class without one.
     const R12EntityLayout *Layout() const { return layout; }
@@ -95,8 +90,6 @@ protected:
     void ReadDxfGroup(const CDxfStream &stream, const R12DxfGroup &group, const char *value);
 
     CR12Drawing *drawing;
-    int16_t code;
-    CDB_ENTITY *record;
     const R12EntityLayout *layout = nullptr;
     int32_t file_position = -1;
 
@@ -173,7 +166,7 @@ public:
 };
 
 // The block start frame (code 12). It is read into a temporary object whose content then
-// moves to the block (CR12Block): ReleaseRecordTo hands the record's blocks over.
+// moves to the block (CModelBlock): ReleaseRecordTo hands the record's blocks over.
 class CR12BeginBlock : public CR12PlainEntity {
 public:
     // Its owned texts are the xref path, the name and the second name: in list mode all
@@ -236,19 +229,16 @@ protected:
 
 // A viewport entity also belongs to the drawing's chain of viewports. Its view stands in
 // its "MVIEW" extended data, unpacked into the record after the fields.
-class CR12Viewport : public CR12Entity {
+class CR12Viewport : public CR12PlainEntity {
 public:
     explicit CR12Viewport(CR12Drawing *drawing);
     ~CR12Viewport() override;
-    short ReadDWG(uint8_t &next_code) override;
-    void GetRecord(CDB_ENTITY *out) override;
     // Also keeps a copy of the frozen layer list of its own.
     void SetRecord(const CDB_ENTITY *in) override;
+    CViewportLink *ViewportLink() override { return &link; }
 
-    CR12Viewport *next = nullptr;
-    CR12Viewport *previous = nullptr;
-    // The chain the viewport is linked into; it unlinks itself when it goes.
-    CR12ViewportList *chain = nullptr;
+    // The viewport's place in the drawing's chain; it leaves the chain when it goes.
+    CViewportLink link{this};
 
 protected:
     // The view stands in the "MVIEW" extended data, as in a DWG.
@@ -273,127 +263,10 @@ std::vector<uint8_t> R12PackMview(const CDB_VIEWPORT_type &viewport);
 // code that has no class.
 CR12Entity *MakeR12Entity(CR12Drawing *drawing, int code);
 
-// The entities of one section or one block, in file order. It owns them.
-class CR12EntityList {
-public:
-    explicit CR12EntityList(CR12Drawing *drawing) : drawing_(drawing) {}
-    ~CR12EntityList();
-    CR12EntityList(const CR12EntityList &) = delete;
-    CR12EntityList &operator=(const CR12EntityList &) = delete;
-
-    int Append(CR12Entity *entity);
-    // Puts the entity at `index` (0 to Count()); the entities from there on move one place
-    // on, and the position goes to the new entity. The index, or -1 for a bad index (the
-    // entity is then not taken).
-    int InsertAt(int index, CR12Entity *entity);
-    // Puts the entity in the place of the one at `index` and hands that one back (the
-    // caller then owns it); null for a bad index (the entity is then not taken).
-    CR12Entity *ReplaceAt(int index, CR12Entity *entity);
-    // Takes the entity out of the list (the caller then owns it): 0 for a bad index.
-    int RemoveAt(int index);
-    CR12Entity *First();
-    CR12Entity *Current() const;
-    CR12Entity *At(int index) const;
-    int SetPosition(int index);
-    // The walk's step: the position goes one on, also to one past the last entity (where
-    // Current() is null), and stays there; the new position.
-    int Advance() {
-        if (position_ < Count())
-            position_ = static_cast<int16_t>(position_ + 1);
-        return position_;
-    }
-    int Position() const { return position_; }
-    int Count() const { return static_cast<int>(items_.size()); }
-    // Moves the position to the first entity whose handle equals `text`: its index, or -1.
-    int FindByHandle(const char *text);
-    // Makes `drawing` the owner of the list and of its entities: entities that came from
-    // an external reference then answer through the host, whose tables hold their records.
-    void MoveTo(CR12Drawing *drawing) {
-        drawing_ = drawing;
-        for (CR12Entity *entity : items_)
-            entity->SetOwner(drawing);
-    }
-
-private:
-    CR12Drawing *drawing_;
-    int16_t position_ = 0;
-    std::vector<CR12Entity *> items_;
-};
-
-// A block definition: its start record, and the list of its entities (null when the
-// block is deleted, and in view mode), closed by its kind 13 entity. It owns the record
-// and the blocks the record points at (handle, extended data, xref path, names).
-struct CR12Block {
-    explicit CR12Block(CR12Drawing *drawing);
-    ~CR12Block();
-    CR12Block(const CR12Block &) = delete;
-    CR12Block &operator=(const CR12Block &) = delete;
-
-    CR12Drawing *drawing;
-    int16_t code = 12;
-    CDB_STARTBLOCK_ENTITY_type *record;
-    std::unique_ptr<CR12EntityList> entities;
-    int32_t plain = 1;
-};
-
-class CR12BlockList {
-public:
-    CR12BlockList() = default;
-    ~CR12BlockList();
-    CR12BlockList(const CR12BlockList &) = delete;
-    CR12BlockList &operator=(const CR12BlockList &) = delete;
-
-    CR12Block *At(int index) const;
-    CR12Block *First();
-    CR12Block *Next();
-    CR12Block *Current();
-    CR12Block *Last() const;
-    int Add(CR12Block *block);
-    // Stores a block at a given index (view mode), growing the list with empty places.
-    void Put(int index, CR12Block *block);
-    int Remove(int index);
-    // Compares the first 32 characters of each block's name: the index, or -2.
-    int FindByName(const char *name) const;
-    int Count() const { return static_cast<int>(items_.size()); }
-    int16_t Cursor() const { return cursor_; }
-    int32_t NextAnonymousNumber() { return anonymous_counter_++; }
-    // Hands all blocks to the caller, who then owns them, and leaves the list empty.
-    std::vector<CR12Block *> TakeAll() {
-        std::vector<CR12Block *> taken;
-        taken.swap(items_);
-        cursor_ = 0;
-        return taken;
-    }
-
-private:
-    int16_t cursor_ = 0;
-    int32_t anonymous_counter_ = 0;
-    std::vector<CR12Block *> items_;
-};
-
-// The drawing's viewports in file order, linked through the viewport objects themselves.
-class CR12ViewportList {
-public:
-    CR12ViewportList() = default;
-    // Leaves the viewports unlinked from a list that no longer exists.
-    ~CR12ViewportList();
-    CR12ViewportList(const CR12ViewportList &) = delete;
-    CR12ViewportList &operator=(const CR12ViewportList &) = delete;
-
-    void Append(CR12Viewport *viewport);
-    // Takes a viewport out of the chain (its destructor does so).
-    void Unlink(CR12Viewport *viewport);
-    // Puts `replacement` (in no chain) into the chain at the place of `viewport`, which
-    // leaves it. Nothing happens when `viewport` is not in this chain.
-    void Replace(CR12Viewport *viewport, CR12Viewport *replacement);
-    CR12Viewport *First();
-    CR12Viewport *Next();
-    CR12Viewport *Head() const { return head_; }
-
-private:
-    CR12Viewport *head_ = nullptr;
-    CR12Viewport *tail_ = nullptr;
-    CR12Viewport *cursor_ = nullptr;
-};
+// The entity at `index` of a list of a release 12 drawing, null for a bad index. The lists
+// of a release 12 drawing hold objects of MakeR12Entity alone.
+inline CR12Entity *R12EntityAt(const CEntityList &list, int index) {
+    return static_cast<CR12Entity *>(list.At(index));
+}
 
 #endif

@@ -11,11 +11,7 @@ constexpr uint16_t kCommonBytes = static_cast<uint16_t>(offsetof(CDB_ENTITY, lin
 constexpr R12When A = R12When::kAlways;
 constexpr R12When O1 = R12When::kOptions1;
 constexpr R12When O2 = R12When::kOptions2;
-constexpr uint8_t N = kR12NoBase;
-// Bases of the drawing: blocks, layers, line types, dimension styles, text styles.
-constexpr uint8_t kBlockBase = 0;
-constexpr uint8_t kDimstyleBase = 3;
-constexpr uint8_t kStyleBase = 4;
+constexpr TableBase N = TableBase::kNone;
 
 using V = R12Value;
 
@@ -42,7 +38,7 @@ constexpr R12EntityField kShape[] = {
     {A, 0, V::kF64, N, AT(shape.size)},
     {A, 0, V::kU8, N, AT(shape.shape_number)},
     {O1, 0x01, V::kAngle, N, AT(shape.rotation)},
-    {O1, 0x02, V::kU8, kStyleBase, AT(shape.shape_style_index)},
+    {O1, 0x02, V::kU8, TableBase::kStyles, AT(shape.shape_style_index)},
     {O1, 0x04, V::kF64, N, AT(shape.x_scale)},
     {O1, 0x08, V::kAngle, N, AT(shape.oblique_angle)},
     {O1, 0x10, V::kXYZ, N, AT(extrusion)},
@@ -56,7 +52,7 @@ constexpr R12EntityField kText[] = {
     {O1, 0x01, V::kAngle, N, AT(text.rotation)},
     {O1, 0x02, V::kF64, N, AT(text.width_factor)},
     {O1, 0x04, V::kAngle, N, AT(text.oblique_angle)},
-    {O1, 0x08, V::kU8, kStyleBase, AT(text.style_index)},
+    {O1, 0x08, V::kU8, TableBase::kStyles, AT(text.style_index)},
     {O1, 0x10, V::kU8, N, AT(text.generation_flags)},
     {O1, 0x20, V::kU8Byte, N, AT(text.horizontal_justification)},
     {O1, 0x40, V::kXY0, N, AT(text.alignment_point)},
@@ -86,7 +82,7 @@ constexpr R12EntityField kBeginBlock[] = {
 // The scales start at 1.0; rotation is read between y_scale and z_scale.
 constexpr R12EntityField kInsert[] = {
     {A, 0, V::kFlag80, N, AT(insert.attributes_follow)},
-    {A, 0, V::kI16, kBlockBase, AT(insert.block_index)},
+    {A, 0, V::kI16, TableBase::kBlocks, AT(insert.block_index)},
     {A, 0, V::kXY0, N, AT(insert.insertion_point)},
     {O1, 0x01, V::kF64, N, AT(insert.x_scale)},
     {O1, 0x02, V::kF64, N, AT(insert.y_scale)},
@@ -111,7 +107,7 @@ constexpr R12EntityField kAttDef[] = {
     {O1, 0x02, V::kAngle, N, AT(attdef.rotation)},
     {O1, 0x04, V::kF64, N, AT(attdef.width_factor)},
     {O1, 0x08, V::kAngle, N, AT(attdef.oblique_angle)},
-    {O1, 0x10, V::kU8, kStyleBase, AT(attdef.style_index)},
+    {O1, 0x10, V::kU8, TableBase::kStyles, AT(attdef.style_index)},
     {O1, 0x20, V::kU8, N, AT(attdef.generation_flags)},
     {O1, 0x40, V::kU8, N, AT(attdef.horizontal_justification)},
     {O1, 0x80, V::kXY0, N, AT(attdef.alignment_point)},
@@ -130,7 +126,7 @@ constexpr R12EntityField kAttrib[] = {
     {O1, 0x02, V::kAngle, N, AT(attrib.rotation)},
     {O1, 0x04, V::kF64, N, AT(attrib.width_factor)},
     {O1, 0x08, V::kAngle, N, AT(attrib.oblique_angle)},
-    {O1, 0x10, V::kU8, kStyleBase, AT(attrib.style_index)},
+    {O1, 0x10, V::kU8, TableBase::kStyles, AT(attrib.style_index)},
     {O1, 0x20, V::kU8, N, AT(attrib.generation_flags)},
     {O1, 0x40, V::kU8, N, AT(attrib.horizontal_justification)},
     {O1, 0x80, V::kXY, N, AT(attrib.alignment_point)},
@@ -178,7 +174,7 @@ constexpr R12EntityField kFace[] = {
 
 // The dimension's oblique angle is not in the frame.
 constexpr R12EntityField kDimension[] = {
-    {A, 0, V::kI16, kBlockBase, AT(dimension.block_index)},
+    {A, 0, V::kI16, TableBase::kBlocks, AT(dimension.block_index)},
     {A, 0, V::kXYZ, N, AT(dimension.definition_point)},
     {A, 0, V::kXY0, N, AT(dimension.text_midpoint)},
     {O1, 0x01, V::kXY0, N, AT(dimension.clone_insertion_point)},
@@ -193,7 +189,7 @@ constexpr R12EntityField kDimension[] = {
     {O2, 0x04, V::kAngle, N, AT(dimension.extension_line_rotation)},
     {O2, 0x20, V::kAngle, N, AT(dimension.horizontal_direction)},
     {O2, 0x40, V::kXYZ, N, AT(extrusion)},
-    {O2, 0x80, V::kI16, kDimstyleBase, AT(dimension.dimstyle_index)},
+    {O2, 0x80, V::kI16, TableBase::kDimstyles, AT(dimension.dimstyle_index)},
 };
 
 // The rest of the viewport stands in its extended data.

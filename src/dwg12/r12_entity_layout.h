@@ -16,6 +16,8 @@
 #include "io/byte_reader.h"
 #include "velkow32.h"
 
+#include "model/table_base.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -46,14 +48,11 @@ enum class R12Value : uint8_t {
     kFlag80,   // reads nothing: bit 0x80 of the frame's flags, as 0 or 1, to an i16
 };
 
-// No table base is added to the value.
-constexpr uint8_t kR12NoBase = 0xFF;
-
 struct R12EntityField {
     R12When when;
     uint8_t bit; // the presence bit, for kOptions1 and kOptions2
     R12Value value;
-    uint8_t base;    // drawing base added to an index (bases[n]), or kR12NoBase
+    TableBase base;  // the drawing's base added to an index, or TableBase::kNone
     uint16_t offset; // byte offset of the field in CDB_ENTITY
 };
 

@@ -261,10 +261,8 @@ int CR12Entity::EncodeDWG(std::vector<uint8_t> &frame) {
     GetResolvedRecord();
     if (!record || !layout)
         return 0;
-    static const int32_t kNoBases[10] = {};
-    const int32_t *bases = drawing ? drawing->Bases() : kNoBases;
-    if (!bases)
-        bases = kNoBases;
+    // The table bases of the drawing, taken back off the indices; none without a drawing.
+    auto base = [this](TableBase slot) -> int32_t { return drawing ? drawing->Base(slot) : 0; };
     const int32_t object_i32 = ObjectI32();
 
     // Presence bits of the kind's fields, and the flags they set.
@@ -315,7 +313,7 @@ int CR12Entity::EncodeDWG(std::vector<uint8_t> &frame) {
     out.U8(static_cast<uint8_t>(kind));
     out.U8(flags);
     out.I16(0); // the length, below
-    out.I16(static_cast<int16_t>(record->layer_index - bases[1]));
+    out.I16(static_cast<int16_t>(record->layer_index - base(TableBase::kLayers)));
     out.U8(options_1);
     out.U8(options_2);
     if (extension)
@@ -329,7 +327,7 @@ int CR12Entity::EncodeDWG(std::vector<uint8_t> &frame) {
     if (has_ltype)
         out.I16(record->line_type_index == -2
                     ? kR12ByBlockLtype
-                    : static_cast<int16_t>(record->line_type_index - bases[2]));
+                    : static_cast<int16_t>(record->line_type_index - base(TableBase::kLtypes)));
     if (has_elevation)
         out.F64(record->elevation);
     if (has_thickness)
@@ -346,8 +344,8 @@ int CR12Entity::EncodeDWG(std::vector<uint8_t> &frame) {
         const R12EntityField &f = layout->fields[i];
         if (!R12FieldIsPresent(f, options_1, options_2))
             continue;
-        const int32_t base = f.base == kR12NoBase ? 0 : bases[f.base];
-        if (!WriteField(out, record, f, base, three_d, object_i32))
+        const int32_t field_base = f.base == TableBase::kNone ? 0 : base(f.base);
+        if (!WriteField(out, record, f, field_base, three_d, object_i32))
             return frame.clear(), 0;
     }
 

@@ -200,15 +200,16 @@ bool CR12Entity::DecodeCommon(const uint8_t head[8], R12BodyReader &body, bool &
     if (space != 0)
         drawing->MarkPaperSpace();
 
-    const int32_t *bases = drawing->Bases();
     record->entity_type = static_cast<int16_t>(kind);
     record->thickness = thickness;
     record->color = (flags & kR12HasColor) ? int16_t(color) : int16_t(-1);
     record->elevation = elevation;
     record->space = space;
-    record->layer_index = static_cast<int16_t>(FrameHead<int16_t>(head, 4) + bases[1]);
-    record->line_type_index =
-        ltype == kR12ByBlockLtype ? int16_t(-2) : static_cast<int16_t>(ltype + bases[2]);
+    record->layer_index =
+        static_cast<int16_t>(FrameHead<int16_t>(head, 4) + drawing->Base(TableBase::kLayers));
+    record->line_type_index = ltype == kR12ByBlockLtype
+                                  ? int16_t(-2)
+                                  : static_cast<int16_t>(ltype + drawing->Base(TableBase::kLtypes));
     three_d = flat_kind && !(flags & kR12FlatOrElevation);
     return true;
 }
@@ -217,7 +218,6 @@ bool CR12Entity::DecodeFields(const uint8_t head[8], R12BodyReader &body, bool t
     const uint8_t flags = head[1];
     const uint8_t options_1 = head[6];
     const uint8_t options_2 = head[7];
-    const int32_t *bases = drawing->Bases();
     const uint16_t rules = layout->rules;
     bool z_point_read = false;
 
@@ -230,7 +230,7 @@ bool CR12Entity::DecodeFields(const uint8_t head[8], R12BodyReader &body, bool t
         const R12EntityField &f = layout->fields[i];
         if (!R12FieldIsPresent(f, options_1, options_2))
             continue;
-        const int32_t base = f.base == kR12NoBase ? 0 : bases[f.base];
+        const int32_t base = f.base == TableBase::kNone ? 0 : drawing->Base(f.base);
         double x = 0.0, y = 0.0, z = 0.0;
         switch (f.value) {
         case R12Value::kF64:
@@ -346,26 +346,6 @@ short CR12Entity::ReadByLayout(uint8_t &next_code) {
 }
 
 // ---- The main entity section ----------------------------------------------------------------
-
-void CR12Drawing::KeepEntity(CR12EntityList *list, CR12Entity *entity, bool to_block, bool drop) {
-    if (!ViewFlag() && list) {
-        list->Append(entity);
-        if (entity->Code() == CDB_VIEWPORT)
-            viewports.Append(static_cast<CR12Viewport *>(entity));
-        entity_counter = static_cast<int16_t>(uint16_t(entity_counter) + 1u);
-        if (progress_callback)
-            progress_callback(entity_counter, block_counter);
-        return;
-    }
-    if (!drop && Lib()) {
-        CDB_ENTITY *data = entity->GetResolvedRecord();
-        if (to_block)
-            Lib()->BlockCall(data);
-        else
-            Lib()->EntityCall(data);
-    }
-    delete entity;
-}
 
 int CR12Drawing::LoadEntitySection() {
     if (entities.Count() != 0)

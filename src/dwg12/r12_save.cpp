@@ -109,7 +109,7 @@ private:
     bool WriteBlockTablePlaceholders();
     bool WriteTable(int t);
     bool WriteBlocks();
-    bool WriteBlockDefinition(const CDB_STARTBLOCK_ENTITY_type &start, CR12EntityList *list);
+    bool WriteBlockDefinition(const CDB_STARTBLOCK_ENTITY_type &start, CEntityList *list);
     bool WriteTail();
     bool PatchHeader();
     void PutActiveViewport();
@@ -175,9 +175,9 @@ bool R12DwgWriter::WriteMainEntities() {
     // The main list ends with the end frame that loading appends, and entities added
     // since stand behind it: no end frame of the main list is written, or every save
     // would add one to the file.
-    CR12EntityList &list = drawing_.Entities();
+    CEntityList &list = drawing_.Entities();
     for (int i = 0; i < list.Count(); ++i) {
-        CR12Entity *entity = list.At(i);
+        CR12Entity *entity = R12EntityAt(list, i);
         if (!entity || entity->Code() == CDB_ENDBLK)
             continue;
         if (!WriteEntity(*entity))
@@ -241,7 +241,7 @@ bool R12DwgWriter::WriteTable(int t) {
 }
 
 bool R12DwgWriter::WriteBlockDefinition(const CDB_STARTBLOCK_ENTITY_type &start,
-                                        CR12EntityList *list) {
+                                        CEntityList *list) {
     // The start frame comes from the block's record: a begin-block object borrows a
     // bytewise copy of it, and hands the pointers back before it goes.
     CR12BeginBlock begin(&drawing_);
@@ -263,7 +263,7 @@ bool R12DwgWriter::WriteBlockDefinition(const CDB_STARTBLOCK_ENTITY_type &start,
     // reader finds the end of the block.
     bool ended = false;
     for (int i = 0; list && i < list->Count(); ++i) {
-        CR12Entity *entity = list->At(i);
+        CR12Entity *entity = R12EntityAt(*list, i);
         if (!entity)
             continue;
         if (!WriteEntity(*entity))
@@ -279,14 +279,14 @@ bool R12DwgWriter::WriteBlockDefinition(const CDB_STARTBLOCK_ENTITY_type &start,
 }
 
 bool R12DwgWriter::WriteBlocks() {
-    CR12BlockList &blocks = drawing_.Blocks();
+    CBlockList &blocks = drawing_.Blocks();
     for (size_t i = 0; i < block_table_.size(); ++i) {
         BlockTableEntry &entry = block_table_[i];
         if (entry.flags & kR12DeletedFlag)
             continue;
         entry.has_entities = true;
         entry.offset = state_.position - state_.blocks_start;
-        const CR12Block *block = blocks.At(int(i));
+        const CModelBlock *block = blocks.At(int(i));
         if (block && block->record) {
             if (!WriteBlockDefinition(*block->record, block->entities.get()))
                 return false;

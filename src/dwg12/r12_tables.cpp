@@ -1,10 +1,10 @@
 #include "dwg12/r12_tables.h"
 
 #include "fonts/shape_table.h"
-#include "interface/base_drawing.h"
 #include "io/byte_order.h"
 #include "io/drawing_file.h"
 #include "io/record_field.h"
+#include "model/base_drawing.h"
 
 #include <cctype>
 #include <cstdlib>
@@ -547,100 +547,6 @@ uint32_t R12BlockOffset(const CR12TableRecord *record) {
 int R12StyleShapeIndex(const CR12TableRecord *record) {
     auto *style = dynamic_cast<const CR12StyleRecord *>(record);
     return style ? style->ShapeIndex() : -1;
-}
-
-// ---- CR12TableList ------------------------------------------------------------------------
-
-CR12TableList::~CR12TableList() {
-    for (CR12TableRecord *record : items)
-        delete record;
-}
-
-CR12TableRecord *CR12TableList::At(int index) const {
-    if (index < 0 || index >= Count())
-        return nullptr;
-    return items[static_cast<size_t>(index)];
-}
-
-int CR12TableList::Add(CR12TableRecord *record) {
-    items.push_back(record);
-    int index = Count() - 1;
-    if (index_valid)
-        IndexRecord(index);
-    cursor = static_cast<int16_t>(index > INT16_MAX ? INT16_MAX : index);
-    return index;
-}
-
-void CR12TableList::Remove(int index) {
-    if (index < 0 || index >= Count())
-        return;
-    delete items[static_cast<size_t>(index)];
-    items.erase(items.begin() + index);
-    index_valid = false;
-}
-
-int CR12TableList::Replace(int index, CR12TableRecord *record) {
-    if (index < 0 || index >= Count())
-        return 0;
-    delete items[static_cast<size_t>(index)];
-    items[static_cast<size_t>(index)] = record;
-    index_valid = false;
-    return 1;
-}
-
-CR12TableRecord *CR12TableList::First() {
-    cursor = 0;
-    return At(cursor);
-}
-
-CR12TableRecord *CR12TableList::Next() {
-    if (cursor < INT16_MAX)
-        ++cursor;
-    return At(cursor);
-}
-
-int CR12TableList::FindByName(const char *name) const {
-    for (int i = 0; i < Count(); ++i)
-        if (items[static_cast<size_t>(i)] && items[static_cast<size_t>(i)]->CompareName(name))
-            return i;
-    return -1;
-}
-
-namespace {
-// Upper case in the "C" locale: only the letters a to z change.
-void UpperAscii(std::string &text) {
-    for (char &c : text)
-        if (c >= 'a' && c <= 'z')
-            c = static_cast<char>(c - 'a' + 'A');
-}
-} // namespace
-
-void CR12TableList::IndexRecord(int index) const {
-    const CR12TableRecord *record = items[static_cast<size_t>(index)];
-    if (!record || (record->Flags() & kR12DeletedFlag))
-        return;
-    char name[kR12NameBufferSize];
-    record->GetName(name);
-    std::string key(name);
-    UpperAscii(key);
-    // The first record of a name wins; later ones are never found.
-    name_index.emplace(std::move(key), index);
-}
-
-int CR12TableList::FindNoCase(const char *name) const {
-    if (!name || items.empty())
-        return -1;
-    if (!index_valid) {
-        name_index.clear();
-        name_index.reserve(items.size());
-        for (int i = 0; i < Count(); ++i)
-            IndexRecord(i);
-        index_valid = true;
-    }
-    scratch.assign(name);
-    UpperAscii(scratch);
-    auto found = name_index.find(scratch);
-    return found == name_index.end() ? -1 : found->second;
 }
 
 // ---- Loading one table ----------------------------------------------------------------------

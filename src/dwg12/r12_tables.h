@@ -10,11 +10,11 @@
 #include "velkow32.h"
 
 #include "dwg12/r12_header.h"
+#include "model/table_list.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 class CBaseDrawing;
@@ -63,6 +63,9 @@ constexpr size_t kR12MaxStoredDashes = 12;
 // position u32.
 constexpr size_t kR12DescriptorSize = 10;
 
+static_assert(kR12DeletedFlag == CTableRecord::kDeleted, "one deleted flag for all tables");
+static_assert(kR12NameBufferSize == CTableRecord::kNameBufferSize, "one name size for lookups");
+
 // The size of a record of table `t` in the file, or 0 for another number.
 int R12RecordSize(int t);
 // The body layout of table `t` (the fields behind the opening), in file order. Field
@@ -76,25 +79,15 @@ R12Layout R12RecordLayout(int t);
 std::string R12StyleFontName(const char *font_file);
 
 // One record of a table. It owns the public record and the blocks that it points at.
-class CR12TableRecord {
+class CR12TableRecord : public CTableRecord {
 public:
     explicit CR12TableRecord(CBaseDrawing *drawing) : drawing(drawing) {}
-    virtual ~CR12TableRecord() = default;
-    CR12TableRecord(const CR12TableRecord &) = delete;
-    CR12TableRecord &operator=(const CR12TableRecord &) = delete;
 
     // Reads one record at the file's position: 1, or 0 for a failed read or a deleted
     // record (which keeps its slot, with a null name).
     virtual int Read(CDrawingFile &file) = 0;
-    // 1 if the record is not deleted and its name equals `name`, case counted.
-    virtual int CompareName(const char *name) const = 0;
-    // Copies the name; a deleted record gives "".
-    virtual void GetName(char *buffer) const = 0;
     // The record's size in a DWG.
     virtual short GetFileSize() const = 0;
-    // The public record held inside the object.
-    virtual void *GetRecord() = 0;
-    virtual uint8_t Flags() const = 0;
     // Reads the record's groups from a DXF file. `name` (a value buffer of the stream's
     // size) holds the record's group 0 value on entry and, on return, the value of the
     // group 0 that ended the record. 1; 0 when `name` is not the name of the record's
@@ -107,8 +100,6 @@ public:
     // Writes the record's groups, group 0 included, to the context's stream: 1, or 0 when
     // a write fails.
     virtual int WriteDXF(R12DxfWriteContext &context) const;
-
-    int16_t table_id = 0;
 
 protected:
     CBaseDrawing *drawing;
@@ -303,55 +294,15 @@ uint32_t R12BlockOffset(const CR12TableRecord *record);
 // The style record's slot in the shape table, -1 for none or a record of another table.
 int R12StyleShapeIndex(const CR12TableRecord *record);
 
-class CR12TableList {
+// The list of one table of a release 12 drawing.
+class CR12TableList : public CTableListOf<CR12TableRecord> {
 public:
     CR12TableList(CBaseDrawing *drawing, int16_t table_number)
-        : drawing(drawing), table_number(table_number) {}
-    ~CR12TableList();
-    CR12TableList(const CR12TableList &) = delete;
-    CR12TableList &operator=(const CR12TableList &) = delete;
-
-    int Count() const { return static_cast<int>(items.size()); }
-    CR12TableRecord *At(int index) const;
-    int Add(CR12TableRecord *record);
-    // Destroys the record at `index`; the later records move up one place.
-    void Remove(int index);
-    // Puts `record` in the place of the record at `index`, which is destroyed: 1, or 0 for
-    // an index outside the table (the record is then not taken).
-    int Replace(int index, CR12TableRecord *record);
-    CR12TableRecord *First();
-    CR12TableRecord *Next();
-    // The index of the first record whose CompareName matches, or -1.
-    int FindByName(const char *name) const;
-    // The lookup of the DXF readers: the index of the first record in table order whose
-    // flags are below 128 and whose name equals `name` ignoring case, or -1. It is served
-    // by an index of the names, which Add keeps up to date and every other change of the
-    // list rebuilds; a caller that changes a record's name or flags in place calls
-    // NamesChanged().
-    int FindNoCase(const char *name) const;
-    void NamesChanged() { index_valid = false; }
-    // Hands all records to the caller, who then owns them, and leaves the table empty.
-    std::vector<CR12TableRecord *> TakeAll() {
-        std::vector<CR12TableRecord *> taken;
-        taken.swap(items);
-        cursor = -1;
-        index_valid = false;
-        return taken;
-    }
-    int16_t TableNumber() const { return table_number; }
+        : CTableListOf(table_number), drawing(drawing) {}
     CBaseDrawing *Drawing() const { return drawing; }
 
 private:
     CBaseDrawing *drawing;
-    int16_t table_number;
-    std::vector<CR12TableRecord *> items;
-    int16_t cursor = -1;
-
-    // Upper-case name to the first live record that has it.
-    void IndexRecord(int index) const;
-    mutable std::unordered_map<std::string, int> name_index;
-    mutable bool index_valid = false;
-    mutable std::string scratch;
 };
 
 // Loads one table into `list` (whose TableNumber() tells the record class) from the

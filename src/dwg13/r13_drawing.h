@@ -3,7 +3,7 @@
 #ifndef VELKO_R13_DRAWING_H
 #define VELKO_R13_DRAWING_H
 
-#include "interface/base_drawing.h"
+#include "model/base_drawing.h"
 
 #include <memory>
 

@@ -21,12 +21,6 @@ void ReplaceText(CDB_ENTITY *record, size_t offset, const char *text) {
     StoreField<char *>(record, offset, DuplicateText(text));
 }
 
-// Bases of the drawing, as the DWG reader numbers them.
-constexpr int kLayerBase = 1;
-constexpr int kLtypeBase = 2;
-constexpr int kDimstyleBase = 3;
-constexpr int kStyleBase = 4;
-
 } // namespace
 
 int CR12Entity::ReadDXF(CR12DxfReader &reader, char *name) {
@@ -35,7 +29,6 @@ int CR12Entity::ReadDXF(CR12DxfReader &reader, char *name) {
         return 0;
     const R12DxfLayout *layout = kind->groups;
     CDxfStream &stream = reader.Stream();
-    const int32_t *bases = drawing->Bases();
     // The block start takes its line type and layer without the BYBLOCK test and the base.
     const bool block_start = code == CDB_BLOCK;
 
@@ -88,12 +81,14 @@ int CR12Entity::ReadDXF(CR12DxfReader &reader, char *name) {
             if (!block_start && std::strcmp(name, "BYBLOCK") == 0)
                 record->line_type_index = -2;
             else
-                record->line_type_index = static_cast<int16_t>(
-                    drawing->Table(kR12Ltypes).FindNoCase(name) + bases[kLtypeBase]);
+                record->line_type_index =
+                    static_cast<int16_t>(drawing->Table(kR12Ltypes).FindNoCase(name) +
+                                         drawing->Base(TableBase::kLtypes));
             break;
         case 8:
-            record->layer_index = static_cast<int16_t>(drawing->Table(kR12Layers).FindNoCase(name) +
-                                                       (block_start ? 0 : bases[kLayerBase]));
+            record->layer_index =
+                static_cast<int16_t>(drawing->Table(kR12Layers).FindNoCase(name) +
+                                     (block_start ? 0 : drawing->Base(TableBase::kLayers)));
             break;
         case 38:
             record->elevation = stream.Real(name);
@@ -133,7 +128,6 @@ int CR12Entity::ReadDXF(CR12DxfReader &reader, char *name) {
 }
 
 void CR12Entity::ReadDxfGroup(const CDxfStream &stream, const R12DxfGroup &g, const char *value) {
-    const int32_t *bases = drawing->Bases();
     switch (g.value) {
     case R12DxfValue::kReal:
         StoreField<double>(record, g.offset, stream.Real(value));
@@ -159,14 +153,14 @@ void CR12Entity::ReadDxfGroup(const CDxfStream &stream, const R12DxfGroup &g, co
         ReplaceText(record, g.offset, value);
         break;
     case R12DxfValue::kStyle:
-        StoreField<int16_t>(
-            record, g.offset,
-            static_cast<int16_t>(drawing->Table(kR12Styles).FindNoCase(value) + bases[kStyleBase]));
+        StoreField<int16_t>(record, g.offset,
+                            static_cast<int16_t>(drawing->Table(kR12Styles).FindNoCase(value) +
+                                                 drawing->Base(TableBase::kStyles)));
         break;
     case R12DxfValue::kDimstyle:
         StoreField<int16_t>(record, g.offset,
                             static_cast<int16_t>(drawing->Table(kR12Dimstyles).FindNoCase(value) +
-                                                 bases[kDimstyleBase]));
+                                                 drawing->Base(TableBase::kDimstyles)));
         break;
     case R12DxfValue::kBlockName:
         KeepBlockName(value);

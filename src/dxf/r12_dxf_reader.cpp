@@ -243,7 +243,7 @@ int CR12DxfReader::ReadBlocks() {
 
 int CR12DxfReader::ReadBlock(int16_t &block_number) {
     CR12Drawing &d = drawing_;
-    auto block = std::make_unique<CR12Block>(&d);
+    auto block = std::make_unique<CModelBlock>();
     d.block_counter = block_number;
     block_number = static_cast<int16_t>(uint16_t(block_number) + 1u);
     {
@@ -266,7 +266,7 @@ int CR12DxfReader::ReadBlock(int16_t &block_number) {
     d.Table(kR12Blocks).Add(table_record);
     block->plain = (start.flags & kXrefFlag) ? 0 : 1;
     block->code = CDB_BLOCK;
-    block->entities = std::make_unique<CR12EntityList>(&d);
+    block->entities = std::make_unique<CEntityList>();
 
     while (!Is(value_, "ENDBLK"))
         if (!ReadEntity(block->entities.get(), true))
@@ -293,7 +293,7 @@ int CR12DxfReader::ReadEntities() {
     return 1;
 }
 
-int CR12DxfReader::ReadEntity(CR12EntityList *list, bool in_block) {
+int CR12DxfReader::ReadEntity(CEntityList *list, bool in_block) {
     const int kind = R12DxfEntityKind(value_, in_block);
     CR12Entity *entity = kind ? MakeR12Entity(&drawing_, kind) : nullptr;
     // A kind without a class, or a name that its class refuses ("3DLINE" in a block),

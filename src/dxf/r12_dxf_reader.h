@@ -22,7 +22,7 @@
 #include <cstdint>
 
 class CR12Drawing;
-class CR12EntityList;
+class CEntityList;
 
 class CR12DxfReader {
 public:
@@ -58,7 +58,7 @@ private:
     int ReadEntities();
     // Reads the entity whose name stands in value_ and keeps it: 1, or 0 when its kind has
     // no class or the file ended inside it.
-    int ReadEntity(CR12EntityList *list, bool in_block);
+    int ReadEntity(CEntityList *list, bool in_block);
     // Reads the next group into code_ / value_: false when the file has ended.
     bool NextGroup();
     // Ends a load that met the end of the file or a group it cannot go past.

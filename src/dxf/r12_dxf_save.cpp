@@ -119,10 +119,10 @@ private:
     // its table record, then its list, closed by its block end.
     int WriteBlocks() {
         output_.in_entity_section = 0;
-        CR12BlockList &blocks = drawing_.Blocks();
+        CBlockList &blocks = drawing_.Blocks();
         CR12TableList &table = drawing_.Table(kR12Blocks);
         for (int i = 0; i < blocks.Count(); ++i) {
-            const CR12Block *block = blocks.At(i);
+            const CModelBlock *block = blocks.At(i);
             if (!block || !block->record)
                 continue;
             const CDB_STARTBLOCK_ENTITY_type &start = *block->record;
@@ -151,10 +151,10 @@ private:
     // The entities of a list without its kind 13 objects: the main list's end sentinel is
     // no entity of the file, and the edit functions may have added entities behind it. A
     // block's list is closed by its (last) block end, or by a plain one when it has none.
-    int WriteList(const CR12EntityList *list, bool closed_by_end) {
+    int WriteList(const CEntityList *list, bool closed_by_end) {
         CR12Entity *end = nullptr;
         for (int i = 0; list && i < list->Count(); ++i) {
-            CR12Entity *entity = list->At(i);
+            CR12Entity *entity = R12EntityAt(*list, i);
             if (!entity)
                 continue;
             if (entity->Code() == kListEnd) {

@@ -221,9 +221,9 @@ int WriteEntityDxf(R12DxfWriteContext &c, int code, const CDB_ENTITY &given, int
 // the drawing's chain of viewports, counted from 1, and 1 for one that is not in the chain.
 int16_t ViewportNumber(CR12Drawing &drawing, const CR12Entity *entity) {
     int16_t number = 1;
-    for (const CR12Viewport *v = drawing.Viewports().Head(); v && number < INT16_MAX;
+    for (const CViewportLink *v = drawing.Viewports().HeadLink(); v && number < INT16_MAX;
          v = v->next, ++number)
-        if (v == entity)
+        if (v->entity == entity)
             return number;
     return 1;
 }

@@ -2,8 +2,6 @@
 // name, codes and identifier.
 #include "fonts/shape_table.h"
 
-#include "interface/base_drawing.h"
-
 #include <cctype>
 #include <cstring>
 
@@ -23,7 +21,7 @@ std::string Key(const std::string &path) {
 
 } // namespace
 
-CShapeTable::CShapeTable(CBaseDrawing *owner) : drawing(owner) {
+CShapeTable::CShapeTable(CFontLocation *owner) : drawing(owner) {
     index_unavailable = index.Open() == 0;
 }
 
@@ -65,7 +63,7 @@ std::string CShapeTable::DrawingDirectory() const {
     if (has_location)
         file = location_file.c_str();
     else if (drawing)
-        file = drawing->GetFileName();
+        file = drawing->DrawingFileName();
     if (!file)
         return std::string();
     size_t end = 0;
@@ -80,7 +78,7 @@ std::vector<std::string> CShapeTable::SearchDirectories() const {
     if (has_location)
         list = location_search_path.c_str();
     else if (drawing)
-        list = drawing->SearchPath();
+        list = drawing->FontSearchPath();
     std::vector<std::string> directories;
     if (!list)
         return directories;

@@ -3,6 +3,7 @@
 #ifndef VELKO_SHAPE_TABLE_H
 #define VELKO_SHAPE_TABLE_H
 
+#include "fonts/font_location.h"
 #include "fonts/shape_file.h"
 #include "fonts/shape_index.h"
 
@@ -12,14 +13,12 @@
 #include <string>
 #include <vector>
 
-class CBaseDrawing;
-
 class CShapeTable {
 public:
     // A table for `drawing`, whose file name and search path guide the search for fonts.
     // The control-shape index is opened here; when it can't be used, `IndexUnavailable`
     // says so for the life of the table.
-    explicit CShapeTable(CBaseDrawing *drawing = nullptr);
+    explicit CShapeTable(CFontLocation *drawing = nullptr);
     CShapeTable(const CShapeTable &) = delete;
     CShapeTable &operator=(const CShapeTable &) = delete;
 
@@ -78,7 +77,7 @@ private:
     std::vector<std::unique_ptr<CShapeFile>> files;
     CShapeIndex index;
     bool index_unavailable = true;
-    CBaseDrawing *drawing = nullptr;
+    CFontLocation *drawing = nullptr;
     bool has_location = false;
     std::string location_file;
     std::string location_search_path;

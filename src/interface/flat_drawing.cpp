@@ -1,15 +1,24 @@
 // The flat functions that reach a drawing's blocks, entities, extended data, variables,
 // external references and shapes.
-#include "interface/base_drawing.h"
+#include "model/base_drawing.h"
 #include "interface/drawing_table.h"
-#include "interface/navigate_stack.h"
+#include "model/display_walk.h"
+#include "model/entity_filter.h"
 #include "records/entity_kinds.h"
 
-#include <cstdlib>
+#include <cstddef>
 #include <cstring>
-#include <vector>
 
 namespace {
+
+// Frees the texts that the block walk copies for its caller (the owned texts of kind 12)
+// and nulls them. A block start record is laid out as the beginning of an entity record of
+// kind 12.
+void FreeBlockCopies(CDB_STARTBLOCK_ENTITY_type *block) {
+    static_assert(offsetof(CDB_ENTITY, block) == offsetof(CDB_STARTBLOCK_ENTITY_type, xref_path),
+                  "a block start record is the common part and the block part");
+    FreeOwnedTexts(*FindEntityKind(CDB_BLOCK), block);
+}
 
 CBaseDrawing *ReadDrawing(int16_t h) {
     CLibDrawing *lib = LookupDrawing(h);
@@ -35,171 +44,6 @@ bool Loaded(CBaseDrawing *drawing) {
     return drawing->EntityCount(-1) != CDB_FAIL;
 }
 
-// Frees the texts that a list mode get-record copies for its caller (the owned texts of
-// kind 12), and nulls them. A block start record is laid out as the beginning of an entity
-// record of kind 12.
-void FreeBlockCopies(CDB_STARTBLOCK_ENTITY_type *block) {
-    static_assert(offsetof(CDB_ENTITY, block) == offsetof(CDB_STARTBLOCK_ENTITY_type, xref_path),
-                  "a block start record is the common part and the block part");
-    FreeOwnedTexts(*FindEntityKind(CDB_BLOCK), block);
-}
-
-// 1 if the layer filter hides the entity. A kind 17 is never layer-filtered.
-int CheckLayerFiltering(CLibDrawing *lib, const CDB_ENTITY *entity) {
-    const int16_t bits = lib->LayerFlags();
-    if (entity->entity_type == CDB_SEQEND || bits == 0)
-        return 0;
-    const CDB_LAYER_TBL_type *layer = lib->Drawing()->GetLayerTable(entity->layer_index);
-    if (!layer)
-        return 0;
-    if ((bits & 1) && layer->color < 0)
-        return 1;
-    if ((bits & 2) && layer->color >= 0)
-        return 1;
-    if ((bits & 4) && (layer->flags & 1))
-        return 1;
-    return 0;
-}
-
-// 1 if the space filter hides the entity.
-int CheckSpaceFiltering(CLibDrawing *lib, const CDB_ENTITY *entity) {
-    const int16_t bits = lib->SpaceFlags();
-    if (bits == 0)
-        return 0;
-    if ((bits & 1) && entity->space != 0)
-        return 1;
-    if ((bits & 2) && entity->space == 0)
-        return 1;
-    return 0;
-}
-
-int CheckFiltering(CLibDrawing *lib, const CDB_ENTITY *entity) {
-    return CheckLayerFiltering(lib, entity) || CheckSpaceFiltering(lib, entity) ? 1 : 0;
-}
-
-// The return stack of CDBNavigate (navigate_stack.h): created at the first use, gone
-// with the process.
-std::vector<int32_t> &ReturnStack() {
-    static std::vector<int32_t> stack;
-    return stack;
-}
-
-int16_t BlockOfId(int32_t id) {
-    uint16_t position = 0;
-    int16_t block = 0;
-    CDBUnpackEntityId(id, &position, &block);
-    return block;
-}
-
-// One call of CDBNavigate on a loaded drawing.
-class DisplayWalk {
-public:
-    DisplayWalk(CLibDrawing *lib, CDB_ENTITY *record)
-        : lib_(lib), drawing_(lib->Drawing()), record_(record), list_mode_(lib->ViewFlag() == 0) {}
-
-    int16_t Run() {
-        std::vector<int32_t> &stack = ReturnStack();
-        int32_t id = Current();
-        long steps = 0;
-        for (;;) {
-            if (id < 0)
-                return End(id);
-            if (++steps > kNavigateMaxSteps)
-                return End(CDB_END_OF_WALK);
-            const int16_t kind = record_->entity_type;
-            if (kind == CDB_ENDBLK) {
-                // The end of a block: back behind the insert, or the end of the walk.
-                if (stack.empty())
-                    return End(CDB_END_OF_WALK);
-                int32_t back = stack.back();
-                stack.pop_back();
-                drawing_->GotoEntity(back);
-                drawing_->NextEntity();
-                id = Current();
-                continue;
-            }
-            if (kind == CDB_INSERT) {
-                // The block's entities stand in the insert's place; the insert is not given.
-                const int16_t target = record_->insert.block_index;
-                if (MayEnter(id, target)) {
-                    stack.push_back(id);
-                    drawing_->FirstEntity(target);
-                } else {
-                    drawing_->NextEntity();
-                }
-                id = Current();
-                continue;
-            }
-            if (!CheckFiltering(lib_, record_))
-                break;
-            // Hidden: step on. When vertices or attributes follow, they go along up to the
-            // kind 17 that closes them; a kind 17 standing there then is passed as well. So
-            // a hidden polyline takes its vertices and its end along. A kind 13 met on the
-            // way ends the skip (a damaged list), so that the walk still leaves the block.
-            drawing_->NextEntity();
-            id = Current();
-            if (id >= 0 &&
-                (record_->entity_type == CDB_VERTEX || record_->entity_type == CDB_ATTRIB)) {
-                while (id >= 0 && record_->entity_type != CDB_SEQEND &&
-                       record_->entity_type != CDB_ENDBLK) {
-                    if (++steps > kNavigateMaxSteps)
-                        return End(CDB_END_OF_WALK);
-                    drawing_->NextEntity();
-                    id = Current();
-                }
-            }
-            if (id >= 0 && record_->entity_type == CDB_SEQEND) {
-                drawing_->NextEntity();
-                id = Current();
-            }
-        }
-        // The next call begins at the next entity; the caller owns the record's copies.
-        drawing_->NextEntity();
-        return static_cast<int16_t>(id & 0xFFFF);
-    }
-
-private:
-    // The record at the cursor, into the caller's record. The copies of a record that
-    // this walk filled and did not give out are freed first.
-    int32_t Current() {
-        if (filled_ && list_mode_) {
-            FreeOwnedTexts(record_);
-            filled_ = false;
-        }
-        int32_t id = drawing_->GetCurrentEntity(record_);
-        if (id >= 0)
-            filled_ = true;
-        return id;
-    }
-
-    int16_t End(int32_t status) {
-        if (filled_ && list_mode_)
-            FreeOwnedTexts(record_);
-        return status == CDB_FAIL ? CDB_FAIL : CDB_END_OF_WALK;
-    }
-
-    // Whether the insert `id` may enter block `target`: not deeper than the nesting
-    // limit, and not into a block that is being walked already.
-    static bool MayEnter(int32_t id, int16_t target) {
-        const std::vector<int32_t> &stack = ReturnStack();
-        if (stack.size() >= kNavigateMaxNesting)
-            return false;
-        if (BlockOfId(id) == target)
-            return false;
-        for (int32_t outer : stack) {
-            if (BlockOfId(outer) == target)
-                return false;
-        }
-        return true;
-    }
-
-    CLibDrawing *lib_;
-    CBaseDrawing *drawing_;
-    CDB_ENTITY *record_;
-    bool list_mode_;
-    bool filled_ = false;
-};
-
 // The viewport chain has a cursor of its own; the entity cursor does not move. The record
 // is read into a scratch record of the union's full size and copied out.
 int16_t ViewportStep(int16_t h, CDB_ENTITY *entity, bool first) {
@@ -220,14 +64,6 @@ int16_t ViewportStep(int16_t h, CDB_ENTITY *entity, bool first) {
 }
 
 } // namespace
-
-size_t NavigateStackDepth() {
-    return ReturnStack().size();
-}
-
-void ResetNavigateStack() {
-    ReturnStack().clear();
-}
 
 extern "C" {
 
@@ -352,7 +188,8 @@ int16_t CDBNavigate(int16_t h, CDB_ENTITY *entity) {
         lib->SetError(CDB_ERR_INVALID_PARAMETER);
         return CDB_FAIL;
     }
-    return DisplayWalk(lib, entity).Run();
+    return CDisplayWalk(*d, lib->LayerFlags(), lib->SpaceFlags(), lib->ViewFlag() == 0, entity)
+        .Run();
 }
 
 // ---- Filters and entity ids -------------------------------------------------------------
@@ -388,7 +225,8 @@ int16_t CDBCheckEntityFiltering(int16_t h, CDB_ENTITY *entity) {
         lib->SetError(CDB_ERR_INVALID_PARAMETER);
         return CDB_FAIL;
     }
-    return CheckFiltering(lib, entity) ? 15 : 240;
+    return HiddenByFilters(*lib->Drawing(), lib->LayerFlags(), lib->SpaceFlags(), entity) ? 15
+                                                                                          : 240;
 }
 
 int32_t CDBPackEntityId(int16_t block, uint16_t position) {

@@ -1,5 +1,5 @@
 // Error codes and their messages.
-#include "interface/base_drawing.h"
+#include "model/base_drawing.h"
 #include "interface/drawing_table.h"
 
 #include <cstring>

@@ -1,6 +1,6 @@
 // Opening and closing drawings through the flat interface.
-#include "interface/base_drawing.h"
 #include "io/drawing_file.h"
+#include "model/base_drawing.h"
 #include "interface/drawing_table.h"
 #include "interface/open_sniff.h"
 

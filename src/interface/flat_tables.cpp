@@ -1,5 +1,5 @@
 // The table families of the flat interface: size, read, search and edit.
-#include "interface/base_drawing.h"
+#include "model/base_drawing.h"
 #include "interface/drawing_table.h"
 
 #include <cstring>

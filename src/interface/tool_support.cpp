@@ -150,7 +150,7 @@ bool CountSavedObjects(int16_t drawing, SavedObjects *counts) {
     c.entities = r12->Entities().Count();
     c.blocks = r12->Blocks().Count();
     for (int i = 0; i < c.blocks; ++i) {
-        const CR12Block *block = r12->Blocks().At(i);
+        const CModelBlock *block = r12->Blocks().At(i);
         if (block && block->entities)
             c.entities += block->entities->Count();
     }
@@ -161,11 +161,12 @@ bool CountSavedObjects(int16_t drawing, SavedObjects *counts) {
 }
 
 bool SetProgressHooks(int16_t drawing, LoadProgressHook load, SaveProgressHook save) {
-    CR12Drawing *r12 = R12DrawingOf(drawing);
-    if (!r12)
+    CLibDrawing *lib = g_DrawingTable.GetDrawing(drawing);
+    CBaseDrawing *d = lib ? lib->Drawing() : nullptr;
+    if (!d)
         return false;
-    r12->progress_callback = load;
-    r12->save_progress = save;
+    d->progress_callback = load;
+    d->save_progress = save;
     return true;
 }
 

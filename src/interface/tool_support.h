@@ -67,8 +67,8 @@ bool CountSavedObjects(int16_t drawing, SavedObjects *counts);
 using LoadProgressHook = void (*)(int16_t entities, int16_t blocks);
 using SaveProgressHook = void (*)(int32_t objects_written);
 
-// Sets both hooks (null takes a hook away): true, or false when the drawing class takes no
-// hooks, in which case nothing is set.
+// Sets both hooks on the drawing of any release (null takes a hook away): true, or false for
+// a handle without a drawing, in which case nothing is set.
 bool SetProgressHooks(int16_t drawing, LoadProgressHook load, SaveProgressHook save);
 
 // How far reading has come through the drawing's file: position / length in [0, 1], or -1

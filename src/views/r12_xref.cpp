@@ -15,9 +15,17 @@ namespace {
 
 constexpr int16_t kXrefBlockFlag = 0x04;
 
-bool IsReference(const CR12Block *block) {
+bool IsReference(const CModelBlock *block) {
     return block && block->record && (block->record->flags & kXrefBlockFlag) &&
            block->record->xref_path;
+}
+
+// Makes `owner` the owner of the list's entities: entities that came from an external
+// reference then answer through the host, whose tables hold their records. Every entity
+// of a release 12 drawing's lists is a release 12 entity.
+void MoveEntitiesTo(CEntityList &list, CR12Drawing *owner) {
+    for (int i = 0; i < list.Count(); ++i)
+        static_cast<CR12Entity *>(list.At(i))->SetOwner(owner);
 }
 
 } // namespace
@@ -25,7 +33,7 @@ bool IsReference(const CR12Block *block) {
 int CR12Drawing::GetXrefPath(short block_index, char *buffer) {
     if (block_index < 0 || block_index > GetBlockTableCount() || !buffer)
         return 0;
-    const CR12Block *block = blocks.At(block_index);
+    const CModelBlock *block = blocks.At(block_index);
     if (!IsReference(block))
         return 0;
     const char *path = block->record->xref_path;
@@ -36,7 +44,7 @@ int CR12Drawing::GetXrefPath(short block_index, char *buffer) {
 int CR12Drawing::ResolveXREF(int block_index) {
     if (block_index < 0 || block_index > GetBlockTableCount())
         return 0;
-    CR12Block *block = blocks.At(block_index);
+    CModelBlock *block = blocks.At(block_index);
     // A list-mode child lives on the façade's delete list: without a façade, or with its
     // list full (a further child would be destroyed at once, under its entities), it
     // would have no home. A reference being shown in view mode leaves its own references
@@ -51,17 +59,15 @@ int CR12Drawing::ResolveXREF(int block_index) {
     auto child = std::make_unique<CR12Drawing>(Lib(), ViewFlag());
     child->UseShapeTableOf(*this);
     // The child's indices land after the host's records once the tables are merged.
-    int32_t *child_bases = child->Bases();
-    child_bases[0] = GetBlockTableCount();
-    child_bases[1] = GetLayerTableCount();
-    child_bases[2] = GetLtypeTableCount();
-    child_bases[3] = GetDimstyleTableCount();
-    child_bases[4] = GetStyleTableCount();
-    child_bases[5] = 0;
-    child_bases[6] = GetAppidTableCount();
-    child_bases[7] = GetViewTableCount();
-    child_bases[8] = GetUcsTableCount();
-    child_bases[9] = GetVportTableCount();
+    child->SetBase(TableBase::kBlocks, GetBlockTableCount());
+    child->SetBase(TableBase::kLayers, GetLayerTableCount());
+    child->SetBase(TableBase::kLtypes, GetLtypeTableCount());
+    child->SetBase(TableBase::kDimstyles, GetDimstyleTableCount());
+    child->SetBase(TableBase::kStyles, GetStyleTableCount());
+    child->SetBase(TableBase::kAppids, GetAppidTableCount());
+    child->SetBase(TableBase::kViews, GetViewTableCount());
+    child->SetBase(TableBase::kUcs, GetUcsTableCount());
+    child->SetBase(TableBase::kVports, GetVportTableCount());
 
     if (first.empty() || !child->OpenDWG(first.c_str(), CDB_OPEN_READ)) {
         child->SetError(0);
@@ -92,16 +98,15 @@ void CR12Drawing::MergeTablesOf(CR12Drawing &child) {
     static const int kMergeOrder[] = {kR12Blocks, kR12Layers, kR12Ltypes, kR12Appids,   kR12Styles,
                                       kR12Views,  kR12Ucs,    kR12Vports, kR12Dimstyles};
     for (int t : kMergeOrder)
-        for (CR12TableRecord *record : child.Table(t).TakeAll())
+        for (CTableRecord *record : child.Table(t).TakeAll())
             Table(t).Add(record);
     // The child's block definitions follow the host's, where the child's shifted block
     // indices (inserts inside the reference) find them.
-    for (CR12Block *definition : child.blocks.TakeAll()) {
+    for (CModelBlock *definition : child.blocks.TakeAll()) {
         // The records' indices point into this drawing's tables now; so do the writers'
         // and the walks' lookups, through the entities' owner.
-        definition->drawing = this;
         if (definition->entities)
-            definition->entities->MoveTo(this);
+            MoveEntitiesTo(*definition->entities, this);
         blocks.Add(definition);
     }
     child.merged_into = this;
@@ -110,26 +115,26 @@ void CR12Drawing::MergeTablesOf(CR12Drawing &child) {
 CR12TableRecord *CR12Drawing::BlockTableRecord(int index) {
     // A merged reference finds its block records where they went: behind the host's own.
     if (merged_into)
-        return merged_into->BlockTableRecord(index + Bases()[0]);
+        return merged_into->BlockTableRecord(index + Base(TableBase::kBlocks));
     return Table(kR12Blocks).At(index);
 }
 
 int CR12Drawing::BlockTableRecordCount() {
     if (merged_into)
-        return merged_into->BlockTableRecordCount() - Bases()[0];
+        return merged_into->BlockTableRecordCount() - Base(TableBase::kBlocks);
     return Table(kR12Blocks).Count();
 }
 
-void CR12Drawing::AdoptModelSpaceOf(CR12Drawing &child, CR12Block &block) {
-    auto adopted = std::make_unique<CR12EntityList>(this);
-    CR12EntityList &model = child.entities;
+void CR12Drawing::AdoptModelSpaceOf(CR12Drawing &child, CModelBlock &block) {
+    auto adopted = std::make_unique<CEntityList>();
+    CEntityList &model = child.entities;
     int count = model.Count();
     // The child's own end sentinel gives way to the block's closing entity.
     if (count > 0 && model.At(count - 1)->Code() == 13)
         --count;
     for (int i = 0; i < count; ++i)
         adopted->Append(model.At(i));
-    CR12Entity *closing = nullptr;
+    CModelEntity *closing = nullptr;
     if (block.entities && block.entities->Count() > 0) {
         const int last = block.entities->Count() - 1;
         if (block.entities->At(last)->Code() == 13) {
@@ -141,7 +146,7 @@ void CR12Drawing::AdoptModelSpaceOf(CR12Drawing &child, CR12Block &block) {
     for (int i = count - 1; i >= 0; --i)
         model.RemoveAt(i);
     adopted->Append(closing ? closing : new CR12EndBlock(this));
-    adopted->MoveTo(this);
+    MoveEntitiesTo(*adopted, this);
     adopted->SetPosition(0);
     block.entities = std::move(adopted);
 }
@@ -151,7 +156,7 @@ bool CR12Drawing::IsReferenceBlock(int index) const {
 }
 
 CDB_STARTBLOCK_ENTITY_type *CR12Drawing::ShowReference(int index) {
-    CR12Block *block = blocks.At(index);
+    CModelBlock *block = blocks.At(index);
     if (ResolveXREF(index) && xref_drawing) {
         // The child hands its model space to BlockCall, as the content of this block.
         xref_drawing->LoadEntities();
@@ -162,9 +167,9 @@ CDB_STARTBLOCK_ENTITY_type *CR12Drawing::ShowReference(int index) {
 
 bool CR12Drawing::ForwardsToReference(int index) const {
     // While a reference is shown, its blocks stand behind the host's own.
-    return xref_drawing && index >= xref_drawing->Bases()[0];
+    return xref_drawing && index >= xref_drawing->Base(TableBase::kBlocks);
 }
 
 CDB_STARTBLOCK_ENTITY_type *CR12Drawing::ForwardToReference(int index) {
-    return xref_drawing->LoadBlock(index - xref_drawing->Bases()[0]);
+    return xref_drawing->LoadBlock(index - xref_drawing->Base(TableBase::kBlocks));
 }

@@ -16,7 +16,7 @@
 
 #include "dwg12/r12_drawing.h"
 #include "interface/drawing_table.h"
-#include "interface/navigate_stack.h"
+#include "model/navigate_stack.h"
 
 #include "velkow32.h"
 
@@ -341,9 +341,9 @@ ReadReport ReadEverything(int16_t h) {
 
 // Copies every record of a list out as a walk does, reads what the copy points at, and
 // frees the texts that list mode hands out.
-void ReadEntityList(CR12EntityList &list, ReadReport *report) {
+void ReadEntityList(CEntityList &list, ReadReport *report) {
     for (int i = 0; i < list.Count(); ++i) {
-        CR12Entity *entity = list.At(i);
+        CModelEntity *entity = list.At(i);
         if (!entity) {
             report->Note("a null entity in a list");
             continue;
@@ -380,7 +380,7 @@ void ReadEntities(int16_t h, ReadReport *report) {
         report->Note("TriggerLoading gave " + std::to_string(loaded));
     ReadEntityList(r12->Entities(), report);
     for (int b = 0; b < r12->Blocks().Count(); ++b) {
-        CR12Block *block = r12->Blocks().At(b);
+        CModelBlock *block = r12->Blocks().At(b);
         if (!block || !block->record) {
             report->Note("a block without its record");
             continue;
@@ -390,7 +390,7 @@ void ReadEntities(int16_t h, ReadReport *report) {
         if (block->entities)
             ReadEntityList(*block->entities, report);
     }
-    for (CR12Viewport *v = r12->Viewports().First(); v; v = r12->Viewports().Next())
+    for (CModelEntity *v = r12->Viewports().First(); v; v = r12->Viewports().Next())
         report->sink += static_cast<size_t>(v->GetData()->viewport.vx_index);
 }
 

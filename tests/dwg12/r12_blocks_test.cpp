@@ -21,7 +21,7 @@ BlockRec Block(const std::string &name, uint32_t offset, uint8_t flags = 0) {
 }
 
 // The kinds of a block's entities.
-std::vector<int> Codes(CR12Block *block) {
+std::vector<int> Codes(CModelBlock *block) {
     std::vector<int> codes;
     if (block && block->entities)
         for (int i = 0; i < block->entities->Count(); ++i)
@@ -53,7 +53,7 @@ TEST(R12Blocks, ReadsEveryDefinition) {
     EXPECT_EQ(d->GetError(), 0);
     ASSERT_EQ(d->Blocks().Count(), 2);
 
-    CR12Block *one = d->Blocks().At(0);
+    CModelBlock *one = d->Blocks().At(0);
     EXPECT_EQ(one->code, 12);
     EXPECT_EQ(one->plain, 1);
     EXPECT_STREQ(one->record->name, "ONE");
@@ -67,7 +67,7 @@ TEST(R12Blocks, ReadsEveryDefinition) {
     EXPECT_EQ(Field(one->record->entity_type), 12);
     EXPECT_EQ(Codes(one), (std::vector<int>{1, 3, 13}));
 
-    CR12Block *two = d->Blocks().At(1);
+    CModelBlock *two = d->Blocks().At(1);
     EXPECT_STREQ(two->record->name, "TWO");
     EXPECT_EQ(Field(two->record->name_2), nullptr); // absent: stays null
     EXPECT_EQ(Codes(two), (std::vector<int>{2, 13}));
@@ -113,7 +113,7 @@ TEST(R12Blocks, DeletedBlockInTheMiddle) {
     d->progress_callback = [](int16_t, int16_t blocks) { counters.push_back(blocks); };
     ASSERT_EQ(d->TriggerLoading(), 1);
     ASSERT_EQ(d->Blocks().Count(), 3);
-    CR12Block *gone = d->Blocks().At(1);
+    CModelBlock *gone = d->Blocks().At(1);
     EXPECT_EQ(Field(gone->record->flags), 128);
     EXPECT_EQ(gone->entities, nullptr);
     EXPECT_EQ(Field(gone->record->name), nullptr);
@@ -155,7 +155,7 @@ TEST(R12Blocks, ExternalReferenceBlock) {
     LoadedR12 d(CurrentTestName(), b.bytes());
     ASSERT_TRUE(d.opened());
     ASSERT_EQ(d->TriggerLoading(), 1);
-    CR12Block *block = d->Blocks().At(0);
+    CModelBlock *block = d->Blocks().At(0);
     ASSERT_NE(block, nullptr);
     EXPECT_EQ(block->plain, 0);
     EXPECT_EQ(Field(block->record->flags), 0x44);
@@ -175,10 +175,10 @@ TEST(R12Blocks, MissingBlockStartFrameIsReportedAndTheOthersAreRead) {
     EXPECT_EQ(d->GetError(), -408);
     ASSERT_EQ(d->Blocks().Count(), 2);
     // The reading goes on with the temporary's empty record: the line is the block's.
-    CR12Block *first = d->Blocks().At(0);
+    CModelBlock *first = d->Blocks().At(0);
     EXPECT_STREQ(first->record->name, "BROKEN");
     EXPECT_EQ(Codes(first), (std::vector<int>{1, 13}));
-    CR12Block *second = d->Blocks().At(1);
+    CModelBlock *second = d->Blocks().At(1);
     EXPECT_EQ(Field(second->record->base_point.x), 7.0);
     EXPECT_EQ(Codes(second), (std::vector<int>{2, 13}));
 }
@@ -193,7 +193,7 @@ TEST(R12Blocks, DefinitionWithoutEndFrameEndsAtTheFileEnd) {
     LoadedR12 d(CurrentTestName(), b.bytes());
     ASSERT_TRUE(d.opened());
     ASSERT_EQ(d->TriggerLoading(), 1);
-    CR12Block *block = d->Blocks().At(0);
+    CModelBlock *block = d->Blocks().At(0);
     ASSERT_NE(block, nullptr);
     ASSERT_GE(block->entities->Count(), 1);
     EXPECT_EQ(block->entities->At(0)->Code(), 1);
@@ -301,11 +301,11 @@ TEST(R12Blocks, ViewModeHandsOutPlainBlocksOnly) {
 }
 
 TEST(R12Blocks, BlockListOperations) {
-    CR12BlockList list;
+    CBlockList list;
     EXPECT_EQ(list.First(), nullptr);
     EXPECT_EQ(list.Last(), nullptr);
-    auto *a = new CR12Block(nullptr);
-    auto *c = new CR12Block(nullptr);
+    auto *a = new CModelBlock();
+    auto *c = new CModelBlock();
     EXPECT_EQ(list.Add(a), 0);
     EXPECT_EQ(list.Add(c), 1);
     EXPECT_EQ(list.Cursor(), 1);

@@ -129,8 +129,8 @@ TEST(R12Entities, LayerAndLineTypeGetTheDrawingBases) {
     FrameSpec bylayer = with_ltype;
     bylayer.common.ltype.reset();
     auto d = Open(Concat({MakeFrame(with_ltype), MakeFrame(byblock), MakeFrame(bylayer)}));
-    d->drawing().Bases()[1] = 10;
-    d->drawing().Bases()[2] = 20;
+    d->drawing().SetBase(TableBase::kLayers, 10);
+    d->drawing().SetBase(TableBase::kLtypes, 20);
     ASSERT_EQ(d->drawing().LoadEntitySection(), 1);
     EXPECT_EQ(Field(d->Entity(0)->layer_index), 14);
     EXPECT_EQ(Field(d->Entity(0)->line_type_index), 23);
@@ -185,7 +185,7 @@ TEST(R12Entities, PaperSpaceFlagStaysAfterTheEntityGoes) {
     paper.body = FrameBody().XYZ(0, 0, 0).XYZ(1, 1, 1).bytes();
     auto d = Load(Concat({LineFrame(0, 0, 0, 1, 1, 1), MakeFrame(paper)}));
     EXPECT_EQ(d->drawing().IsAnyPaperSpace(), 1);
-    CR12Entity *taken = d->drawing().Entities().At(1);
+    CModelEntity *taken = d->drawing().Entities().At(1);
     ASSERT_EQ(d->drawing().Entities().RemoveAt(1), 1);
     delete taken;
     EXPECT_EQ(d->drawing().IsAnyPaperSpace(), 1);
@@ -331,7 +331,7 @@ TEST(R12Entities, ShapeWithEveryOption) {
                  .XYZ(0, 0, -1)
                  .bytes();
     auto d = Open(MakeFrame(f));
-    d->drawing().Bases()[4] = 3;
+    d->drawing().SetBase(TableBase::kStyles, 3);
     ASSERT_EQ(d->drawing().LoadEntitySection(), 1);
     CDB_ENTITY *e = d->Entity(0);
     EXPECT_POINT(e->shape.insertion_point, 1, 2, 0);
@@ -415,7 +415,7 @@ TEST(R12Entities, TextWithEveryOption) {
                  .XYZ(0, 0, -1)
                  .bytes();
     auto d = Open(MakeFrame(f));
-    d->drawing().Bases()[4] = 1;
+    d->drawing().SetBase(TableBase::kStyles, 1);
     ASSERT_EQ(d->drawing().LoadEntitySection(), 1);
     CDB_ENTITY *e = d->Entity(0);
     EXPECT_POINT(e->text.insertion_point, 1, 2, 0);
@@ -496,7 +496,7 @@ TEST(R12Entities, AttributeDefinitionWithEveryOption) {
                  .U8(2)
                  .bytes();
     auto d = Open(MakeFrame(f));
-    d->drawing().Bases()[4] = 10;
+    d->drawing().SetBase(TableBase::kStyles, 10);
     ASSERT_EQ(d->drawing().LoadEntitySection(), 1);
     CDB_ENTITY *e = d->Entity(0);
     EXPECT_POINT(e->attdef.insertion_point, 1, 2, 0);
@@ -717,7 +717,7 @@ TEST(R12Entities, InsertWithEveryOptionInItsOrder) {
                  .XYZ(0, 0, -1)
                  .bytes();
     auto d = Open(MakeFrame(f));
-    d->drawing().Bases()[0] = 100;
+    d->drawing().SetBase(TableBase::kBlocks, 100);
     ASSERT_EQ(d->drawing().LoadEntitySection(), 1);
     CDB_ENTITY *e = d->Entity(0);
     EXPECT_EQ(Field(e->insert.attributes_follow), 1);
@@ -758,7 +758,7 @@ TEST(R12Entities, InsertKnownByNameResolvesItsBlock) {
     BuildDrawing(b, MakeFrame(f), Concat({BeginBlockFrame(), EndBlockFrame()}));
     LoadedR12 d(CurrentTestName(), b.bytes());
     ASSERT_TRUE(d.opened());
-    d->Bases()[0] = 3;
+    d->SetBase(TableBase::kBlocks, 3);
     ASSERT_EQ(d->LoadEntitySection(), 1);
     auto *insert = dynamic_cast<CR12Insert *>(d->Entities().At(0));
     ASSERT_NE(insert, nullptr);
@@ -794,8 +794,8 @@ TEST(R12Entities, DimensionWithEveryOption) {
                  .I16(2)
                  .bytes();
     auto d = Open(MakeFrame(f));
-    d->drawing().Bases()[0] = 5;
-    d->drawing().Bases()[3] = 7;
+    d->drawing().SetBase(TableBase::kBlocks, 5);
+    d->drawing().SetBase(TableBase::kDimstyles, 7);
     ASSERT_EQ(d->drawing().LoadEntitySection(), 1);
     CDB_ENTITY *e = d->Entity(0);
     EXPECT_EQ(Field(e->dimension.block_index), 6);
@@ -982,7 +982,7 @@ TEST(R12Entities, ViewportsGetTheirEntityHeaderIndex) {
     EXPECT_EQ(Field(d.Entity(2)->viewport.vx_index), 4);
     EXPECT_EQ(Field(d.Entity(3)->viewport.vx_index), 0); // no record left for it
     int chained = 0;
-    for (CR12Viewport *v = d->Viewports().First(); v; v = d->Viewports().Next())
+    for (CModelEntity *v = d->Viewports().First(); v; v = d->Viewports().Next())
         ++chained;
     EXPECT_EQ(chained, 3);
 }
@@ -991,13 +991,14 @@ TEST(R12Entities, ViewportLeavesTheChainWhenDestroyed) {
     MviewData m;
     auto d = Load(Concat({ViewportFrame(MakeMviewData(m), 1), ViewportFrame(MakeMviewData(m), 2),
                           ViewportFrame(MakeMviewData(m), 3)}));
-    CR12EntityList &list = d->drawing().Entities();
-    CR12Entity *middle = list.At(1);
+    CEntityList &list = d->drawing().Entities();
+    CModelEntity *middle = list.At(1);
     ASSERT_EQ(list.RemoveAt(1), 1);
     delete middle;
-    CR12Viewport *head = d->drawing().Viewports().First();
+    CViewportLink *head = d->drawing().Viewports().HeadLink();
     ASSERT_NE(head, nullptr);
-    EXPECT_EQ(head->next, list.At(1));
+    ASSERT_NE(head->next, nullptr);
+    EXPECT_EQ(head->next->entity, list.At(1));
     EXPECT_EQ(head->next->next, nullptr);
 }
 
@@ -1059,7 +1060,7 @@ TEST(R12Entities, FindByHandle) {
     b.common.handle = Bytes{0x01, 0x00};
     a.body = b.body = FrameBody().XYZ(0, 0, 0).XYZ(1, 1, 1).bytes();
     auto d = Load(Concat({MakeFrame(a), MakeFrame(b)}));
-    CR12EntityList &list = d->drawing().Entities();
+    CEntityList &list = d->drawing().Entities();
     EXPECT_EQ(list.FindByHandle("100"), 1);
     EXPECT_EQ(list.Position(), 1);
     EXPECT_EQ(list.FindByHandle("1A"), 0);

@@ -519,11 +519,10 @@ TEST(R12EntityWrite, ColourZeroByBlockIsWritten) {
 
 TEST(R12EntityWrite, IndexesAreWrittenLessTheDrawingsBases) {
     Writer w;
-    int32_t *bases = w.drawing.Bases();
-    bases[0] = 4;  // blocks
-    bases[1] = 10; // layers
-    bases[2] = 20; // line types
-    bases[4] = 2;  // text styles
+    w.drawing.SetBase(TableBase::kBlocks, 4);
+    w.drawing.SetBase(TableBase::kLayers, 10);
+    w.drawing.SetBase(TableBase::kLtypes, 20);
+    w.drawing.SetBase(TableBase::kStyles, 2);
     auto e = w.Make(14);
     CDB_ENTITY *r = e->GetData();
     r->layer_index = 13;

@@ -35,7 +35,7 @@ public:
 
     // The record of main-section entity `i` (null past the end).
     CDB_ENTITY *Entity(int i) {
-        CR12Entity *e = drawing_->Entities().At(i);
+        CModelEntity *e = drawing_->Entities().At(i);
         return e ? e->GetData() : nullptr;
     }
     int Count() { return drawing_->Entities().Count(); }

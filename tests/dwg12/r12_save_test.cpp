@@ -135,17 +135,18 @@ std::vector<CR12Entity *> MainEntities(CR12Drawing &d) {
     std::vector<CR12Entity *> list;
     for (int i = 0; i < d.Entities().Count(); ++i)
         if (d.Entities().At(i)->Code() != CDB_ENDBLK)
-            list.push_back(d.Entities().At(i));
+            list.push_back(R12EntityAt(d.Entities(), i));
     return list;
 }
 
-void ExpectSameList(CR12EntityList *a, CR12EntityList *b, const std::string &where) {
+void ExpectSameList(CEntityList *a, CEntityList *b, const std::string &where) {
     ASSERT_EQ(!a, !b) << where;
     if (!a)
         return;
     ASSERT_EQ(a->Count(), b->Count()) << where;
     for (int i = 0; i < a->Count(); ++i)
-        EXPECT_EQ(FrameOf(a->At(i)), FrameOf(b->At(i))) << where << " entity " << i;
+        EXPECT_EQ(FrameOf(R12EntityAt(*a, i)), FrameOf(R12EntityAt(*b, i)))
+            << where << " entity " << i;
 }
 
 // `b` was read from the save of `a`: the same header (but for the positions and the view
@@ -192,7 +193,7 @@ void ExpectSameDrawing(CR12Drawing &a, CR12Drawing &b, bool view_from_vport = tr
 
     ASSERT_EQ(a.Blocks().Count(), b.Blocks().Count());
     for (int i = 0; i < a.Blocks().Count(); ++i) {
-        CR12Block *ba = a.Blocks().At(i), *bb = b.Blocks().At(i);
+        CModelBlock *ba = a.Blocks().At(i), *bb = b.Blocks().At(i);
         EXPECT_EQ(+ba->record->flags, +bb->record->flags) << "block " << i;
         EXPECT_EQ(std::memcmp(&ba->record->base_point, &bb->record->base_point, sizeof(CDB_POINT3)),
                   0)
@@ -512,7 +513,7 @@ TEST(R12Save, AnEntityBehindTheSentinelIsWritten) {
     auto b = OpenDrawing(out->path());
     // The added line now stands before the sentinel of the new drawing.
     ASSERT_EQ(b->Entities().Count(), before + 1);
-    CR12Entity *read = b->Entities().At(before - 1);
+    CModelEntity *read = b->Entities().At(before - 1);
     EXPECT_EQ(read->Code(), CDB_LINE);
     EXPECT_EQ(+read->GetData()->line.end_point.z, 9.0);
     EXPECT_EQ(b->Entities().At(before)->Code(), CDB_ENDBLK);

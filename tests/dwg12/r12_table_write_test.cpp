@@ -3,7 +3,7 @@
 // record written and decoded gives the record again.
 #include "dwg12/r12_header.h"
 #include "dwg12/r12_tables.h"
-#include "interface/base_drawing.h"
+#include "model/base_drawing.h"
 #include "support/bitwise_crc.h"
 #include "support/dwg12_builder.h"
 

@@ -3,8 +3,8 @@
 #ifndef VELKO_TESTS_R12_TEST_BYTES_H
 #define VELKO_TESTS_R12_TEST_BYTES_H
 
-#include "interface/base_drawing.h"
 #include "io/drawing_file.h"
+#include "model/base_drawing.h"
 
 #include <gtest/gtest.h>
 

@@ -638,7 +638,7 @@ const std::string kSample = std::string(VELKO_SOURCE_DIR) + "/data/sample.dwg";
 // Entities per kind in the main list (without its end) and in each block's list.
 std::map<int, int> KindCounts(CR12Drawing &d) {
     std::map<int, int> counts;
-    auto count = [&](const CR12EntityList *list) {
+    auto count = [&](const CEntityList *list) {
         for (int i = 0; list && i < list->Count(); ++i) {
             const int code = list->At(i)->Code();
             if (list == &d.Entities() && code == CDB_ENDBLK)

@@ -44,7 +44,7 @@ public:
     CR12Drawing *operator->() { return &drawing_; }
     // The record of main-list entity `i`, resolved (null past the end).
     CDB_ENTITY *Entity(int i) {
-        CR12Entity *e = drawing_.Entities().At(i);
+        CModelEntity *e = drawing_.Entities().At(i);
         return e ? e->GetResolvedRecord() : nullptr;
     }
     template <typename Rec> Rec *Record(int t, int i) {

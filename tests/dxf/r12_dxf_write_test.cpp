@@ -225,7 +225,7 @@ TEST(R12DxfWrite, SectionBreakClosesAndOpensOrEnds) {
 TEST(R12DxfWrite, MainListEndSentinelIsNotWrittenAndEntitiesBehindItAre) {
     R12FromBytes d(BaseDrawing(DxfText().G(0, "POINT").G(8, "0")));
     ASSERT_TRUE(d.opened());
-    CR12EntityList &list = d->Entities();
+    CEntityList &list = d->Entities();
     ASSERT_EQ(list.At(list.Count() - 1)->Code(), CDB_ENDBLK);
     CR12Entity *line = MakeR12Entity(&d.drawing(), CDB_LINE);
     line->GetData()->line.end_point.x = 4.0;
@@ -949,8 +949,8 @@ TEST(R12DxfWriteBlocks, DeletedBlockIsNotWritten) {
 TEST(R12DxfWriteBlocks, BlockListWithoutItsEndIsClosedByOne) {
     R12FromBytes d(BaseDrawing(DxfText()));
     ASSERT_TRUE(d.opened());
-    CR12EntityList &list = *d->Blocks().At(0)->entities;
-    CR12Entity *end = list.At(list.Count() - 1);
+    CEntityList &list = *d->Blocks().At(0)->entities;
+    CModelEntity *end = list.At(list.Count() - 1);
     ASSERT_EQ(end->Code(), CDB_ENDBLK);
     list.RemoveAt(list.Count() - 1);
     delete end;

@@ -131,7 +131,7 @@ TEST_F(BlockEdit, AddWithHandlesOffMovesTheSeedOnceAndGivesNoHandles) {
     const int16_t index = CDBBlockAdd(h(), &r);
     ASSERT_GE(index, 0);
     EXPECT_EQ(Handseed(h()), "13");
-    CR12Block *block = R12(h())->Blocks().At(index);
+    CModelBlock *block = R12(h())->Blocks().At(index);
     ASSERT_NE(block, nullptr);
     EXPECT_EQ(block->record->handle, nullptr);
     CDB_ENTITY end = walk::NewRecord();
@@ -147,7 +147,7 @@ TEST_F(BlockEditHandles, AddWithHandlesOnGivesTheBlockAndItsEndTheSeedAndMovesIt
     ASSERT_GE(index, 0);
     EXPECT_EQ(Handseed(h()), "14");
     EXPECT_EQ(+r.handle, nullptr) << "the caller's record is left as it was";
-    CR12Block *block = R12(h())->Blocks().At(index);
+    CModelBlock *block = R12(h())->Blocks().At(index);
     ASSERT_NE(block, nullptr);
     ASSERT_NE(block->record->handle, nullptr);
     EXPECT_STREQ(block->record->handle, "12");

@@ -122,7 +122,7 @@ TEST_F(EntityEdit, TheDeletedEntityIsKeptAliveByTheDrawing) {
     CR12Drawing *d = R12(h());
     ASSERT_NE(d, nullptr);
     ASSERT_EQ(CDBFirstEntity(h(), -1), Main(0));
-    CR12Entity *circle = d->Entities().At(3);
+    CModelEntity *circle = d->Entities().At(3);
     ASSERT_NE(circle, nullptr);
     EXPECT_EQ(CDBEntityDelete(h(), Main(3)), 1);
     ASSERT_EQ(d->RemovedEntities().size(), 1u);

@@ -2,7 +2,7 @@
 // drawings (DWG and DXF) whose styles name test shape files placed beside them.
 #include "fonts/shx_bytes.h"
 #include "fonts/styled_drawing.h"
-#include "interface/base_drawing.h"
+#include "model/base_drawing.h"
 #include "interface/drawing_table.h"
 #include "support/dwg12_builder.h"
 #include "support/dxf_text.h"

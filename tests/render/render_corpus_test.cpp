@@ -3,7 +3,7 @@
 #include "walk/walk_support.h"
 #include "render/drawing_renderer.h"
 
-#include "interface/navigate_stack.h"
+#include "model/navigate_stack.h"
 #include "support/corpus.h"
 #include "support/mini_xml.h"
 

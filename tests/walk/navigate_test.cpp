@@ -2,7 +2,7 @@
 // what the filters hide, with its process-wide return stack and its bounds.
 #include "walk/walk_support.h"
 
-#include "interface/navigate_stack.h"
+#include "model/navigate_stack.h"
 
 #include <gtest/gtest.h>
 

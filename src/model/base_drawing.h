@@ -1,15 +1,21 @@
 // The abstract drawing: the seam between the flat interface and the file formats.
 // CR12Drawing and CR13Drawing fill its operations; CLibDrawing forwards to them.
+//
+// What every drawing class shares lives here: the error code, the view flag, the table
+// bases of an external reference, the shape table, the sequence check of added entities
+// and the two progress hooks (loading and saving). An operation that a class does not
+// override reports "Invalid File." and gives the failure value of its slot.
 #ifndef VELKO_BASE_DRAWING_H
 #define VELKO_BASE_DRAWING_H
 
 #include "velkow32.h"
 
+#include "fonts/font_location.h"
+#include "model/table_base.h"
+
 #include <string>
 
-class CDrawingFile;
-
-class CBaseDrawing {
+class CBaseDrawing : public CFontLocation {
 public:
     explicit CBaseDrawing(int view_flag);
     virtual ~CBaseDrawing();
@@ -34,10 +40,13 @@ public:
     void UseShapeTableOf(const CBaseDrawing &owner);
     const char *SearchPath() const { return search_path.empty() ? nullptr : search_path.c_str(); }
     void SetSearchPath(const char *path) { search_path = path ? path : ""; }
-    int32_t *Bases() { return bases; }
-
-    void AddName(const char *name);
-    int FindName(const char *name) const;
+    // Where the shape table looks for fonts: the file name and the search path.
+    const char *DrawingFileName() override { return GetFileName(); }
+    const char *FontSearchPath() const override { return SearchPath(); }
+    // The base of table slot `slot` (see table_base.h): 0 unless the drawing is an
+    // external reference whose records follow its host's.
+    int32_t Base(TableBase slot) const { return bases[static_cast<uint8_t>(slot)]; }
+    void SetBase(TableBase slot, int32_t value) { bases[static_cast<uint8_t>(slot)] = value; }
 
     // The shape lookups through the shape table. Name: copies the shape's name (NUL
     // terminated) into `buffer` when it is not null and gives the shape's data length.
@@ -158,21 +167,50 @@ public:
     // moves as the kind says, also when the entity is refused later on.
     int CheckSequence(short entity_type);
 
+    // ---- Progress -------------------------------------------------------------------------
+    // Called with the two progress counters after each entity that a load keeps; no
+    // exported function sets it, it is there for a client that owns the drawing (the
+    // command-line tool, a derived class).
+    void (*progress_callback)(int16_t entities, int16_t blocks) = nullptr;
+    // Called by the writers while they save, with the number of objects (entities and
+    // table records) written so far, after every kSaveProgressStep of them.
+    static constexpr int32_t kSaveProgressStep = 1024;
+    void (*save_progress)(int32_t objects_written) = nullptr;
+    // The writers call this after each object they write; a save starts at 0.
+    void CountWritten() {
+        ++objects_written;
+        if (save_progress && objects_written % kSaveProgressStep == 0)
+            save_progress(objects_written);
+    }
+    void StartCountingWritten() { objects_written = 0; }
+    // A load calls this for each entity it keeps: the entity counter goes up by one and
+    // the progress callback hears both counters.
+    void CountLoaded() {
+        entity_counter = static_cast<int16_t>(uint16_t(entity_counter) + 1u);
+        if (progress_callback)
+            progress_callback(entity_counter, block_counter);
+    }
+
 protected:
+    // The number of the block whose entities a load reads (-1 the main section), as the
+    // progress callback reports it, and the entities kept so far.
+    int16_t block_counter = 0;
+    int16_t entity_counter = 0;
+
     short error = 0;
-    CDrawingFile *save_file = nullptr;
     int32_t view_flag = 0;
-    int32_t name_count = 0;
-    char *names[256] = {};
     short handle = -1;
     int32_t in_xref = 0;
-    int32_t *bases = nullptr;
+    int32_t bases[kTableBaseCount] = {};
     CLibDrawing *lib = nullptr;
     CShapeTable *shape_table = nullptr;
     bool owns_shape_table = true;
     std::string search_path;
     int32_t in_polyline = 0;
     int32_t in_insert = 0;
+
+private:
+    int32_t objects_written = 0;
 };
 
 #endif

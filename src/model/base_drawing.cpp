@@ -1,21 +1,15 @@
-#include "interface/base_drawing.h"
+#include "model/base_drawing.h"
 
 #include "fonts/shape_table.h"
 #include "records/entity_defaults.h"
 
-#include <cctype>
-#include <cstdlib>
 #include <cstring>
 
 CBaseDrawing::CBaseDrawing(int flag) : view_flag(flag) {
-    bases = new int32_t[10]();
     shape_table = new CShapeTable(this);
 }
 
 CBaseDrawing::~CBaseDrawing() {
-    delete[] bases;
-    for (int i = 0; i < name_count && i < 256; ++i)
-        std::free(names[i]);
     // The shape table of an external reference belongs to the drawing that loaded it.
     if (owns_shape_table)
         delete shape_table;
@@ -28,43 +22,6 @@ void CBaseDrawing::UseShapeTableOf(const CBaseDrawing &owner) {
         delete shape_table;
     shape_table = owner.shape_table;
     owns_shape_table = false;
-}
-
-namespace {
-char *UpperCopy(const char *name) {
-    size_t n = std::strlen(name);
-    char *copy = static_cast<char *>(std::malloc(n + 1));
-    if (!copy)
-        return nullptr;
-    for (size_t i = 0; i <= n; ++i)
-        copy[i] = static_cast<char>(std::toupper(static_cast<unsigned char>(name[i])));
-    return copy;
-}
-} // namespace
-
-void CBaseDrawing::AddName(const char *name) {
-    // The list holds 256 names; further names are not kept.
-    if (!name || name_count >= 256)
-        return;
-    names[name_count++] = UpperCopy(name);
-}
-
-int CBaseDrawing::FindName(const char *name) const {
-    if (!name)
-        return 0;
-    for (int i = 0; i < name_count && i < 256; ++i) {
-        const char *a = names[i];
-        const char *b = name;
-        if (!a)
-            continue;
-        while (*a && std::toupper(static_cast<unsigned char>(*b)) == *a) {
-            ++a;
-            ++b;
-        }
-        if (*a == 0 && *b == 0)
-            return 1;
-    }
-    return 0;
 }
 
 // ---- Shape lookups through the drawing's shape table --------------------------------
