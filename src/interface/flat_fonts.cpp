@@ -5,7 +5,7 @@
 // in it. InitFont always appends, and ExitFont empties its slot without removing it, so a
 // closed handle never names another font later. A handle outside the array, or of a
 // closed slot, gives -123; the six functions that walk points also show "Invalid Handle
-// Passed". The façade's CFontList is not used: fonts are not tied to a drawing.
+// Passed". Fonts are not tied to a drawing.
 //
 // The drawing number. Every function takes one and, as fonts belong to no drawing,
 // ignores it: no call is refused for it, and g_LastError is left as it was (the font
