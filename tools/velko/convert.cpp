@@ -5,6 +5,7 @@
 // DWG reads them at the first use, so the drawing's load hook can be set after the open)
 // and while the writer saves. The two hooks, the load fraction and the counts come through
 // the tool support calls; the work itself goes through the flat calls.
+#include "command_support.h"
 #include "commands.h"
 #include "interface/tool_support.h"
 #include "json_writer.h"
@@ -29,18 +30,6 @@ const char kNewUsage[] = "usage: velko new TEMPLATE OUT [--json]\n";
 
 // The load hook is called for every entity; the clock is read only every so many.
 constexpr long kLoadCheckStep = 256;
-
-int WrongUsage(const char *usage) {
-    std::fputs(usage, stderr);
-    return 2;
-}
-
-int Refused(const char *file, int16_t code) {
-    char message[64] = {};
-    CDBGetErrorMessage(code, message, sizeof message - 1);
-    std::fprintf(stderr, "velko: %s: %s (%d)\n", file, message, code);
-    return 1;
-}
 
 // A name whose last four characters are ".dwg", in any case, names a DWG.
 bool NamesDwg(const char *name) {
