@@ -37,19 +37,6 @@ bool NamesDwg(const char *name) {
     return length >= 4 && strcasecmp(name + length - 4, ".dwg") == 0;
 }
 
-const char *FormName(DrawingForm form) {
-    switch (form) {
-    case DrawingForm::kDwg:
-        return "DWG";
-    case DrawingForm::kTextDxf:
-        return "ASCII DXF";
-    case DrawingForm::kBinaryDxf:
-        return "binary DXF";
-    default:
-        return "unknown";
-    }
-}
-
 long FileBytes(const char *name) {
     struct stat st;
     return stat(name, &st) == 0 ? static_cast<long>(st.st_size) : -1;
@@ -190,9 +177,9 @@ int RunConvert(int argc, char **argv) {
                                     : (o.binary ? DrawingForm::kBinaryDxf : DrawingForm::kTextDxf);
     Report report;
     report.AddText("input", o.in);
-    report.AddText("from", FormName(from_form));
+    report.AddText("from", DrawingFormName(from_form));
     report.AddText("output", o.out);
-    report.AddText("to", FormName(to_form));
+    report.AddText("to", DrawingFormName(to_form));
     report.AddInt("entities", counts.entities);
     report.AddInt("blocks", counts.blocks);
     report.AddInt("records", counts.table_records);
@@ -240,7 +227,8 @@ int RunNew(int argc, char **argv) {
     Report report;
     report.AddText("template", template_name);
     report.AddText("output", out);
-    report.AddText("to", FormName(NamesDwg(out) ? DrawingForm::kDwg : DrawingForm::kTextDxf));
+    report.AddText("to",
+                   DrawingFormName(NamesDwg(out) ? DrawingForm::kDwg : DrawingForm::kTextDxf));
     report.AddInt("bytes", FileBytes(out));
     if (json)
         std::printf("%s\n", report.Json().c_str());

@@ -16,19 +16,6 @@ namespace {
 
 const char kUsage[] = "usage: velko info FILE [--json]\n";
 
-const char *KindName(int32_t kind) {
-    switch (kind) {
-    case CDB_FILE_DWG:
-        return "DWG";
-    case CDB_FILE_BINARY_DXF:
-        return "binary DXF";
-    case CDB_FILE_TEXT_DXF:
-        return "ASCII DXF";
-    default:
-        return "unknown";
-    }
-}
-
 struct TableCounter {
     const char *name;
     int16_t (*count)(int16_t);
@@ -198,7 +185,7 @@ int RunInfo(int argc, char **argv) {
 
     Report report;
     report.AddText("file", file);
-    report.AddText("kind", KindName(info.file_kind));
+    report.AddText("kind", FileKindName(info.file_kind));
     report.AddText("version", info.version);
     report.AddInt("release", CDBGetAutoCADVersion(h));
 
