@@ -14,6 +14,24 @@ using namespace velko_test;
 
 namespace {
 
+// A layer record; `flags` 0x80 marks it deleted.
+void AddLayer(Dwg12FileBuilder &b, const char *name, int16_t color, int16_t ltype,
+              uint8_t flags = 0) {
+    LayerRec layer;
+    layer.flags = flags;
+    layer.name = name;
+    layer.color = color;
+    layer.ltype = ltype;
+    b.Add(layer);
+}
+
+// A table record of which only the name is set.
+template <typename Record> void AddNamed(Dwg12FileBuilder &b, const char *name) {
+    Record record;
+    record.name = name;
+    b.Add(record);
+}
+
 Dwg12FileBuilder MakeSample() {
     Dwg12FileBuilder b;
 
@@ -36,26 +54,10 @@ Dwg12FileBuilder MakeSample() {
     h.SetI16(hdr::dwgcodepage, 2);                                   // "iso8859-1"
 
     // Layers: index 2 is a deleted record that keeps its slot.
-    LayerRec layer0;
-    layer0.name = "0";
-    layer0.color = 7;
-    layer0.ltype = 0;
-    b.Add(layer0);
-    LayerRec walls;
-    walls.name = "WALLS";
-    walls.color = 1;
-    walls.ltype = 1; // DASHED
-    b.Add(walls);
-    LayerRec gone;
-    gone.flags = 0x80;
-    gone.name = "OLDLAYER";
-    gone.color = 5;
-    b.Add(gone);
-    LayerRec dims;
-    dims.name = "DIMS";
-    dims.color = 3;
-    dims.ltype = 0;
-    b.Add(dims);
+    AddLayer(b, "0", 7, 0);
+    AddLayer(b, "WALLS", 1, 1); // DASHED
+    AddLayer(b, "OLDLAYER", 5, 0, 0x80);
+    AddLayer(b, "DIMS", 3, 0);
 
     LtypeRec continuous;
     continuous.name = "CONTINUOUS";
@@ -89,9 +91,7 @@ Dwg12FileBuilder MakeSample() {
     front.direction[2] = 0;
     b.Add(front);
 
-    UcsRec top;
-    top.name = "TOP";
-    b.Add(top);
+    AddNamed<UcsRec>(b, "TOP");
 
     VportRec active;
     active.name = "*ACTIVE";
@@ -101,13 +101,8 @@ Dwg12FileBuilder MakeSample() {
     active.aspect_ratio = 12.0 / 9.0;
     b.Add(active);
 
-    AppidRec acad;
-    acad.name = "ACAD";
-    b.Add(acad);
-
-    DimstyleRec dimstyle;
-    dimstyle.name = "STANDARD";
-    b.Add(dimstyle);
+    AddNamed<AppidRec>(b, "ACAD");
+    AddNamed<DimstyleRec>(b, "STANDARD");
 
     return b;
 }

@@ -49,28 +49,14 @@ Rgb FromHsv(double degrees, double value, double saturation) {
     double part = sector - whole;
     double rising = low + (value - low) * part;
     double falling = value - (value - low) * part;
-    double r, g, b;
-    switch (((whole % 6) + 6) % 6) {
-    case 0:
-        r = value, g = rising, b = low;
-        break;
-    case 1:
-        r = falling, g = value, b = low;
-        break;
-    case 2:
-        r = low, g = value, b = rising;
-        break;
-    case 3:
-        r = low, g = falling, b = value;
-        break;
-    case 4:
-        r = rising, g = low, b = value;
-        break;
-    default:
-        r = value, g = low, b = falling;
-        break;
-    }
-    return {Channel(r), Channel(g), Channel(b)};
+    // Each sector takes its red, green and blue from these four levels.
+    enum Level { kValue, kRising, kFalling, kLow };
+    static const Level kSectorLevels[6][3] = {{kValue, kRising, kLow}, {kFalling, kValue, kLow},
+                                              {kLow, kValue, kRising}, {kLow, kFalling, kValue},
+                                              {kRising, kLow, kValue}, {kValue, kLow, kFalling}};
+    const double levels[4] = {value, rising, falling, low};
+    const Level *rgb = kSectorLevels[((whole % 6) + 6) % 6];
+    return {Channel(levels[rgb[0]]), Channel(levels[rgb[1]]), Channel(levels[rgb[2]])};
 }
 
 Rgb TableColor(int number) {

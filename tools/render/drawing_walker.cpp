@@ -10,7 +10,6 @@
 namespace render {
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 // The most cells of one insert's grid that are drawn.
 constexpr long kMaxInsertCells = 100000;
 
@@ -34,8 +33,9 @@ Vec3 V(CDB_POINT3 p) {
     return {p.x, p.y, p.z};
 }
 
-double Radians(double degrees) {
-    return std::isfinite(degrees) ? degrees * kPi / 180 : 0;
+// An angle of the drawing in radians; one that is not finite counts as 0.
+double FiniteRadians(double degrees) {
+    return std::isfinite(degrees) ? Radians(degrees) : 0;
 }
 
 bool SamePoint(const Vec3 &a, const Vec3 &b) {
@@ -376,9 +376,10 @@ void DrawingWalker::DrawGeometry(CDB_ENTITY &e, const Placement &at, const Rgb &
             Line(color));
         break;
     case CDB_ARC:
-        canvas_.Polyline(Plan(ocs, ArcPoints(V(e.arc.center), std::fabs(+e.arc.radius),
-                                             Radians(e.arc.start_angle), Radians(e.arc.end_angle))),
-                         false, Line(color));
+        canvas_.Polyline(
+            Plan(ocs, ArcPoints(V(e.arc.center), std::fabs(+e.arc.radius),
+                                FiniteRadians(e.arc.start_angle), FiniteRadians(e.arc.end_angle))),
+            false, Line(color));
         break;
     case CDB_TRACE:
     case CDB_SOLID: {
@@ -392,19 +393,9 @@ void DrawingWalker::DrawGeometry(CDB_ENTITY &e, const Placement &at, const Rgb &
         canvas_.Polyline(Plan(ocs, outline), true, Fill(color));
         break;
     }
-    case CDB_3DFACE: {
-        const Vec3 corners[4] = {V(e.face.corner_1), V(e.face.corner_2), V(e.face.corner_3),
-                                 V(e.face.corner_4)};
-        const int invisible = e.face.invisible_edges;
-        for (int edge = 0; edge < 4; ++edge) {
-            if (invisible & (1 << edge))
-                continue;
-            const Vec3 &from = corners[edge], &to = corners[(edge + 1) % 4];
-            if (!SamePoint(from, to))
-                canvas_.Polyline(Plan(at.map, {from, to}), false, Line(color));
-        }
+    case CDB_3DFACE:
+        DrawFaceEdges(e, at, color);
         break;
-    }
     case CDB_TEXT:
         DrawText(LayoutOf(e.text, e.text.text), e, at, color);
         break;
@@ -429,42 +420,63 @@ void DrawingWalker::DrawGeometry(CDB_ENTITY &e, const Placement &at, const Rgb &
                       ColorNumber(e, at), false, at);
         break;
     }
-    case CDB_VIEWPORT: {
-        if (!paper_ || e.viewport.viewport_id == kPaperSpaceViewportId)
-            break;
-        const Vec3 c = V(e.viewport.center);
-        const double w = e.viewport.width / 2, h = e.viewport.height / 2;
-        canvas_.Polyline(Plan(at.map, {{c.x - w, c.y - h, c.z},
-                                       {c.x + w, c.y - h, c.z},
-                                       {c.x + w, c.y + h, c.z},
-                                       {c.x - w, c.y + h, c.z}}),
-                         true, Line(color));
+    case CDB_VIEWPORT:
+        if (paper_ && e.viewport.viewport_id != kPaperSpaceViewportId)
+            DrawViewportFrame(e, at, color);
         break;
-    }
-    case CDB_ELLIPSE: {
-        const Vec3 centre = V(e.ellipse.center), major = V(e.ellipse.major_axis);
-        const Vec3 n = V(e.extrusion);
-        const double ratio = e.ellipse.axis_ratio;
-        const Vec3 minor = {ratio * (n.y * major.z - n.z * major.y),
-                            ratio * (n.z * major.x - n.x * major.z),
-                            ratio * (n.x * major.y - n.y * major.x)};
-        double start = e.ellipse.start_parameter, end = e.ellipse.end_parameter;
-        if (!std::isfinite(start) || !std::isfinite(end))
-            break;
-        while (end <= start)
-            end += 2 * kPi;
-        end = std::min(end, start + 2 * kPi);
-        std::vector<Vec3> points;
-        for (const Vec3 &p : ArcPoints({0, 0, 0}, 1, start, end))
-            points.push_back({centre.x + p.x * major.x + p.y * minor.x,
-                              centre.y + p.x * major.y + p.y * minor.y,
-                              centre.z + p.x * major.z + p.y * minor.z});
-        canvas_.Polyline(Plan(at.map, points), false, Line(color));
+    case CDB_ELLIPSE:
+        DrawEllipse(e, at, color);
         break;
-    }
     default:
         break;
     }
+}
+
+// The visible edges of a 3D face; an edge whose ends meet draws nothing.
+void DrawingWalker::DrawFaceEdges(const CDB_ENTITY &e, const Placement &at, const Rgb &color) {
+    const Vec3 corners[4] = {V(e.face.corner_1), V(e.face.corner_2), V(e.face.corner_3),
+                             V(e.face.corner_4)};
+    const int invisible = e.face.invisible_edges;
+    for (int edge = 0; edge < 4; ++edge) {
+        if (invisible & (1 << edge))
+            continue;
+        const Vec3 &from = corners[edge], &to = corners[(edge + 1) % 4];
+        if (!SamePoint(from, to))
+            canvas_.Polyline(Plan(at.map, {from, to}), false, Line(color));
+    }
+}
+
+// The outline of a paper space viewport.
+void DrawingWalker::DrawViewportFrame(const CDB_ENTITY &e, const Placement &at, const Rgb &color) {
+    const Vec3 c = V(e.viewport.center);
+    const double w = e.viewport.width / 2, h = e.viewport.height / 2;
+    canvas_.Polyline(Plan(at.map, {{c.x - w, c.y - h, c.z},
+                                   {c.x + w, c.y - h, c.z},
+                                   {c.x + w, c.y + h, c.z},
+                                   {c.x - w, c.y + h, c.z}}),
+                     true, Line(color));
+}
+
+// An ellipse from its start to its end parameter, at most one turn.
+void DrawingWalker::DrawEllipse(const CDB_ENTITY &e, const Placement &at, const Rgb &color) {
+    const Vec3 centre = V(e.ellipse.center), major = V(e.ellipse.major_axis);
+    const Vec3 n = V(e.extrusion);
+    const double ratio = e.ellipse.axis_ratio;
+    const Vec3 minor = {ratio * (n.y * major.z - n.z * major.y),
+                        ratio * (n.z * major.x - n.x * major.z),
+                        ratio * (n.x * major.y - n.y * major.x)};
+    double start = e.ellipse.start_parameter, end = e.ellipse.end_parameter;
+    if (!std::isfinite(start) || !std::isfinite(end))
+        return;
+    while (end <= start)
+        end += 2 * kPi;
+    end = std::min(end, start + 2 * kPi);
+    std::vector<Vec3> points;
+    for (const Vec3 &p : ArcPoints({0, 0, 0}, 1, start, end))
+        points.push_back({centre.x + p.x * major.x + p.y * minor.x,
+                          centre.y + p.x * major.y + p.y * minor.y,
+                          centre.z + p.x * major.z + p.y * minor.z});
+    canvas_.Polyline(Plan(at.map, points), false, Line(color));
 }
 
 void DrawingWalker::DrawText(const TextLayout &layout, const CDB_ENTITY &e, const Placement &at,
@@ -572,7 +584,7 @@ void DrawingWalker::FollowInsert(const CDB_ENTITY &e, const Placement &at) {
     };
     const Affine ocs = at.map.After(Affine::FromExtrusion(V(e.extrusion)));
     const Affine placed = ocs.After(Affine::Translation(V(e.insert.insertion_point)))
-                              .After(Affine::RotationZ(Radians(e.insert.rotation)));
+                              .After(Affine::RotationZ(FiniteRadians(e.insert.rotation)));
     const Affine scaled =
         Affine::Scaling(finite_or(e.insert.x_scale, 1), finite_or(e.insert.y_scale, 1),
                         finite_or(e.insert.z_scale, 1))

@@ -63,6 +63,9 @@ private:
                    const Placement &at);
     void DrawEntity(Record &record, const Placement &at);
     void DrawGeometry(CDB_ENTITY &e, const Placement &at, const Rgb &color);
+    void DrawFaceEdges(const CDB_ENTITY &e, const Placement &at, const Rgb &color);
+    void DrawViewportFrame(const CDB_ENTITY &e, const Placement &at, const Rgb &color);
+    void DrawEllipse(const CDB_ENTITY &e, const Placement &at, const Rgb &color);
     void DrawText(const TextLayout &layout, const CDB_ENTITY &e, const Placement &at,
                   const Rgb &color);
     void DrawShapeEntity(CDB_ENTITY &e, const Placement &at, const Rgb &color);

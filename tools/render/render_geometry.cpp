@@ -7,7 +7,6 @@ namespace render {
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 constexpr double kTwoPi = 2 * kPi;
 // No arc is cut into more pieces than this, whatever step or span it is asked for.
 constexpr double kMaxArcSegments = 4096;

@@ -15,8 +15,16 @@ struct Point2 {
     double x = 0, y = 0;
 };
 
+constexpr double kPi = 3.14159265358979323846;
 // The largest angle between two points of a tessellated arc: 64 points to a circle.
-constexpr double kArcStep = 3.14159265358979323846 / 32;
+constexpr double kArcStep = kPi / 32;
+// The steepest slant a text is shown with, in degrees either way: a slant near a right
+// angle has no usable shear.
+constexpr double kSteepestOblique = 85;
+
+inline double Radians(double degrees) {
+    return degrees * kPi / 180;
+}
 
 // An affine map of space, p' = linear * p + offset.
 class Affine {

@@ -9,7 +9,6 @@ namespace render {
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 // Page coordinates are held within this many pixels of the page so that far-off points
 // never print as huge or infinite numbers.
 constexpr double kPageLimit = 1e9;
@@ -17,8 +16,6 @@ constexpr double kPageLimit = 1e9;
 constexpr int kMaxPagePixels = 32768;
 // The estimated advance of one character of a fallback text, as a part of its height.
 constexpr double kCharWidth = 0.7;
-// The steepest slant of a fallback text, in degrees either way.
-constexpr double kMaxOblique = 85;
 
 bool Finite(const Point2 &p) {
     return std::isfinite(p.x) && std::isfinite(p.y);
@@ -237,7 +234,7 @@ void SvgCanvas::Text(const Point2 &at, double height, double rotation_degrees, d
     item.width_factor = std::isfinite(width_factor) && width_factor != 0 ? width_factor : 1;
     // A slant near a right angle has no usable shear; it is held within the steepest
     // slant a text can sensibly show.
-    item.oblique = std::max(-kMaxOblique, std::min(kMaxOblique, OrZero(oblique_degrees)));
+    item.oblique = std::max(-kSteepestOblique, std::min(kSteepestOblique, OrZero(oblique_degrees)));
     item.text = text;
     item.anchor = anchor;
     item.style.color = color;
@@ -282,7 +279,7 @@ bool SvgCanvas::Extents(Point2 *min, Point2 *max) const {
             double left = item.anchor == TextAnchor::kStart    ? 0
                           : item.anchor == TextAnchor::kMiddle ? -length / 2
                                                                : -length;
-            double turn = item.rotation * kPi / 180;
+            double turn = Radians(item.rotation);
             double c = std::cos(turn), s = std::sin(turn);
             const double corners[4][2] = {
                 {left, 0}, {left + length, 0}, {left + length, item.height}, {left, item.height}};

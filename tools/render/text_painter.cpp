@@ -18,20 +18,12 @@ using tool_support::SubshapeLookup;
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 // What CDBGetShapeData may write: the largest shape a file can hold.
 constexpr size_t kShapeBufferSize = 65536;
 // The signs that the shape fonts keep in codes 127 to 129.
 constexpr int kDegreeCode = 127;
 constexpr int kPlusMinusCode = 128;
 constexpr int kDiameterCode = 129;
-// Slants beyond this many degrees either way are taken as this.
-constexpr double kSteepestOblique = 85;
-
-double Radians(double degrees) {
-    return degrees * kPi / 180;
-}
-
 double Slant(double oblique_degrees) {
     if (!std::isfinite(oblique_degrees))
         return 0;

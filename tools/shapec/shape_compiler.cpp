@@ -115,6 +115,78 @@ std::vector<uint8_t> ShapeData(const ShapeDef &def) {
     return data;
 }
 
+namespace {
+
+// A header line "*number,bytes,name" into a new definition and its declared byte count.
+bool ParseHeader(const std::string &line, int line_number, ShapeDef *def, long *declared,
+                 std::string *error) {
+    def->line = line_number;
+    size_t c1 = line.find(',');
+    size_t c2 = c1 == std::string::npos ? c1 : line.find(',', c1 + 1);
+    if (c1 == std::string::npos)
+        return Fail(error, line_number, "a shape header is *number,bytes,name");
+    std::string number = Trim(line.substr(1, c1 - 1));
+    std::string count = Trim(line.substr(c1 + 1, c2 == std::string::npos ? c2 : c2 - c1 - 1));
+    if (c2 != std::string::npos)
+        def->name = Trim(line.substr(c2 + 1));
+    long value = 0;
+    if (number.empty() || number[0] == '-' || number[0] == '+' || !ParseNumber(number, &value) ||
+        value > 0xFFFF)
+        return Fail(error, line_number, "bad shape number '" + number + "'");
+    def->number = static_cast<uint16_t>(value);
+    if (count.empty() || count[0] == '-' || count[0] == '+' || !ParseNumber(count, declared) ||
+        *declared < 1 || *declared > static_cast<long>(kMaxDataLength))
+        return Fail(error, line_number, "bad byte count '" + count + "'");
+    return true;
+}
+
+// One line of a definition's byte list, appended to `def`; `depth` counts the open
+// parentheses across lines.
+bool ParseBytes(const std::string &line, int line_number, ShapeDef &def, int &depth,
+                std::string *error) {
+    bool have_value = false; // a value since the last comma, on this line
+    size_t i = 0;
+    while (i < line.size()) {
+        char c = line[i];
+        if (IsSpace(c)) {
+            ++i;
+        } else if (c == '(') {
+            ++depth;
+            ++i;
+        } else if (c == ')') {
+            if (--depth < 0)
+                return Fail(error, line_number, "')' without '('");
+            ++i;
+        } else if (c == ',') {
+            if (!have_value)
+                return Fail(error, line_number, "empty byte in the list");
+            have_value = false;
+            ++i;
+        } else {
+            size_t j = i;
+            while (j < line.size() && line[j] != ',' && line[j] != '(' && line[j] != ')' &&
+                   !IsSpace(line[j]))
+                ++j;
+            std::string token = line.substr(i, j - i);
+            i = j;
+            if (have_value)
+                return Fail(error, line_number, "missing ',' before '" + token + "'");
+            long value = 0;
+            if (!ParseNumber(token, &value))
+                return Fail(error, line_number, "'" + token + "' is not a number");
+            if (value < -128 || value > 255)
+                return Fail(error, line_number, "'" + token + "' does not fit in a byte");
+            if (def.bytes.size() >= kMaxDataLength)
+                return Fail(error, line_number, Describe(def) + ": too many bytes");
+            def.bytes.push_back(static_cast<uint8_t>(value & 0xFF));
+            have_value = true;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
 bool ParseShapes(const std::string &text, std::vector<ShapeDef> *defs, std::string *error) {
     defs->clear();
     std::set<uint16_t> numbers;
@@ -141,25 +213,8 @@ bool ParseShapes(const std::string &text, std::vector<ShapeDef> *defs, std::stri
             if (open && !Finish(defs->back(), declared, depth, error))
                 return false;
             ShapeDef def;
-            def.line = line_number;
-            size_t c1 = line.find(',');
-            size_t c2 = c1 == std::string::npos ? c1 : line.find(',', c1 + 1);
-            if (c1 == std::string::npos)
-                return Fail(error, line_number, "a shape header is *number,bytes,name");
-            std::string number = Trim(line.substr(1, c1 - 1));
-            std::string count =
-                Trim(line.substr(c1 + 1, c2 == std::string::npos ? c2 : c2 - c1 - 1));
-            if (c2 != std::string::npos)
-                def.name = Trim(line.substr(c2 + 1));
-            long value = 0;
-            if (number.empty() || number[0] == '-' || number[0] == '+' ||
-                !ParseNumber(number, &value) || value > 0xFFFF)
-                return Fail(error, line_number, "bad shape number '" + number + "'");
-            def.number = static_cast<uint16_t>(value);
-            if (count.empty() || count[0] == '-' || count[0] == '+' ||
-                !ParseNumber(count, &declared) || declared < 1 ||
-                declared > static_cast<long>(kMaxDataLength))
-                return Fail(error, line_number, "bad byte count '" + count + "'");
+            if (!ParseHeader(line, line_number, &def, &declared, error))
+                return false;
             if (!numbers.insert(def.number).second)
                 return Fail(error, line_number, Describe(def) + " is defined twice");
             defs->push_back(def);
@@ -170,45 +225,8 @@ bool ParseShapes(const std::string &text, std::vector<ShapeDef> *defs, std::stri
 
         if (!open)
             return Fail(error, line_number, "bytes before the first shape header");
-        ShapeDef &def = defs->back();
-        bool have_value = false; // a value since the last comma, on this line
-        size_t i = 0;
-        while (i < line.size()) {
-            char c = line[i];
-            if (IsSpace(c)) {
-                ++i;
-            } else if (c == '(') {
-                ++depth;
-                ++i;
-            } else if (c == ')') {
-                if (--depth < 0)
-                    return Fail(error, line_number, "')' without '('");
-                ++i;
-            } else if (c == ',') {
-                if (!have_value)
-                    return Fail(error, line_number, "empty byte in the list");
-                have_value = false;
-                ++i;
-            } else {
-                size_t j = i;
-                while (j < line.size() && line[j] != ',' && line[j] != '(' && line[j] != ')' &&
-                       !IsSpace(line[j]))
-                    ++j;
-                std::string token = line.substr(i, j - i);
-                i = j;
-                if (have_value)
-                    return Fail(error, line_number, "missing ',' before '" + token + "'");
-                long value = 0;
-                if (!ParseNumber(token, &value))
-                    return Fail(error, line_number, "'" + token + "' is not a number");
-                if (value < -128 || value > 255)
-                    return Fail(error, line_number, "'" + token + "' does not fit in a byte");
-                if (def.bytes.size() >= kMaxDataLength)
-                    return Fail(error, line_number, Describe(def) + ": too many bytes");
-                def.bytes.push_back(static_cast<uint8_t>(value & 0xFF));
-                have_value = true;
-            }
-        }
+        if (!ParseBytes(line, line_number, defs->back(), depth, error))
+            return false;
     }
     if (open && !Finish(defs->back(), declared, depth, error))
         return false;

@@ -5,6 +5,7 @@
 // DWG reads them at the first use, so the drawing's load hook can be set after the open)
 // and while the writer saves. The two hooks, the load fraction and the counts come through
 // the tool support calls; the work itself goes through the flat calls.
+#include "command_support.h"
 #include "commands.h"
 #include "interface/tool_support.h"
 #include "json_writer.h"
@@ -30,35 +31,10 @@ const char kNewUsage[] = "usage: velko new TEMPLATE OUT [--json]\n";
 // The load hook is called for every entity; the clock is read only every so many.
 constexpr long kLoadCheckStep = 256;
 
-int WrongUsage(const char *usage) {
-    std::fputs(usage, stderr);
-    return 2;
-}
-
-int Refused(const char *file, int16_t code) {
-    char message[64] = {};
-    CDBGetErrorMessage(code, message, sizeof message - 1);
-    std::fprintf(stderr, "velko: %s: %s (%d)\n", file, message, code);
-    return 1;
-}
-
 // A name whose last four characters are ".dwg", in any case, names a DWG.
 bool NamesDwg(const char *name) {
     const size_t length = std::strlen(name);
     return length >= 4 && strcasecmp(name + length - 4, ".dwg") == 0;
-}
-
-const char *FormName(DrawingForm form) {
-    switch (form) {
-    case DrawingForm::kDwg:
-        return "DWG";
-    case DrawingForm::kTextDxf:
-        return "ASCII DXF";
-    case DrawingForm::kBinaryDxf:
-        return "binary DXF";
-    default:
-        return "unknown";
-    }
 }
 
 long FileBytes(const char *name) {
@@ -201,9 +177,9 @@ int RunConvert(int argc, char **argv) {
                                     : (o.binary ? DrawingForm::kBinaryDxf : DrawingForm::kTextDxf);
     Report report;
     report.AddText("input", o.in);
-    report.AddText("from", FormName(from_form));
+    report.AddText("from", DrawingFormName(from_form));
     report.AddText("output", o.out);
-    report.AddText("to", FormName(to_form));
+    report.AddText("to", DrawingFormName(to_form));
     report.AddInt("entities", counts.entities);
     report.AddInt("blocks", counts.blocks);
     report.AddInt("records", counts.table_records);
@@ -251,7 +227,8 @@ int RunNew(int argc, char **argv) {
     Report report;
     report.AddText("template", template_name);
     report.AddText("output", out);
-    report.AddText("to", FormName(NamesDwg(out) ? DrawingForm::kDwg : DrawingForm::kTextDxf));
+    report.AddText("to",
+                   DrawingFormName(NamesDwg(out) ? DrawingForm::kDwg : DrawingForm::kTextDxf));
     report.AddInt("bytes", FileBytes(out));
     if (json)
         std::printf("%s\n", report.Json().c_str());

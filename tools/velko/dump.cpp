@@ -4,11 +4,13 @@
 // first, so that the referenced drawing's entities are the content of its block. --json
 // prints one object per line, in a stable key order, so that two drawings can be compared
 // line by line.
+#include "command_support.h"
 #include "commands.h"
 #include "interface/tool_support.h"
 #include "json_writer.h"
 #include "velkow32.h"
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -141,206 +143,282 @@ void AddCommon(Report &report, int16_t h, const CDB_ENTITY &r) {
     AddPoint3(report, "extrusion", r.extrusion);
 }
 
-void AddKind(Report &report, const CDB_ENTITY &r) {
-    switch (r.entity_type) {
-    case CDB_LINE:
-    case CDB_3DLINE:
-        AddPoint3(report, "start_point", r.line.start_point);
-        AddPoint3(report, "end_point", r.line.end_point);
+// How a record field is printed; chosen from the field's declared type by PrintOf.
+enum class Print { kShort, kByte, kNumber, kText, kChars, kPoint2, kPoint3, kShorts };
+
+template <typename T> struct PrintOf;
+template <> struct PrintOf<int16_t> { static constexpr Print value = Print::kShort; };
+template <> struct PrintOf<uint8_t> { static constexpr Print value = Print::kByte; };
+template <> struct PrintOf<double> { static constexpr Print value = Print::kNumber; };
+template <> struct PrintOf<char *> { static constexpr Print value = Print::kText; };
+template <size_t N> struct PrintOf<char[N]> { static constexpr Print value = Print::kChars; };
+template <> struct PrintOf<CDB_POINT2> { static constexpr Print value = Print::kPoint2; };
+template <> struct PrintOf<CDB_POINT3> { static constexpr Print value = Print::kPoint3; };
+
+// One field of a kind's part of the record: its key (the member's name), how it prints,
+// where it stands in the part and how many bytes it takes. A list of shorts (a pointer)
+// also says where its count stands.
+struct Field {
+    const char *key;
+    Print print;
+    size_t offset;
+    size_t size;
+    size_t count_offset;
+};
+
+template <typename T> constexpr Field FieldOf(const char *key, size_t offset) {
+    return Field{key, PrintOf<T>::value, offset, sizeof(T), 0};
+}
+
+// A field of a record part, named by its member.
+#define FIELD(part, member) FieldOf<decltype(part::member)>(#member, offsetof(part, member))
+
+// Short names of the record parts, for the table below.
+using Line = CDB_LINE_type;
+using PointPart = CDB_POINT_type;
+using Circle = CDB_CIRCLE_type;
+using Shape = CDB_SHAPE_type;
+using Text = CDB_TEXT_type;
+using Arc = CDB_ARC_type;
+using Trace = CDB_TRACE_type;
+using Block = CDB_BLOCK_type;
+using Insert = CDB_INSERT_type;
+using Attdef = CDB_ATTDEF_type;
+using Attrib = CDB_ATTRIB_type;
+using Polyline = CDB_POLYLINE_type;
+using Vertex = CDB_VERTEX_type;
+using Face = CDB_3DFACE_type;
+using Dimension = CDB_DIMENSION_type;
+using Viewport = CDB_VIEWPORT_type;
+
+// The fields of each kind's part, in the order they are printed.
+const Field kLineFields[] = {FIELD(Line, start_point), FIELD(Line, end_point)};
+const Field kPointFields[] = {FIELD(PointPart, location), FIELD(PointPart, x_axis_angle)};
+const Field kCircleFields[] = {FIELD(Circle, center), FIELD(Circle, radius)};
+const Field kShapeFields[] = {FIELD(Shape, insertion_point), FIELD(Shape, size),
+                              FIELD(Shape, shape_number),    FIELD(Shape, shape_style_index),
+                              FIELD(Shape, rotation),        FIELD(Shape, x_scale),
+                              FIELD(Shape, oblique_angle)};
+const Field kTextFields[] = {FIELD(Text, insertion_point),
+                             FIELD(Text, height),
+                             FIELD(Text, text),
+                             FIELD(Text, rotation),
+                             FIELD(Text, width_factor),
+                             FIELD(Text, oblique_angle),
+                             FIELD(Text, style_index),
+                             FIELD(Text, generation_flags),
+                             FIELD(Text, horizontal_justification),
+                             FIELD(Text, vertical_justification),
+                             FIELD(Text, alignment_point)};
+const Field kArcFields[] = {FIELD(Arc, center), FIELD(Arc, radius), FIELD(Arc, start_angle),
+                            FIELD(Arc, end_angle)};
+const Field kTraceFields[] = {FIELD(Trace, corner_1), FIELD(Trace, corner_2),
+                              FIELD(Trace, corner_3), FIELD(Trace, corner_4)};
+const Field kBlockFields[] = {FIELD(Block, xref_path), FIELD(Block, name), FIELD(Block, name_2),
+                              FIELD(Block, flags), FIELD(Block, base_point)};
+const Field kInsertFields[] = {
+    FIELD(Insert, attributes_follow), FIELD(Insert, block_index),  FIELD(Insert, insertion_point),
+    FIELD(Insert, x_scale),           FIELD(Insert, y_scale),      FIELD(Insert, z_scale),
+    FIELD(Insert, rotation),          FIELD(Insert, column_count), FIELD(Insert, row_count),
+    FIELD(Insert, column_spacing),    FIELD(Insert, row_spacing)};
+const Field kAttdefFields[] = {FIELD(Attdef, insertion_point),
+                               FIELD(Attdef, height),
+                               FIELD(Attdef, default_value),
+                               FIELD(Attdef, prompt),
+                               FIELD(Attdef, tag),
+                               FIELD(Attdef, flags),
+                               FIELD(Attdef, field_length),
+                               FIELD(Attdef, rotation),
+                               FIELD(Attdef, width_factor),
+                               FIELD(Attdef, oblique_angle),
+                               FIELD(Attdef, style_index),
+                               FIELD(Attdef, generation_flags),
+                               FIELD(Attdef, horizontal_justification),
+                               FIELD(Attdef, vertical_justification),
+                               FIELD(Attdef, alignment_point)};
+const Field kAttribFields[] = {FIELD(Attrib, insertion_point),
+                               FIELD(Attrib, height),
+                               FIELD(Attrib, value),
+                               FIELD(Attrib, tag),
+                               FIELD(Attrib, flags),
+                               FIELD(Attrib, field_length),
+                               FIELD(Attrib, rotation),
+                               FIELD(Attrib, width_factor),
+                               FIELD(Attrib, oblique_angle),
+                               FIELD(Attrib, style_index),
+                               FIELD(Attrib, generation_flags),
+                               FIELD(Attrib, horizontal_justification),
+                               FIELD(Attrib, vertical_justification),
+                               FIELD(Attrib, alignment_point)};
+const Field kPolylineFields[] = {FIELD(Polyline, vertices_follow),
+                                 FIELD(Polyline, origin),
+                                 FIELD(Polyline, flags),
+                                 FIELD(Polyline, start_width),
+                                 FIELD(Polyline, end_width),
+                                 FIELD(Polyline, mesh_m_count),
+                                 FIELD(Polyline, mesh_n_count),
+                                 FIELD(Polyline, smooth_m_density),
+                                 FIELD(Polyline, smooth_n_density),
+                                 FIELD(Polyline, curve_type)};
+const Field kVertexFields[] = {FIELD(Vertex, location),
+                               FIELD(Vertex, start_width),
+                               FIELD(Vertex, end_width),
+                               FIELD(Vertex, bulge),
+                               FIELD(Vertex, flags),
+                               FIELD(Vertex, tangent_direction),
+                               FIELD(Vertex, polyface_index_1),
+                               FIELD(Vertex, polyface_index_2),
+                               FIELD(Vertex, polyface_index_3),
+                               FIELD(Vertex, polyface_index_4)};
+const Field kFaceFields[] = {FIELD(Face, corner_1), FIELD(Face, corner_2), FIELD(Face, corner_3),
+                             FIELD(Face, corner_4), FIELD(Face, invisible_edges)};
+const Field kDimensionFields[] = {FIELD(Dimension, text),
+                                  FIELD(Dimension, block_index),
+                                  FIELD(Dimension, dimstyle_index),
+                                  FIELD(Dimension, definition_point),
+                                  FIELD(Dimension, text_midpoint),
+                                  FIELD(Dimension, clone_insertion_point),
+                                  FIELD(Dimension, definition_point_2),
+                                  FIELD(Dimension, definition_point_3),
+                                  FIELD(Dimension, definition_point_4),
+                                  FIELD(Dimension, arc_definition_point),
+                                  FIELD(Dimension, leader_length),
+                                  FIELD(Dimension, text_rotation),
+                                  FIELD(Dimension, horizontal_direction),
+                                  FIELD(Dimension, extension_line_rotation),
+                                  FIELD(Dimension, oblique_angle),
+                                  FIELD(Dimension, dimension_type)};
+const Field kViewportFields[] = {FIELD(Viewport, view_center),
+                                 FIELD(Viewport, snap_base),
+                                 FIELD(Viewport, snap_spacing),
+                                 FIELD(Viewport, grid_spacing),
+                                 FIELD(Viewport, view_direction),
+                                 FIELD(Viewport, view_target),
+                                 FIELD(Viewport, view_height),
+                                 FIELD(Viewport, aspect_ratio),
+                                 FIELD(Viewport, lens_length),
+                                 FIELD(Viewport, front_clip),
+                                 FIELD(Viewport, back_clip),
+                                 FIELD(Viewport, snap_angle),
+                                 FIELD(Viewport, twist_angle),
+                                 FIELD(Viewport, vx_index),
+                                 FIELD(Viewport, viewport_id),
+                                 FIELD(Viewport, view_mode),
+                                 FIELD(Viewport, circle_zoom),
+                                 FIELD(Viewport, fast_zoom),
+                                 FIELD(Viewport, ucs_icon),
+                                 FIELD(Viewport, snap_mode),
+                                 FIELD(Viewport, grid_mode),
+                                 FIELD(Viewport, snap_style),
+                                 FIELD(Viewport, snap_isopair),
+                                 FIELD(Viewport, center),
+                                 FIELD(Viewport, width),
+                                 FIELD(Viewport, height),
+                                 FIELD(Viewport, eed_version),
+                                 FIELD(Viewport, eed_application),
+                                 FIELD(Viewport, data_version),
+                                 FIELD(Viewport, hidden_in_plot),
+                                 Field{"frozen_layers", Print::kShorts,
+                                       offsetof(Viewport, frozen_layers), sizeof(int16_t *),
+                                       offsetof(Viewport, frozen_layer_count)}};
+
+#undef FIELD
+
+// A kind, where its part stands in the record, and the part's fields.
+struct KindFields {
+    int16_t kind;
+    size_t part_offset;
+    const Field *fields;
+    size_t count;
+};
+
+template <size_t N>
+constexpr KindFields Kind(int16_t kind, size_t part_offset, const Field (&fields)[N]) {
+    return KindFields{kind, part_offset, fields, N};
+}
+
+const KindFields kKinds[] = {
+    Kind(CDB_LINE, offsetof(CDB_ENTITY, line), kLineFields),
+    Kind(CDB_3DLINE, offsetof(CDB_ENTITY, line), kLineFields),
+    Kind(CDB_POINT, offsetof(CDB_ENTITY, point), kPointFields),
+    Kind(CDB_CIRCLE, offsetof(CDB_ENTITY, circle), kCircleFields),
+    Kind(CDB_SHAPE, offsetof(CDB_ENTITY, shape), kShapeFields),
+    Kind(CDB_TEXT, offsetof(CDB_ENTITY, text), kTextFields),
+    Kind(CDB_ARC, offsetof(CDB_ENTITY, arc), kArcFields),
+    Kind(CDB_TRACE, offsetof(CDB_ENTITY, trace), kTraceFields),
+    Kind(CDB_SOLID, offsetof(CDB_ENTITY, trace), kTraceFields),
+    Kind(CDB_BLOCK, offsetof(CDB_ENTITY, block), kBlockFields),
+    Kind(CDB_INSERT, offsetof(CDB_ENTITY, insert), kInsertFields),
+    Kind(CDB_ATTDEF, offsetof(CDB_ENTITY, attdef), kAttdefFields),
+    Kind(CDB_ATTRIB, offsetof(CDB_ENTITY, attrib), kAttribFields),
+    Kind(CDB_POLYLINE, offsetof(CDB_ENTITY, polyline), kPolylineFields),
+    Kind(CDB_VERTEX, offsetof(CDB_ENTITY, vertex), kVertexFields),
+    Kind(CDB_3DFACE, offsetof(CDB_ENTITY, face), kFaceFields),
+    Kind(CDB_DIMENSION, offsetof(CDB_ENTITY, dimension), kDimensionFields),
+    Kind(CDB_VIEWPORT, offsetof(CDB_ENTITY, viewport), kViewportFields),
+};
+
+// The record's bytes are read with memcpy: the record is byte-packed.
+template <typename T> T ReadAt(const unsigned char *at) {
+    T value;
+    std::memcpy(&value, at, sizeof value);
+    return value;
+}
+
+// "[a, b, ...]" and "a, b, ..." of a list of shorts, "(none)" as text when it is empty.
+void AddShorts(Report &report, const char *key, const int16_t *values, int16_t count) {
+    std::string json = "[", text;
+    for (int i = 0; values && i < count; ++i) {
+        const std::string value =
+            std::to_string(ReadAt<int16_t>(reinterpret_cast<const unsigned char *>(values + i)));
+        json += (i ? ", " : "") + value;
+        text += (i ? ", " : "") + value;
+    }
+    report.Add(key, json + "]", text.empty() ? "(none)" : text);
+}
+
+void AddField(Report &report, const Field &field, const unsigned char *part) {
+    const unsigned char *at = part + field.offset;
+    switch (field.print) {
+    case Print::kShort:
+        report.AddInt(field.key, ReadAt<int16_t>(at));
         break;
-    case CDB_POINT:
-        AddPoint3(report, "location", r.point.location);
-        report.AddNumber("x_axis_angle", r.point.x_axis_angle);
+    case Print::kByte:
+        report.AddInt(field.key, ReadAt<uint8_t>(at));
         break;
-    case CDB_CIRCLE:
-        AddPoint3(report, "center", r.circle.center);
-        report.AddNumber("radius", r.circle.radius);
+    case Print::kNumber:
+        report.AddNumber(field.key, ReadAt<double>(at));
         break;
-    case CDB_SHAPE:
-        AddPoint3(report, "insertion_point", r.shape.insertion_point);
-        report.AddNumber("size", r.shape.size);
-        report.AddInt("shape_number", r.shape.shape_number);
-        report.AddInt("shape_style_index", r.shape.shape_style_index);
-        report.AddNumber("rotation", r.shape.rotation);
-        report.AddNumber("x_scale", r.shape.x_scale);
-        report.AddNumber("oblique_angle", r.shape.oblique_angle);
+    case Print::kText:
+        report.AddText(field.key, ReadAt<const char *>(at));
         break;
-    case CDB_TEXT:
-        AddPoint3(report, "insertion_point", r.text.insertion_point);
-        report.AddNumber("height", r.text.height);
-        report.AddText("text", r.text.text);
-        report.AddNumber("rotation", r.text.rotation);
-        report.AddNumber("width_factor", r.text.width_factor);
-        report.AddNumber("oblique_angle", r.text.oblique_angle);
-        report.AddInt("style_index", r.text.style_index);
-        report.AddInt("generation_flags", r.text.generation_flags);
-        report.AddInt("horizontal_justification", r.text.horizontal_justification);
-        report.AddInt("vertical_justification", r.text.vertical_justification);
-        AddPoint3(report, "alignment_point", r.text.alignment_point);
+    case Print::kChars:
+        // A fixed field that need not end in a zero.
+        report.AddText(field.key,
+                       std::string(reinterpret_cast<const char *>(at), field.size).c_str());
         break;
-    case CDB_ARC:
-        AddPoint3(report, "center", r.arc.center);
-        report.AddNumber("radius", r.arc.radius);
-        report.AddNumber("start_angle", r.arc.start_angle);
-        report.AddNumber("end_angle", r.arc.end_angle);
+    case Print::kPoint2:
+        AddPoint2(report, field.key, ReadAt<CDB_POINT2>(at));
         break;
-    case CDB_TRACE:
-    case CDB_SOLID:
-        AddPoint3(report, "corner_1", r.trace.corner_1);
-        AddPoint3(report, "corner_2", r.trace.corner_2);
-        AddPoint3(report, "corner_3", r.trace.corner_3);
-        AddPoint3(report, "corner_4", r.trace.corner_4);
+    case Print::kPoint3:
+        AddPoint3(report, field.key, ReadAt<CDB_POINT3>(at));
         break;
-    case CDB_BLOCK:
-        report.AddText("xref_path", r.block.xref_path);
-        report.AddText("name", r.block.name);
-        report.AddText("name_2", r.block.name_2);
-        report.AddInt("flags", r.block.flags);
-        AddPoint3(report, "base_point", r.block.base_point);
-        break;
-    case CDB_INSERT:
-        report.AddInt("attributes_follow", r.insert.attributes_follow);
-        report.AddInt("block_index", r.insert.block_index);
-        AddPoint3(report, "insertion_point", r.insert.insertion_point);
-        report.AddNumber("x_scale", r.insert.x_scale);
-        report.AddNumber("y_scale", r.insert.y_scale);
-        report.AddNumber("z_scale", r.insert.z_scale);
-        report.AddNumber("rotation", r.insert.rotation);
-        report.AddInt("column_count", r.insert.column_count);
-        report.AddInt("row_count", r.insert.row_count);
-        report.AddNumber("column_spacing", r.insert.column_spacing);
-        report.AddNumber("row_spacing", r.insert.row_spacing);
-        break;
-    case CDB_ATTDEF:
-        AddPoint3(report, "insertion_point", r.attdef.insertion_point);
-        report.AddNumber("height", r.attdef.height);
-        report.AddText("default_value", r.attdef.default_value);
-        report.AddText("prompt", r.attdef.prompt);
-        report.AddText("tag", r.attdef.tag);
-        report.AddInt("flags", r.attdef.flags);
-        report.AddInt("field_length", r.attdef.field_length);
-        report.AddNumber("rotation", r.attdef.rotation);
-        report.AddNumber("width_factor", r.attdef.width_factor);
-        report.AddNumber("oblique_angle", r.attdef.oblique_angle);
-        report.AddInt("style_index", r.attdef.style_index);
-        report.AddInt("generation_flags", r.attdef.generation_flags);
-        report.AddInt("horizontal_justification", r.attdef.horizontal_justification);
-        report.AddInt("vertical_justification", r.attdef.vertical_justification);
-        AddPoint3(report, "alignment_point", r.attdef.alignment_point);
-        break;
-    case CDB_ATTRIB:
-        AddPoint3(report, "insertion_point", r.attrib.insertion_point);
-        report.AddNumber("height", r.attrib.height);
-        report.AddText("value", r.attrib.value);
-        report.AddText("tag", r.attrib.tag);
-        report.AddInt("flags", r.attrib.flags);
-        report.AddInt("field_length", r.attrib.field_length);
-        report.AddNumber("rotation", r.attrib.rotation);
-        report.AddNumber("width_factor", r.attrib.width_factor);
-        report.AddNumber("oblique_angle", r.attrib.oblique_angle);
-        report.AddInt("style_index", r.attrib.style_index);
-        report.AddInt("generation_flags", r.attrib.generation_flags);
-        report.AddInt("horizontal_justification", r.attrib.horizontal_justification);
-        report.AddInt("vertical_justification", r.attrib.vertical_justification);
-        AddPoint3(report, "alignment_point", r.attrib.alignment_point);
-        break;
-    case CDB_POLYLINE:
-        report.AddInt("vertices_follow", r.polyline.vertices_follow);
-        AddPoint3(report, "origin", r.polyline.origin);
-        report.AddInt("flags", r.polyline.flags);
-        report.AddNumber("start_width", r.polyline.start_width);
-        report.AddNumber("end_width", r.polyline.end_width);
-        report.AddInt("mesh_m_count", r.polyline.mesh_m_count);
-        report.AddInt("mesh_n_count", r.polyline.mesh_n_count);
-        report.AddInt("smooth_m_density", r.polyline.smooth_m_density);
-        report.AddInt("smooth_n_density", r.polyline.smooth_n_density);
-        report.AddInt("curve_type", r.polyline.curve_type);
-        break;
-    case CDB_VERTEX:
-        AddPoint3(report, "location", r.vertex.location);
-        report.AddNumber("start_width", r.vertex.start_width);
-        report.AddNumber("end_width", r.vertex.end_width);
-        report.AddNumber("bulge", r.vertex.bulge);
-        report.AddInt("flags", r.vertex.flags);
-        report.AddNumber("tangent_direction", r.vertex.tangent_direction);
-        report.AddInt("polyface_index_1", r.vertex.polyface_index_1);
-        report.AddInt("polyface_index_2", r.vertex.polyface_index_2);
-        report.AddInt("polyface_index_3", r.vertex.polyface_index_3);
-        report.AddInt("polyface_index_4", r.vertex.polyface_index_4);
-        break;
-    case CDB_3DFACE:
-        AddPoint3(report, "corner_1", r.face.corner_1);
-        AddPoint3(report, "corner_2", r.face.corner_2);
-        AddPoint3(report, "corner_3", r.face.corner_3);
-        AddPoint3(report, "corner_4", r.face.corner_4);
-        report.AddInt("invisible_edges", r.face.invisible_edges);
-        break;
-    case CDB_DIMENSION:
-        report.AddText("text", r.dimension.text);
-        report.AddInt("block_index", r.dimension.block_index);
-        report.AddInt("dimstyle_index", r.dimension.dimstyle_index);
-        AddPoint3(report, "definition_point", r.dimension.definition_point);
-        AddPoint3(report, "text_midpoint", r.dimension.text_midpoint);
-        AddPoint3(report, "clone_insertion_point", r.dimension.clone_insertion_point);
-        AddPoint3(report, "definition_point_2", r.dimension.definition_point_2);
-        AddPoint3(report, "definition_point_3", r.dimension.definition_point_3);
-        AddPoint3(report, "definition_point_4", r.dimension.definition_point_4);
-        AddPoint3(report, "arc_definition_point", r.dimension.arc_definition_point);
-        report.AddNumber("leader_length", r.dimension.leader_length);
-        report.AddNumber("text_rotation", r.dimension.text_rotation);
-        report.AddNumber("horizontal_direction", r.dimension.horizontal_direction);
-        report.AddNumber("extension_line_rotation", r.dimension.extension_line_rotation);
-        report.AddNumber("oblique_angle", r.dimension.oblique_angle);
-        report.AddInt("dimension_type", r.dimension.dimension_type);
-        break;
-    case CDB_VIEWPORT: {
-        const CDB_VIEWPORT_type &v = r.viewport;
-        AddPoint2(report, "view_center", v.view_center);
-        AddPoint2(report, "snap_base", v.snap_base);
-        AddPoint2(report, "snap_spacing", v.snap_spacing);
-        AddPoint2(report, "grid_spacing", v.grid_spacing);
-        AddPoint3(report, "view_direction", v.view_direction);
-        AddPoint3(report, "view_target", v.view_target);
-        report.AddNumber("view_height", v.view_height);
-        report.AddNumber("aspect_ratio", v.aspect_ratio);
-        report.AddNumber("lens_length", v.lens_length);
-        report.AddNumber("front_clip", v.front_clip);
-        report.AddNumber("back_clip", v.back_clip);
-        report.AddNumber("snap_angle", v.snap_angle);
-        report.AddNumber("twist_angle", v.twist_angle);
-        report.AddInt("vx_index", v.vx_index);
-        report.AddInt("viewport_id", v.viewport_id);
-        report.AddInt("view_mode", v.view_mode);
-        report.AddInt("circle_zoom", v.circle_zoom);
-        report.AddInt("fast_zoom", v.fast_zoom);
-        report.AddInt("ucs_icon", v.ucs_icon);
-        report.AddInt("snap_mode", v.snap_mode);
-        report.AddInt("grid_mode", v.grid_mode);
-        report.AddInt("snap_style", v.snap_style);
-        report.AddInt("snap_isopair", v.snap_isopair);
-        AddPoint3(report, "center", v.center);
-        report.AddNumber("width", v.width);
-        report.AddNumber("height", v.height);
-        report.AddInt("eed_version", v.eed_version);
-        char application[sizeof v.eed_application + 1] = {};
-        std::memcpy(application, v.eed_application, sizeof v.eed_application);
-        report.AddText("eed_application", application);
-        report.AddInt("data_version", v.data_version);
-        report.AddInt("hidden_in_plot", v.hidden_in_plot);
-        std::string json = "[", text;
-        int16_t count = v.frozen_layer_count;
-        const int16_t *layers = v.frozen_layers;
-        for (int i = 0; layers && i < count; ++i) {
-            int16_t layer;
-            std::memcpy(&layer, layers + i, sizeof layer);
-            json += (i ? ", " : "") + std::to_string(layer);
-            text += (i ? ", " : "") + std::to_string(layer);
-        }
-        report.Add("frozen_layers", json + "]", text.empty() ? "(none)" : text);
+    case Print::kShorts:
+        AddShorts(report, field.key, ReadAt<const int16_t *>(at),
+                  ReadAt<int16_t>(part + field.count_offset));
         break;
     }
-    default:
-        break;
+}
+
+// The fields of the record's kind; a kind without a row prints none.
+void AddKind(Report &report, const CDB_ENTITY &r) {
+    for (const KindFields &kind : kKinds) {
+        if (kind.kind != r.entity_type)
+            continue;
+        const unsigned char *part = reinterpret_cast<const unsigned char *>(&r) + kind.part_offset;
+        for (size_t i = 0; i < kind.count; ++i)
+            AddField(report, kind.fields[i], part);
+        return;
     }
 }
 
@@ -446,13 +524,6 @@ int DumpNavigate(const Output &out, int16_t h) {
     return 0;
 }
 
-int Refused(const char *file, int16_t code) {
-    char message[64] = {};
-    CDBGetErrorMessage(code, message, sizeof message - 1);
-    std::fprintf(stderr, "velko: %s: %s (%d)\n", file, message, code);
-    return 1;
-}
-
 } // namespace
 
 int RunDump(int argc, char **argv) {
@@ -471,14 +542,11 @@ int RunDump(int argc, char **argv) {
         } else if (!file && argv[i][0] != '-') {
             file = argv[i];
         } else {
-            std::fputs(Usage(), stderr);
-            return 2;
+            return WrongUsage(Usage());
         }
     }
-    if (!file) {
-        std::fputs(Usage(), stderr);
-        return 2;
-    }
+    if (!file)
+        return WrongUsage(Usage());
     int16_t h = CDBStartFileReading(file, nullptr);
     if (h == CDB_FAIL)
         return Refused(file, CDBGetErrorNumber(CDB_FAIL));

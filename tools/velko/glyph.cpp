@@ -1,6 +1,7 @@
 // velko glyph: the outline of one character of a TrueType font, as the library's font
 // functions deliver it: each glyph record with its placement, its contours' end points
 // and its points, and the advance width.
+#include "command_support.h"
 #include "commands.h"
 #include "json_writer.h"
 #include "velkow32.h"
@@ -166,15 +167,12 @@ int RunGlyph(int argc, char **argv) {
         } else if (!character) {
             character = argv[i];
         } else {
-            std::fputs(kUsage, stderr);
-            return 2;
+            return WrongUsage(kUsage);
         }
     }
     uint16_t code = 0;
-    if (!font || !character || !ParseChar(character, &code)) {
-        std::fputs(kUsage, stderr);
-        return 2;
-    }
+    if (!font || !character || !ParseChar(character, &code))
+        return WrongUsage(kUsage);
 
     int16_t h = InitFont(0, font);
     if (h < 0) {

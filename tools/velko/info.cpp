@@ -1,5 +1,6 @@
 // velko info: what kind of drawing a file is, its tables, its main header variables and
 // its external references.
+#include "command_support.h"
 #include "commands.h"
 #include "interface/tool_support.h"
 #include "json_writer.h"
@@ -13,18 +14,7 @@
 
 namespace {
 
-const char *KindName(int32_t kind) {
-    switch (kind) {
-    case CDB_FILE_DWG:
-        return "DWG";
-    case CDB_FILE_BINARY_DXF:
-        return "binary DXF";
-    case CDB_FILE_TEXT_DXF:
-        return "ASCII DXF";
-    default:
-        return "unknown";
-    }
-}
+const char kUsage[] = "usage: velko info FILE [--json]\n";
 
 struct TableCounter {
     const char *name;
@@ -158,14 +148,6 @@ void PrintXrefs(const std::vector<Xref> &xrefs) {
                     x.found ? "found" : "missing");
 }
 
-int Refused(const char *file) {
-    char message[64] = {};
-    int16_t code = CDBGetErrorNumber(CDB_FAIL);
-    CDBGetErrorMessage(code, message, sizeof message - 1);
-    std::fprintf(stderr, "velko: %s: %s (%d)\n", file, message, code);
-    return 1;
-}
-
 } // namespace
 
 int RunInfo(int argc, char **argv) {
@@ -177,21 +159,18 @@ int RunInfo(int argc, char **argv) {
         } else if (!file && argv[i][0] != '-') {
             file = argv[i];
         } else {
-            std::fprintf(stderr, "usage: velko info FILE [--json]\n");
-            return 2;
+            return WrongUsage(kUsage);
         }
     }
-    if (!file) {
-        std::fprintf(stderr, "usage: velko info FILE [--json]\n");
-        return 2;
-    }
+    if (!file)
+        return WrongUsage(kUsage);
 
     CDB_FILE_INFO info;
     std::memset(&info, 0, sizeof info);
     const bool sniffed = CDBGetDrawingFileInfo(file, &info) == 0;
     int16_t h = CDBStartFileReading(file, nullptr);
     if (h == CDB_FAIL)
-        return Refused(file);
+        return Refused(file, CDBGetErrorNumber(CDB_FAIL));
     if (!sniffed) {
         // The sniff looks for the version as text in the first bytes, where a binary DXF
         // keeps it behind the zero byte of its sentinel (and a text DXF may keep it further
@@ -206,7 +185,7 @@ int RunInfo(int argc, char **argv) {
 
     Report report;
     report.AddText("file", file);
-    report.AddText("kind", KindName(info.file_kind));
+    report.AddText("kind", FileKindName(info.file_kind));
     report.AddText("version", info.version);
     report.AddInt("release", CDBGetAutoCADVersion(h));
 

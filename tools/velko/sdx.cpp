@@ -1,6 +1,7 @@
 // velko sdx: builds a control-shape index (SDX) that holds several shape files and big
 // fonts, for the shape table to fall back on when a drawing's font is nowhere on disk. The
 // index is laid out by the library; the tool names each font after its file.
+#include "command_support.h"
 #include "commands.h"
 #include "interface/tool_support.h"
 
@@ -15,8 +16,7 @@ using tool_support::ShapeIndexOutcome;
 using tool_support::ShapeIndexStatus;
 
 int Usage() {
-    std::fprintf(stderr, "usage: velko sdx OUT.SDX FILE.SHX...\n");
-    return 2;
+    return WrongUsage("usage: velko sdx OUT.SDX FILE.SHX...\n");
 }
 
 // The index name of a file: its base name without the extension, upper-cased.

@@ -1,5 +1,6 @@
 // velko shapes: the shapes of a compiled shape file (SHX) as the library loads it: number,
 // name, data length and width of each. A big font lists number, name and data length.
+#include "command_support.h"
 #include "commands.h"
 #include "interface/tool_support.h"
 #include "json_writer.h"
@@ -12,8 +13,7 @@
 namespace {
 
 int Usage() {
-    std::fprintf(stderr, "usage: velko shapes FILE.SHX [--json]\n");
-    return 2;
+    return WrongUsage("usage: velko shapes FILE.SHX [--json]\n");
 }
 
 using tool_support::ListedShape;

@@ -1,4 +1,5 @@
 // velko shx compile: compiles the text form of shape definitions into a shape file (SHX).
+#include "command_support.h"
 #include "commands.h"
 #include "shapec/shape_compiler.h"
 
@@ -14,9 +15,8 @@ namespace {
 const size_t kMaxSourceSize = 64u << 20;
 
 int Usage() {
-    std::fprintf(stderr, "usage: velko shx compile IN.SHP OUT.SHX [--unifont | --bigfont RANGES] "
-                         "[--keep-order]\n");
-    return 2;
+    return WrongUsage("usage: velko shx compile IN.SHP OUT.SHX [--unifont | --bigfont RANGES] "
+                      "[--keep-order]\n");
 }
 
 bool ReadText(const char *path, std::string *text) {
