@@ -30,3 +30,12 @@ CLibDrawing *LookupDrawing(int16_t handle) {
     g_LastError = lib ? 0 : CDB_ERR_INVALID_DRAWING_HANDLE;
     return lib;
 }
+
+CLibDrawing *LookupDrawingWith(int16_t handle, const void *argument) {
+    CLibDrawing *lib = LookupDrawing(handle);
+    if (lib && !argument) {
+        lib->SetError(CDB_ERR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    return lib;
+}
