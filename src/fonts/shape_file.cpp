@@ -156,6 +156,11 @@ bool LoadUnifont(CDrawingFile &file, CShapeFile &font) {
     return ReadShapes(file, rows, font);
 }
 
+// Opens `path` and reads its first `size` bytes, the header line, into `header`.
+bool OpenWithHeader(CDrawingFile &file, const std::string &path, char *header, uint32_t size) {
+    return file.Open(path.c_str(), kDrawingFileRead) && ReadShapeBytes(file, 0, header, size);
+}
+
 } // namespace
 
 bool ReadShapeBytes(CDrawingFile &file, uint32_t offset, void *dest, uint32_t size) {
@@ -202,11 +207,9 @@ const ShapeEntry *CShapeFile::Entry(int number) const {
 
 std::unique_ptr<CShapeFile> CShapeFile::Load(const std::string &path) {
     CDrawingFile file;
-    if (!file.Open(path.c_str(), kDrawingFileRead))
-        return nullptr;
     // The first line, compared byte for byte over 21 bytes.
     char header[kHeaderBytes + 1] = {};
-    if (!ReadShapeBytes(file, 0, header, kHeaderBytes))
+    if (!OpenWithHeader(file, path, header, kHeaderBytes))
         return nullptr;
     auto font = std::make_unique<CShapeFile>();
     if (std::memcmp(header, kShapes11Header, kHeaderBytes) == 0)
@@ -226,11 +229,9 @@ std::unique_ptr<CShapeFile> CShapeFile::Load(const std::string &path) {
 
 std::unique_ptr<BigFont> CShapeFile::LoadBigFont(const std::string &path) {
     CDrawingFile file;
-    if (!file.Open(path.c_str(), kDrawingFileRead))
-        return nullptr;
     // 23 bytes are read; the 22 of the header text are compared, the line end is not.
     char header[kBigFontHeaderBytes + 1] = {};
-    if (!ReadShapeBytes(file, 0, header, kBigFontHeaderBytes))
+    if (!OpenWithHeader(file, path, header, kBigFontHeaderBytes))
         return nullptr;
     if (std::memcmp(header, kBigFontHeader, sizeof kBigFontHeader - 1) != 0)
         return nullptr;

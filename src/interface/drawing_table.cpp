@@ -33,9 +33,7 @@ CLibDrawing *LookupDrawing(int16_t handle) {
 
 CLibDrawing *LookupDrawingWith(int16_t handle, const void *argument) {
     CLibDrawing *lib = LookupDrawing(handle);
-    if (lib && !argument) {
+    if (lib && !argument)
         lib->SetError(CDB_ERR_INVALID_PARAMETER);
-        return nullptr;
-    }
-    return lib;
+    return argument ? lib : nullptr;
 }

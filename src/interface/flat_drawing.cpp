@@ -31,15 +31,18 @@ CBaseDrawing *EditDrawing(int16_t h) {
     return ReadDrawing(h);
 }
 
-// The drawing of a read call whose `argument` must be given: null when the handle is not a
-// drawing's, or when the argument is missing ("invalid parameter" then stored in it).
-CBaseDrawing *ReadDrawingWith(int16_t h, const void *argument) {
-    CBaseDrawing *d = ReadDrawing(h);
+// Where a call that lacks its argument stores "invalid parameter".
+enum class ErrorSlot { kDrawing, kLibrary };
+
+// `d` when the call's `argument` is given; otherwise null, with the code stored in `slot`.
+CBaseDrawing *Requiring(CBaseDrawing *d, const void *argument, ErrorSlot slot) {
     if (d && !argument) {
-        d->SetError(CDB_ERR_INVALID_PARAMETER);
-        return nullptr;
+        if (slot == ErrorSlot::kDrawing)
+            d->SetError(CDB_ERR_INVALID_PARAMETER);
+        else
+            d->Lib()->SetError(CDB_ERR_INVALID_PARAMETER);
     }
-    return d;
+    return argument ? d : nullptr;
 }
 
 // A shape lookup's length, where a shape the drawing lacks counts 0.
@@ -135,14 +138,8 @@ int16_t CDBBlockAdd(int16_t h, CDB_STARTBLOCK_ENTITY_type *block) {
     return Forward(EditDrawing(h), &CBaseDrawing::BlockAdd, block);
 }
 int16_t CDBBlockDefault(int16_t h, CDB_STARTBLOCK_ENTITY_type *block) {
-    CBaseDrawing *d = EditDrawing(h);
-    if (!d)
-        return CDB_FAIL;
-    if (!block) {
-        d->Lib()->SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
-    return d->BlockDefault(block);
+    return Forward(Requiring(EditDrawing(h), block, ErrorSlot::kLibrary),
+                   &CBaseDrawing::BlockDefault, block);
 }
 // A name that is taken (-5 from the drawing) is a failure here.
 int16_t CDBBlockModify(int16_t h, int16_t index, CDB_STARTBLOCK_ENTITY_type *block) {
@@ -280,10 +277,12 @@ int16_t CDBEEDGetNextAppid(int16_t h, CDB_EED_type *cursor) {
     return Forward(ReadDrawing(h), &CBaseDrawing::GetNextAppid, cursor);
 }
 int16_t CDBEEDGetFirstValue(int16_t h, CDB_EED_type *cursor, CDB_EED_VALUES *value) {
-    return Forward(ReadDrawingWith(h, cursor), &CBaseDrawing::GetFirstValue, cursor, value);
+    return Forward(Requiring(ReadDrawing(h), cursor, ErrorSlot::kDrawing),
+                   &CBaseDrawing::GetFirstValue, cursor, value);
 }
 int16_t CDBEEDGetNextValue(int16_t h, CDB_EED_type *cursor, CDB_EED_VALUES *value) {
-    return Forward(ReadDrawingWith(h, cursor), &CBaseDrawing::GetNextValue, cursor, value);
+    return Forward(Requiring(ReadDrawing(h), cursor, ErrorSlot::kDrawing),
+                   &CBaseDrawing::GetNextValue, cursor, value);
 }
 
 // ---- Header variables -------------------------------------------------------------------
@@ -313,14 +312,8 @@ int16_t CDBSetVariableValue(int16_t h, const char *name, CDB_VAR_VALUE_type *val
 // ---- Entity edit and saving -------------------------------------------------------------
 
 int16_t CDBEntityDefault(int16_t h, CDB_ENTITY *entity, int16_t type) {
-    CBaseDrawing *d = ReadDrawing(h);
-    if (!d)
-        return CDB_FAIL;
-    if (!entity) {
-        d->Lib()->SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
-    return d->EntityDefault(entity, type);
+    return Forward(Requiring(ReadDrawing(h), entity, ErrorSlot::kLibrary),
+                   &CBaseDrawing::EntityDefault, entity, type);
 }
 int32_t CDBEntityAdd(int16_t h, int16_t block, CDB_ENTITY *entity) {
     return Forward(EditDrawing(h), &CBaseDrawing::EntityAdd, block, entity);

@@ -104,6 +104,14 @@ void CListDrawing::SetAside(CModelEntity *entity) {
     removed_entities.emplace_back(entity);
 }
 
+bool CListDrawing::ReadyForRecord(const CDB_ENTITY *entity) {
+    if (!entity) {
+        SetError(CDB_ERR_INVALID_PARAMETER);
+        return false;
+    }
+    return TriggerLoading();
+}
+
 std::unique_ptr<CModelEntity> CListDrawing::ObjectOf(const CDB_ENTITY &record) {
     std::unique_ptr<CModelEntity> object(MakeEntity(record.entity_type));
     if (!object) {
@@ -124,11 +132,7 @@ short CListDrawing::TakeOut(CEntityList &list, int position) {
 }
 
 int32_t CListDrawing::EntityAdd(short block, CDB_ENTITY *entity) {
-    if (!entity) {
-        SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
-    if (!TriggerLoading())
+    if (!ReadyForRecord(entity))
         return CDB_FAIL;
     if (!CheckSequence(entity->entity_type))
         return CDB_FAIL;
@@ -145,11 +149,7 @@ int32_t CListDrawing::EntityAdd(short block, CDB_ENTITY *entity) {
 }
 
 short CListDrawing::EntityModify(int32_t id, CDB_ENTITY *entity) {
-    if (!entity) {
-        SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
-    if (!TriggerLoading())
+    if (!ReadyForRecord(entity))
         return CDB_FAIL;
     uint16_t position = 0;
     int16_t block = 0;
