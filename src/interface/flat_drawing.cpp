@@ -20,17 +20,6 @@ void FreeBlockCopies(CDB_STARTBLOCK_ENTITY_type *block) {
     FreeOwnedTexts(*FindEntityKind(CDB_BLOCK), block);
 }
 
-CBaseDrawing *ReadDrawing(int16_t h) {
-    CLibDrawing *lib = LookupDrawing(h);
-    return lib ? lib->Drawing() : nullptr;
-}
-
-// The edit side clears the global code before the lookup.
-CBaseDrawing *EditDrawing(int16_t h) {
-    g_LastError = 0;
-    return ReadDrawing(h);
-}
-
 // Where a call that lacks its argument stores "invalid parameter".
 enum class ErrorSlot { kDrawing, kLibrary };
 

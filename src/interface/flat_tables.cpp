@@ -66,13 +66,6 @@ int16_t TableFind(int16_t h, const char *name, const TableSlots<Rec> &slots) {
     return CDB_FAIL;
 }
 
-// The edit side clears the global code before the lookup.
-CBaseDrawing *EditDrawing(int16_t h) {
-    g_LastError = 0;
-    CLibDrawing *lib = LookupDrawing(h);
-    return lib ? lib->Drawing() : nullptr;
-}
-
 const TableSlots<CDB_BLOCK_TBL> kBlockSlots = {
     &CBaseDrawing::GetBlockTableCount, &CBaseDrawing::GetBlockTable, CDB_ERR_BLOCK_NOT_FOUND};
 const TableSlots<CDB_LAYER_TBL_type> kLayerSlots = {
