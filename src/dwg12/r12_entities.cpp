@@ -82,31 +82,19 @@ int16_t ResolveBlockName(CR12Drawing *drawing, const std::string &name) {
 }
 } // namespace
 
-CDB_ENTITY *CR12Insert::GetResolvedRecord() {
+CDB_ENTITY *CR12BlockReference::GetResolvedRecord() {
     if (record && drawing && named)
-        record->insert.block_index = ResolveBlockName(drawing, block_name);
+        BlockIndex(*record) = ResolveBlockName(drawing, block_name);
     return record;
 }
 
-void CR12Insert::GetRecord(CDB_ENTITY *out) {
-    GetResolvedRecord();
-    CR12PlainEntity::GetRecord(out);
-}
-
-CDB_ENTITY *CR12Dimension::GetResolvedRecord() {
-    if (record && drawing && named)
-        record->dimension.block_index = ResolveBlockName(drawing, block_name);
-    return record;
-}
-
-void CR12Dimension::GetRecord(CDB_ENTITY *out) {
+void CR12BlockReference::GetRecord(CDB_ENTITY *out) {
     GetResolvedRecord();
     CR12PlainEntity::GetRecord(out);
 }
 
 void CR12Dimension::KeepBlockName(const char *name) {
-    block_name = name;
-    named = true;
+    CR12BlockReference::KeepBlockName(name);
     if (record)
         record->dimension.block_index = 0;
 }

@@ -195,9 +195,8 @@ public:
 
 // Insert and dimension know their block by index; a name kept by the DXF road is looked up
 // in the block table by GetResolvedRecord (-1 plus the block base when it is not there).
-class CR12Insert : public CR12PlainEntity {
+class CR12BlockReference : public CR12PlainEntity {
 public:
-    explicit CR12Insert(CR12Drawing *drawing) : CR12PlainEntity(drawing, 14) {}
     CDB_ENTITY *GetResolvedRecord() override;
     void GetRecord(CDB_ENTITY *out) override;
     // A record taken in names its block by index: a name kept from a DXF file is dropped.
@@ -206,25 +205,31 @@ public:
     bool named = false;
 
 protected:
+    CR12BlockReference(CR12Drawing *drawing, int16_t code) : CR12PlainEntity(drawing, code) {}
     void KeepBlockName(const char *name) override {
         block_name = name;
         named = true;
     }
+    // The record's field that holds the block index.
+    virtual int16_t &BlockIndex(CDB_ENTITY &of) const = 0;
+};
+
+class CR12Insert : public CR12BlockReference {
+public:
+    explicit CR12Insert(CR12Drawing *drawing) : CR12BlockReference(drawing, 14) {}
+
+protected:
+    int16_t &BlockIndex(CDB_ENTITY &of) const override { return of.insert.block_index; }
 };
 
 // Group 2 of a dimension also clears the block index until the name is looked up.
-class CR12Dimension : public CR12PlainEntity {
+class CR12Dimension : public CR12BlockReference {
 public:
-    explicit CR12Dimension(CR12Drawing *drawing) : CR12PlainEntity(drawing, 23) {}
-    CDB_ENTITY *GetResolvedRecord() override;
-    void GetRecord(CDB_ENTITY *out) override;
-    // As the insert's: the block is the record's index.
-    void SetRecord(const CDB_ENTITY *in) override;
-    std::string block_name;
-    bool named = false;
+    explicit CR12Dimension(CR12Drawing *drawing) : CR12BlockReference(drawing, 23) {}
 
 protected:
     void KeepBlockName(const char *name) override;
+    int16_t &BlockIndex(CDB_ENTITY &of) const override { return of.dimension.block_index; }
 };
 
 // A viewport entity also belongs to the drawing's chain of viewports. Its view stands in

@@ -46,13 +46,7 @@ void CR12Entity::SetRecord(const CDB_ENTITY *in) {
         SetRecordText(record, offset, nullptr);
 }
 
-void CR12Insert::SetRecord(const CDB_ENTITY *in) {
-    CR12PlainEntity::SetRecord(in);
-    block_name.clear();
-    named = false;
-}
-
-void CR12Dimension::SetRecord(const CDB_ENTITY *in) {
+void CR12BlockReference::SetRecord(const CDB_ENTITY *in) {
     CR12PlainEntity::SetRecord(in);
     block_name.clear();
     named = false;

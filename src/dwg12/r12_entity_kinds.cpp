@@ -5,7 +5,7 @@
 #include "dwg12/r12_entities.h"
 #include "dwg12/r12_entity_layout.h"
 
-#include <array>
+#include <iterator>
 #include <cstring>
 #include <vector>
 
@@ -48,27 +48,10 @@ constexpr R12EntityKind kKinds[] = {
 };
 // clang-format on
 
-constexpr size_t kKindCount = sizeof(kKinds) / sizeof(kKinds[0]);
+static_assert(CodesAscend(kKinds), "the kinds stand in ascending order of code, each once");
 
-constexpr bool AscendingCodes() {
-    for (size_t i = 1; i < kKindCount; ++i)
-        if (kKinds[i - 1].code >= kKinds[i].code)
-            return false;
-    return true;
-}
-static_assert(AscendingCodes(), "the kinds stand in ascending order of code, each once");
-
-// The direct index by code: the row's place + 1, 0 for no kind.
-constexpr int kIndexedCodes = CDB_VIEWPORT + 1;
-using Index = std::array<uint8_t, kIndexedCodes>;
-
-constexpr Index MakeIndex() {
-    Index index{};
-    for (size_t i = 0; i < kKindCount; ++i)
-        index[size_t(kKinds[i].code)] = static_cast<uint8_t>(i + 1);
-    return index;
-}
-constexpr Index kIndex = MakeIndex();
+// The direct index of every release 12 code.
+constexpr CodeIndex<CDB_VIEWPORT + 1> kIndex = MakeCodeIndex<CDB_VIEWPORT + 1>(kKinds);
 
 // One name that the DXF reader dispatches, and where to.
 struct DispatchName {
@@ -98,13 +81,11 @@ std::vector<DispatchName> GatherDispatchNames() {
 } // namespace
 
 R12EntityKindRange AllR12EntityKinds() {
-    return {kKinds, kKinds + kKindCount};
+    return {std::begin(kKinds), std::end(kKinds)};
 }
 
 const R12EntityKind *FindR12EntityKind(int code) {
-    if (code < 0 || code >= kIndexedCodes || kIndex[size_t(code)] == 0)
-        return nullptr;
-    return &kKinds[kIndex[size_t(code)] - 1];
+    return FindRowByCode(kKinds, kIndex, code);
 }
 
 CR12Entity *MakeR12Entity(CR12Drawing *drawing, int code) {

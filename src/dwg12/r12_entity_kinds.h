@@ -47,15 +47,7 @@ struct R12EntityKind {
     const EntityKind &Facts() const { return *FindEntityKind(code); }
 };
 
-// A range over rows, for range-for.
-struct R12EntityKindRange {
-    const R12EntityKind *first;
-    const R12EntityKind *last;
-
-    const R12EntityKind *begin() const { return first; }
-    const R12EntityKind *end() const { return last; }
-    size_t size() const { return static_cast<size_t>(last - first); }
-};
+using R12EntityKindRange = RowRange<R12EntityKind>;
 
 // Every release 12 kind, in ascending order of code.
 R12EntityKindRange AllR12EntityKinds();

@@ -100,12 +100,8 @@ bool ReadShapes(CDrawingFile &file, const std::vector<Row> &rows, CShapeFile &fo
 // Shapes 1.0 and 1.1: a count, a directory of number and length, then the data in
 // directory order.
 bool LoadShapes(CDrawingFile &file, CShapeFile &font) {
-    uint8_t count_bytes[2];
-    if (!ReadShapeBytes(file, CShapeFile::kShapesCountOffset, count_bytes, 2))
-        return false;
     int16_t count = 0;
-    ReadValueAt(count_bytes, sizeof count_bytes, 0, count);
-    if (count < 0)
+    if (!ReadShapeValues(file, CShapeFile::kShapesCountOffset, count) || count < 0)
         return false;
     const uint64_t directory_size = uint64_t(count) * 4;
     if (CShapeFile::kShapesDirectoryOffset + directory_size > file.Length())
@@ -132,12 +128,8 @@ bool LoadShapes(CDrawingFile &file, CShapeFile &font) {
 // Unifont: a count and then each shape inline, number and length before its data. The walk
 // learns the offsets, the sort puts the directory in order of numbers.
 bool LoadUnifont(CDrawingFile &file, CShapeFile &font) {
-    uint8_t count_bytes[2];
-    if (!ReadShapeBytes(file, CShapeFile::kUnifontCountOffset, count_bytes, 2))
-        return false;
     int16_t count = 0;
-    ReadValueAt(count_bytes, sizeof count_bytes, 0, count);
-    if (count < 0)
+    if (!ReadShapeValues(file, CShapeFile::kUnifontCountOffset, count) || count < 0)
         return false;
     // Every shape takes at least its four bytes of number and length.
     if (CShapeFile::kUnifontShapesOffset + uint64_t(count) * 4 > file.Length())
@@ -162,6 +154,11 @@ bool LoadUnifont(CDrawingFile &file, CShapeFile &font) {
     font.data_offset = rows.empty() ? CShapeFile::kUnifontShapesOffset + 4 : rows[0].offset;
     SelectionSort(rows);
     return ReadShapes(file, rows, font);
+}
+
+// Opens `path` and reads its first `size` bytes, the header line, into `header`.
+bool OpenWithHeader(CDrawingFile &file, const std::string &path, char *header, uint32_t size) {
+    return file.Open(path.c_str(), kDrawingFileRead) && ReadShapeBytes(file, 0, header, size);
 }
 
 } // namespace
@@ -210,11 +207,9 @@ const ShapeEntry *CShapeFile::Entry(int number) const {
 
 std::unique_ptr<CShapeFile> CShapeFile::Load(const std::string &path) {
     CDrawingFile file;
-    if (!file.Open(path.c_str(), kDrawingFileRead))
-        return nullptr;
     // The first line, compared byte for byte over 21 bytes.
     char header[kHeaderBytes + 1] = {};
-    if (!ReadShapeBytes(file, 0, header, kHeaderBytes))
+    if (!OpenWithHeader(file, path, header, kHeaderBytes))
         return nullptr;
     auto font = std::make_unique<CShapeFile>();
     if (std::memcmp(header, kShapes11Header, kHeaderBytes) == 0)
@@ -234,34 +229,35 @@ std::unique_ptr<CShapeFile> CShapeFile::Load(const std::string &path) {
 
 std::unique_ptr<BigFont> CShapeFile::LoadBigFont(const std::string &path) {
     CDrawingFile file;
-    if (!file.Open(path.c_str(), kDrawingFileRead))
-        return nullptr;
     // 23 bytes are read; the 22 of the header text are compared, the line end is not.
     char header[kBigFontHeaderBytes + 1] = {};
-    if (!ReadShapeBytes(file, 0, header, kBigFontHeaderBytes))
+    if (!OpenWithHeader(file, path, header, kBigFontHeaderBytes))
         return nullptr;
     if (std::memcmp(header, kBigFontHeader, sizeof kBigFontHeader - 1) != 0)
         return nullptr;
-    uint8_t counts[4];
-    if (!ReadShapeBytes(file, kBigFontCountOffset, counts, 4))
-        return nullptr;
+    static_assert(kBigFontRangeCountOffset == kBigFontCountOffset + 2,
+                  "the range count follows the shape count");
+    return ReadBigFontTables(file, kBigFontCountOffset, path);
+}
+
+std::unique_ptr<BigFont> ReadBigFontTables(CDrawingFile &file, uint32_t offset,
+                                           const std::string &file_name) {
     int16_t shape_count = 0;
     int16_t range_count = 0;
-    ByteReader count_fields(counts, sizeof counts);
-    count_fields.I16(shape_count);
-    count_fields.I16(range_count);
-    if (shape_count < 0 || range_count < 0)
+    if (!ReadShapeValues(file, offset, shape_count, range_count) || shape_count < 0 ||
+        range_count < 0)
         return nullptr;
-    const uint32_t ranges_offset = kBigFontRangeCountOffset + 2;
+    const uint64_t ranges_offset = uint64_t(offset) + 4;
     const uint64_t ranges_size = uint64_t(range_count) * 2;
     const uint64_t shapes_size = uint64_t(shape_count) * 8;
     if (ranges_offset + ranges_size + shapes_size > file.Length())
         return nullptr;
     std::vector<uint8_t> bytes(static_cast<size_t>(ranges_size + shapes_size));
-    if (!ReadShapeBytes(file, ranges_offset, bytes.data(), static_cast<uint32_t>(bytes.size())))
+    if (!ReadShapeBytes(file, static_cast<uint32_t>(ranges_offset), bytes.data(),
+                        static_cast<uint32_t>(bytes.size())))
         return nullptr;
     auto font = std::make_unique<BigFont>();
-    font->file_name = path;
+    font->file_name = file_name;
     font->ranges.resize(static_cast<size_t>(range_count));
     for (size_t i = 0; i < font->ranges.size(); ++i) {
         font->ranges[i].low = bytes[i * 2];
@@ -272,13 +268,13 @@ std::unique_ptr<BigFont> CShapeFile::LoadBigFont(const std::string &path) {
     for (auto &shape : font->shapes) {
         uint16_t id = 0;
         uint16_t length = 0;
-        uint32_t offset = 0;
+        uint32_t offset_in_file = 0;
         entries.U16(id);
         entries.U16(length);
-        entries.U32(offset);
+        entries.U32(offset_in_file);
         shape.shape_id = id;
         shape.data_length = length;
-        shape.data_offset = offset;
+        shape.data_offset = offset_in_file;
     }
     return font;
 }

@@ -3,6 +3,8 @@
 #ifndef VELKO_SHAPE_FILE_H
 #define VELKO_SHAPE_FILE_H
 
+#include "io/byte_reader.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -106,8 +108,26 @@ size_t ShapeNameLength(const std::vector<uint8_t> &data);
 // opened or the data lie outside it.
 bool ReadBigFontShape(const BigFont &font, size_t index, std::vector<uint8_t> *data);
 
+// Reads the tables of a big font that start at `offset` of `file`: the shape count and the
+// range count (i16 each), the escape ranges (low and high byte each), then a row of 8
+// bytes a shape (number, data length, data offset). The shapes' data stay in the file named
+// `file_name`. Null when a count is negative or the tables do not fit in the file.
+std::unique_ptr<BigFont> ReadBigFontTables(CDrawingFile &file, uint32_t offset,
+                                           const std::string &file_name);
+
 // Reads exactly `size` bytes at `offset`; false when the file ends before them.
 bool ReadShapeBytes(CDrawingFile &file, uint32_t offset, void *dest, uint32_t size);
+
+// Reads the little-endian values that stand one behind the other from `offset` on; false,
+// with the values not all set, when the file ends before them.
+template <typename... Values>
+bool ReadShapeValues(CDrawingFile &file, uint32_t offset, Values &...values) {
+    uint8_t bytes[(sizeof(Values) + ...)];
+    if (!ReadShapeBytes(file, offset, bytes, sizeof bytes))
+        return false;
+    ByteReader fields(bytes, sizeof bytes);
+    return (fields.Read(values) && ...);
+}
 
 // How far the width follows an arc.
 enum class ArcReach {

@@ -80,13 +80,11 @@ int CShapeIndex::Open(const std::string &index_path) {
         MakeUnusable();
         return 0;
     }
-    uint8_t count_bytes[2];
-    if (!ReadAt(kCountOffset, count_bytes, 2)) {
+    int16_t count = 0;
+    if (!ReadShapeValues(file, kCountOffset, count)) {
         MakeUnusable();
         return 0;
     }
-    int16_t count = 0;
-    ReadValueAt(count_bytes, sizeof count_bytes, 0, count);
     const uint64_t directory_size = uint64_t(count < 0 ? 0 : count) * kEntrySize;
     if (count < 0 || kDirectoryOffset + directory_size > file.Length()) {
         MakeUnusable();
@@ -127,20 +125,22 @@ int CShapeIndex::Lookup(const char *name) const {
     return 0;
 }
 
-std::unique_ptr<CShapeFile> CShapeIndex::LoadShapeFile(int index) {
+const CShapeIndex::Entry *CShapeIndex::EntryOfKind(int index, int16_t kind) const {
     if (!usable || index < 0 || size_t(index) >= entries.size())
         return nullptr;
     const Entry &entry = entries[static_cast<size_t>(index)];
-    if (entry.kind != kShapeFileKind)
+    return entry.kind == kind ? &entry : nullptr;
+}
+
+std::unique_ptr<CShapeFile> CShapeIndex::LoadShapeFile(int index) {
+    const Entry *found = EntryOfKind(index, kShapeFileKind);
+    if (!found)
         return nullptr;
-    uint8_t head[4];
-    if (!ReadAt(entry.offset, head, 4))
-        return nullptr;
+    const Entry &entry = *found;
     int16_t head_max_id = 0;
     int16_t head_highest_row = 0;
-    ByteReader head_fields(head, sizeof head);
-    head_fields.I16(head_max_id);
-    head_fields.I16(head_highest_row);
+    if (!ReadShapeValues(file, entry.offset, head_max_id, head_highest_row))
+        return nullptr;
     int max_id = head_max_id;
     const int highest_row = head_highest_row;
     // The direct table holds at most 256 entries.
@@ -169,21 +169,15 @@ std::unique_ptr<CShapeFile> CShapeIndex::LoadShapeFile(int index) {
     for (size_t k = 0; k < row_count; ++k) {
         uint32_t at = 0;
         row_offsets.U32(at);
-        uint8_t number_bytes[2];
-        if (!ReadAt(at, number_bytes, 2))
-            return nullptr;
         int16_t number = 0;
-        ReadValueAt(number_bytes, sizeof number_bytes, 0, number);
+        if (!ReadShapeValues(file, at, number))
+            return nullptr;
         if (number > 255)
             break;
-        uint8_t rest[10];
-        if (uint64_t(at) + 2 > file.Length() || !ReadAt(at + 2, rest, 10))
-            return nullptr;
         int16_t length = 0;
         double width = 0.0;
-        ByteReader rest_fields(rest, sizeof rest);
-        rest_fields.I16(length);
-        rest_fields.F64(width);
+        if (uint64_t(at) + 2 > file.Length() || !ReadShapeValues(file, at + 2, length, width))
+            return nullptr;
         if (length < 0 || uint64_t(at) + 12 + static_cast<uint64_t>(length) > file.Length())
             return nullptr;
         std::vector<uint8_t> data(static_cast<size_t>(length));
@@ -210,48 +204,8 @@ std::unique_ptr<CShapeFile> CShapeIndex::LoadShapeFile(int index) {
 }
 
 std::unique_ptr<BigFont> CShapeIndex::LoadBigFont(int index) {
-    if (!usable || index < 0 || size_t(index) >= entries.size())
+    const Entry *entry = EntryOfKind(index, kBigFontKind);
+    if (!entry || !file.IsOpen())
         return nullptr;
-    const Entry &entry = entries[static_cast<size_t>(index)];
-    if (entry.kind != kBigFontKind)
-        return nullptr;
-    uint8_t head[4];
-    if (!ReadAt(entry.offset, head, 4))
-        return nullptr;
-    int16_t shape_count = 0;
-    int16_t range_count = 0;
-    ByteReader counts(head, sizeof head);
-    counts.I16(shape_count);
-    counts.I16(range_count);
-    if (shape_count < 0 || range_count < 0)
-        return nullptr;
-    const uint64_t ranges_at = uint64_t(entry.offset) + 4;
-    const uint64_t size = uint64_t(range_count) * 2 + uint64_t(shape_count) * 8;
-    if (ranges_at + size > file.Length())
-        return nullptr;
-    std::vector<uint8_t> bytes(static_cast<size_t>(size));
-    if (!ReadAt(static_cast<uint32_t>(ranges_at), bytes.data(), static_cast<uint32_t>(size)))
-        return nullptr;
-    auto font = std::make_unique<BigFont>();
-    font->file_name = path;
-    font->ranges.resize(static_cast<size_t>(range_count));
-    for (size_t i = 0; i < font->ranges.size(); ++i) {
-        font->ranges[i].low = bytes[i * 2];
-        font->ranges[i].high = bytes[i * 2 + 1];
-    }
-    ByteReader shape_rows(bytes.data() + font->ranges.size() * 2,
-                          bytes.size() - font->ranges.size() * 2);
-    font->shapes.resize(static_cast<size_t>(shape_count));
-    for (auto &shape : font->shapes) {
-        uint16_t id = 0;
-        uint16_t length = 0;
-        uint32_t offset = 0;
-        shape_rows.U16(id);
-        shape_rows.U16(length);
-        shape_rows.U32(offset);
-        shape.shape_id = id;
-        shape.data_length = length;
-        shape.data_offset = offset;
-    }
-    return font;
+    return ReadBigFontTables(file, entry->offset, path);
 }

@@ -66,6 +66,9 @@ public:
     std::unique_ptr<BigFont> LoadBigFont(int index);
 
 private:
+    // The entry `index` when it is of `kind`; null for another kind, an index outside the
+    // directory, or an unusable index.
+    const Entry *EntryOfKind(int index, int16_t kind) const;
     bool ReadAt(uint32_t offset, void *dest, uint32_t size);
     void MakeUnusable();
 

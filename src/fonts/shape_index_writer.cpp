@@ -3,6 +3,7 @@
 
 #include "fonts/shape_file.h"
 #include "fonts/shape_index.h"
+#include "io/byte_writer.h"
 
 #include <cstring>
 #include <fstream>
@@ -21,28 +22,6 @@ constexpr size_t kMostRecords = 32768;
 // The most shapes, and the most escape ranges, of a big font's block: i16 counts.
 constexpr size_t kMostBigFontItems = 32767;
 
-void Put16(std::vector<uint8_t> &out, uint32_t v) {
-    out.push_back(static_cast<uint8_t>(v & 0xFF));
-    out.push_back(static_cast<uint8_t>((v >> 8) & 0xFF));
-}
-
-void Set16(std::vector<uint8_t> &out, size_t at, uint32_t v) {
-    out[at] = static_cast<uint8_t>(v & 0xFF);
-    out[at + 1] = static_cast<uint8_t>((v >> 8) & 0xFF);
-}
-
-void Set32(std::vector<uint8_t> &out, size_t at, uint32_t v) {
-    for (int i = 0; i < 4; ++i)
-        out[at + i] = static_cast<uint8_t>((v >> (8 * i)) & 0xFF);
-}
-
-void PutDouble(std::vector<uint8_t> &out, double d) {
-    uint64_t bits = 0;
-    std::memcpy(&bits, &d, sizeof bits);
-    for (int i = 0; i < 8; ++i)
-        out.push_back(static_cast<uint8_t>((bits >> (8 * i)) & 0xFF));
-}
-
 bool ReadFile(const std::string &path, std::vector<uint8_t> *bytes) {
     std::ifstream in(path, std::ios::binary);
     if (!in)
@@ -52,10 +31,10 @@ bool ReadFile(const std::string &path, std::vector<uint8_t> *bytes) {
 }
 
 // One shape record: number, length, width, data (name, NUL, codes).
-void PutRecord(std::vector<uint8_t> &out, uint16_t number, const std::vector<uint8_t> &data,
+void PutRecord(ByteWriter &out, uint16_t number, const std::vector<uint8_t> &data,
                bool with_width) {
-    Put16(out, number);
-    Put16(out, static_cast<uint32_t>(data.size()));
+    out.U16(number);
+    out.U16(static_cast<uint16_t>(data.size()));
     double width = 0;
     if (with_width) {
         size_t nul = 0;
@@ -64,8 +43,8 @@ void PutRecord(std::vector<uint8_t> &out, uint16_t number, const std::vector<uin
         if (nul < data.size())
             width = ShapeWidth(data.data() + nul + 1, data.size() - nul - 1);
     }
-    PutDouble(out, width);
-    out.insert(out.end(), data.begin(), data.end());
+    out.F64(width);
+    out.Bytes(data.data(), data.size());
 }
 
 // The block of a shape file: max_shape_id, M, M + 1 record offsets, the records. The
@@ -90,13 +69,14 @@ bool PutShapeFileBlock(std::vector<uint8_t> &out, const CShapeFile &file) {
     // Unifont shapes carry no width, as when the file itself is loaded.
     bool with_width = file.form != CShapeFile::Form::kUnifont;
 
-    Put16(out, static_cast<uint16_t>(file.max_shape_id));
-    Put16(out, static_cast<uint16_t>(static_cast<int16_t>(records.size()) - 1));
+    ByteWriter writer(out);
+    writer.U16(static_cast<uint16_t>(file.max_shape_id));
+    writer.U16(static_cast<uint16_t>(static_cast<int16_t>(records.size()) - 1));
     size_t offsets = out.size();
     out.resize(offsets + 4 * records.size(), 0);
     for (size_t i = 0; i < records.size(); ++i) {
-        Set32(out, offsets + 4 * i, static_cast<uint32_t>(out.size()));
-        PutRecord(out, records[i].number, *records[i].data, with_width);
+        writer.WriteAt(offsets + 4 * i, static_cast<uint32_t>(out.size()));
+        PutRecord(writer, records[i].number, *records[i].data, with_width);
     }
     return true;
 }
@@ -107,11 +87,12 @@ bool PutBigFontBlock(std::vector<uint8_t> &out, const BigFont &font,
                      const std::vector<uint8_t> &file) {
     if (font.shapes.size() > kMostBigFontItems || font.ranges.size() > kMostBigFontItems)
         return false;
-    Put16(out, static_cast<uint32_t>(font.shapes.size()));
-    Put16(out, static_cast<uint32_t>(font.ranges.size()));
+    ByteWriter writer(out);
+    writer.U16(static_cast<uint16_t>(font.shapes.size()));
+    writer.U16(static_cast<uint16_t>(font.ranges.size()));
     for (const BigFont::Range &r : font.ranges) {
-        out.push_back(r.low);
-        out.push_back(r.high);
+        writer.U8(r.low);
+        writer.U8(r.high);
     }
     size_t directory = out.size();
     out.resize(directory + 8 * font.shapes.size(), 0);
@@ -121,11 +102,10 @@ bool PutBigFontBlock(std::vector<uint8_t> &out, const BigFont &font,
         if (from > file.size() || s.data_length > file.size() - from)
             return false;
         size_t row = directory + 8 * i;
-        Set16(out, row, s.shape_id);
-        Set16(out, row + 2, s.data_length);
-        Set32(out, row + 4, static_cast<uint32_t>(out.size()));
-        out.insert(out.end(), file.begin() + static_cast<std::ptrdiff_t>(from),
-                   file.begin() + static_cast<std::ptrdiff_t>(from + s.data_length));
+        writer.WriteAt(row, s.shape_id);
+        writer.WriteAt(row + 2, s.data_length);
+        writer.WriteAt(row + 4, static_cast<uint32_t>(out.size()));
+        writer.Bytes(file.data() + from, s.data_length);
     }
     return true;
 }
@@ -134,7 +114,7 @@ bool PutBigFontBlock(std::vector<uint8_t> &out, const BigFont &font,
 
 CShapeIndexWriter::CShapeIndexWriter(size_t font_count) : font_count(font_count) {
     out.assign(CShapeIndex::kSignature, CShapeIndex::kSignature + CShapeIndex::kSignatureLength);
-    Put16(out, static_cast<uint32_t>(font_count));
+    ByteWriter(out).U16(static_cast<uint16_t>(font_count));
     out.resize(CShapeIndex::kDirectoryOffset + CShapeIndex::kEntrySize * font_count, 0);
 }
 
@@ -163,7 +143,8 @@ CShapeIndexWriter::Added CShapeIndexWriter::Add(const std::string &name, const s
     }
     const size_t entry = CShapeIndex::kDirectoryOffset + CShapeIndex::kEntrySize * added++;
     std::memcpy(&out[entry], name.data(), name.size());
-    Set16(out, entry + CShapeIndex::kNameSize, static_cast<uint16_t>(kind));
-    Set32(out, entry + CShapeIndex::kNameSize + 2, static_cast<uint32_t>(block));
+    ByteWriter writer(out);
+    writer.WriteAt(entry + CShapeIndex::kNameSize, kind);
+    writer.WriteAt(entry + CShapeIndex::kNameSize + 2, static_cast<uint32_t>(block));
     return Added::kAdded;
 }

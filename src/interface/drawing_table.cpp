@@ -30,3 +30,20 @@ CLibDrawing *LookupDrawing(int16_t handle) {
     g_LastError = lib ? 0 : CDB_ERR_INVALID_DRAWING_HANDLE;
     return lib;
 }
+
+CBaseDrawing *ReadDrawing(int16_t handle) {
+    CLibDrawing *lib = LookupDrawing(handle);
+    return lib ? lib->Drawing() : nullptr;
+}
+
+CBaseDrawing *EditDrawing(int16_t handle) {
+    g_LastError = 0;
+    return ReadDrawing(handle);
+}
+
+CLibDrawing *LookupDrawingWith(int16_t handle, const void *argument) {
+    CLibDrawing *lib = LookupDrawing(handle);
+    if (lib && !argument)
+        lib->SetError(CDB_ERR_INVALID_PARAMETER);
+    return argument ? lib : nullptr;
+}

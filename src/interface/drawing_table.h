@@ -25,5 +25,12 @@ extern CDrawingTable g_DrawingTable;
 // The first step of every flat function: the drawing under the handle, with g_LastError
 // set to 0 for a good handle and to -422 for a bad one.
 CLibDrawing *LookupDrawing(int16_t handle);
+// The drawing object under the handle, looked up as LookupDrawing does; null for a bad
+// handle. The edit side clears the global code before the lookup.
+CBaseDrawing *ReadDrawing(int16_t handle);
+CBaseDrawing *EditDrawing(int16_t handle);
+// LookupDrawing for a call whose `argument` must be given: null as well when it is missing,
+// with "invalid parameter" then stored in the drawing.
+CLibDrawing *LookupDrawingWith(int16_t handle, const void *argument);
 
 #endif

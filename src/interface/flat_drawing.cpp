@@ -20,15 +20,30 @@ void FreeBlockCopies(CDB_STARTBLOCK_ENTITY_type *block) {
     FreeOwnedTexts(*FindEntityKind(CDB_BLOCK), block);
 }
 
-CBaseDrawing *ReadDrawing(int16_t h) {
-    CLibDrawing *lib = LookupDrawing(h);
-    return lib ? lib->Drawing() : nullptr;
+// Where a call that lacks its argument stores "invalid parameter".
+enum class ErrorSlot { kDrawing, kLibrary };
+
+// `d` when the call's `argument` is given; otherwise null, with the code stored in `slot`.
+CBaseDrawing *Requiring(CBaseDrawing *d, const void *argument, ErrorSlot slot) {
+    if (d && !argument) {
+        if (slot == ErrorSlot::kDrawing)
+            d->SetError(CDB_ERR_INVALID_PARAMETER);
+        else
+            d->Lib()->SetError(CDB_ERR_INVALID_PARAMETER);
+    }
+    return argument ? d : nullptr;
 }
 
-// The edit side clears the global code before the lookup.
-CBaseDrawing *EditDrawing(int16_t h) {
-    g_LastError = 0;
-    return ReadDrawing(h);
+// A shape lookup's length, where a shape the drawing lacks counts 0.
+int16_t ShapeLength(int16_t length) {
+    return length == CDB_FAIL ? 0 : length;
+}
+
+// Calls `method` of drawing `d` (ReadDrawing's or EditDrawing's) with `args`: its result,
+// or -123 when there is no drawing.
+template <typename Method, typename... Args>
+int32_t Forward(CBaseDrawing *d, Method method, Args... args) {
+    return d ? static_cast<int32_t>((d->*method)(args...)) : CDB_FAIL;
 }
 
 int16_t Flag(int ok) {
@@ -44,15 +59,20 @@ bool Loaded(CBaseDrawing *drawing) {
     return drawing->EntityCount(-1) != CDB_FAIL;
 }
 
+// The drawing of handle `h`, loaded for a walk; null when the handle is no drawing's or the
+// load fails.
+CLibDrawing *LoadedDrawing(int16_t h) {
+    CLibDrawing *lib = LookupDrawing(h);
+    return lib && Loaded(lib->Drawing()) ? lib : nullptr;
+}
+
 // The viewport chain has a cursor of its own; the entity cursor does not move. The record
 // is read into a scratch record of the union's full size and copied out.
 int16_t ViewportStep(int16_t h, CDB_ENTITY *entity, bool first) {
-    CLibDrawing *lib = LookupDrawing(h);
+    CLibDrawing *lib = LoadedDrawing(h);
     if (!lib)
         return CDB_FAIL;
     CBaseDrawing *d = lib->Drawing();
-    if (!Loaded(d))
-        return CDB_FAIL;
     CDB_ENTITY scratch;
     std::memset(static_cast<void *>(&scratch), 0, sizeof scratch);
     int found = first ? d->GetFirstViewport(&scratch) : d->GetNextViewport(&scratch);
@@ -70,16 +90,13 @@ extern "C" {
 // ---- Blocks ---------------------------------------------------------------------------
 
 int16_t CDBGetFirstBlock(int16_t h, CDB_STARTBLOCK_ENTITY_type *block) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? d->GetFirstBlock(block) : CDB_FAIL;
+    return Forward(ReadDrawing(h), &CBaseDrawing::GetFirstBlock, block);
 }
 int16_t CDBGetNextBlock(int16_t h, CDB_STARTBLOCK_ENTITY_type *block) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? d->GetNextBlock(block) : CDB_FAIL;
+    return Forward(ReadDrawing(h), &CBaseDrawing::GetNextBlock, block);
 }
 int16_t CDBGetCurrentBlock(int16_t h, CDB_STARTBLOCK_ENTITY_type *block) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? d->GetCurrentBlock(block) : CDB_FAIL;
+    return Forward(ReadDrawing(h), &CBaseDrawing::GetCurrentBlock, block);
 }
 // The block walk's first block, then its next one `index` times; the walk's cursor stays
 // on that block. Only the last step fills the caller's record: the steps before it go to a
@@ -107,18 +124,11 @@ int16_t CDBBlockGet(int16_t h, int16_t index, CDB_STARTBLOCK_ENTITY_type *block)
     return status >= 0 ? CDB_OK : CDB_FAIL;
 }
 int16_t CDBBlockAdd(int16_t h, CDB_STARTBLOCK_ENTITY_type *block) {
-    CBaseDrawing *d = EditDrawing(h);
-    return d ? d->BlockAdd(block) : CDB_FAIL;
+    return Forward(EditDrawing(h), &CBaseDrawing::BlockAdd, block);
 }
 int16_t CDBBlockDefault(int16_t h, CDB_STARTBLOCK_ENTITY_type *block) {
-    CBaseDrawing *d = EditDrawing(h);
-    if (!d)
-        return CDB_FAIL;
-    if (!block) {
-        d->Lib()->SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
-    return d->BlockDefault(block);
+    return Forward(Requiring(EditDrawing(h), block, ErrorSlot::kLibrary),
+                   &CBaseDrawing::BlockDefault, block);
 }
 // A name that is taken (-5 from the drawing) is a failure here.
 int16_t CDBBlockModify(int16_t h, int16_t index, CDB_STARTBLOCK_ENTITY_type *block) {
@@ -144,20 +154,16 @@ int16_t CDBBlockDelete(int16_t h, int16_t index) {
 // ---- Entity walk ----------------------------------------------------------------------
 
 int16_t CDBEntityCount(int16_t h, int16_t block) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? d->EntityCount(block) : CDB_FAIL;
+    return Forward(ReadDrawing(h), &CBaseDrawing::EntityCount, block);
 }
 int32_t CDBFirstEntity(int16_t h, int16_t block) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? d->FirstEntity(block) : CDB_FAIL;
+    return Forward(ReadDrawing(h), &CBaseDrawing::FirstEntity, block);
 }
 int32_t CDBNextEntity(int16_t h) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? d->NextEntity() : CDB_FAIL;
+    return Forward(ReadDrawing(h), &CBaseDrawing::NextEntity);
 }
 int32_t CDBGetCurrentEntity(int16_t h, CDB_ENTITY *entity) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? d->GetCurrentEntity(entity) : CDB_FAIL;
+    return Forward(ReadDrawing(h), &CBaseDrawing::GetCurrentEntity, entity);
 }
 int32_t CDBGetNextEntity(int16_t h, CDB_ENTITY *entity) {
     int32_t id = CDBNextEntity(h);
@@ -167,23 +173,19 @@ int32_t CDBGetNextEntity(int16_t h, CDB_ENTITY *entity) {
     return CDBGetCurrentEntity(h, entity);
 }
 int16_t CDBGotoEntity(int16_t h, int32_t id) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? d->GotoEntity(id) : CDB_FAIL;
+    return Forward(ReadDrawing(h), &CBaseDrawing::GotoEntity, id);
 }
 int16_t CDBGetEntity(int16_t h, int32_t id, CDB_ENTITY *entity) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? d->GetEntity(id, entity) : CDB_FAIL;
+    return Forward(ReadDrawing(h), &CBaseDrawing::GetEntity, id, entity);
 }
 // The display walk: inserts are followed into their blocks (the return stack brings the
 // walk back behind them), and what the filters hide is stepped over. The bounds of
 // navigate_stack.h keep a damaged drawing from making it endless.
 int16_t CDBNavigate(int16_t h, CDB_ENTITY *entity) {
-    CLibDrawing *lib = LookupDrawing(h);
+    CLibDrawing *lib = LoadedDrawing(h);
     if (!lib)
         return CDB_FAIL;
     CBaseDrawing *d = lib->Drawing();
-    if (!Loaded(d))
-        return CDB_FAIL;
     if (!entity) {
         lib->SetError(CDB_ERR_INVALID_PARAMETER);
         return CDB_FAIL;
@@ -218,13 +220,9 @@ int16_t CDBResetFilter(int16_t h) {
 }
 // 15 when the layer or the space filter hides the entity, 240 when it is shown.
 int16_t CDBCheckEntityFiltering(int16_t h, CDB_ENTITY *entity) {
-    CLibDrawing *lib = LookupDrawing(h);
+    CLibDrawing *lib = LookupDrawingWith(h, entity);
     if (!lib)
         return CDB_FAIL;
-    if (!entity) {
-        lib->SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
     return HiddenByFilters(*lib->Drawing(), lib->LayerFlags(), lib->SpaceFlags(), entity) ? 15
                                                                                           : 240;
 }
@@ -259,36 +257,21 @@ int16_t CDBGetNextViewport(int16_t h, CDB_ENTITY *entity) {
 // ---- Extended data ----------------------------------------------------------------------
 
 int16_t CDBGetEED(int16_t h, CDB_ENTITY *entity, CDB_EED_type *cursor) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? d->GetEED(entity, cursor) : CDB_FAIL;
+    return Forward(ReadDrawing(h), &CBaseDrawing::GetEED, entity, cursor);
 }
 int16_t CDBEEDGetFirstAppid(int16_t h, CDB_EED_type *cursor) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? d->GetFirstAppid(cursor) : CDB_FAIL;
+    return Forward(ReadDrawing(h), &CBaseDrawing::GetFirstAppid, cursor);
 }
 int16_t CDBEEDGetNextAppid(int16_t h, CDB_EED_type *cursor) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? d->GetNextAppid(cursor) : CDB_FAIL;
+    return Forward(ReadDrawing(h), &CBaseDrawing::GetNextAppid, cursor);
 }
 int16_t CDBEEDGetFirstValue(int16_t h, CDB_EED_type *cursor, CDB_EED_VALUES *value) {
-    CBaseDrawing *d = ReadDrawing(h);
-    if (!d)
-        return CDB_FAIL;
-    if (!cursor) {
-        d->SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
-    return d->GetFirstValue(cursor, value);
+    return Forward(Requiring(ReadDrawing(h), cursor, ErrorSlot::kDrawing),
+                   &CBaseDrawing::GetFirstValue, cursor, value);
 }
 int16_t CDBEEDGetNextValue(int16_t h, CDB_EED_type *cursor, CDB_EED_VALUES *value) {
-    CBaseDrawing *d = ReadDrawing(h);
-    if (!d)
-        return CDB_FAIL;
-    if (!cursor) {
-        d->SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
-    return d->GetNextValue(cursor, value);
+    return Forward(Requiring(ReadDrawing(h), cursor, ErrorSlot::kDrawing),
+                   &CBaseDrawing::GetNextValue, cursor, value);
 }
 
 // ---- Header variables -------------------------------------------------------------------
@@ -306,57 +289,41 @@ int16_t CDBGetAllVariables(int16_t h, CDB_HEADER_type *header) {
     return 0;
 }
 int16_t CDBGetVariableValue(int16_t h, const char *name, CDB_VAR_VALUE_type *value) {
-    CBaseDrawing *d = ReadDrawing(h);
-    return d ? d->GetVariableValue(name, value) : CDB_FAIL;
+    return Forward(ReadDrawing(h), &CBaseDrawing::GetVariableValue, name, value);
 }
 int16_t CDBSetAllVariables(int16_t h, CDB_HEADER_type *header) {
-    CBaseDrawing *d = EditDrawing(h);
-    return d ? d->SetAllVariables(header) : CDB_FAIL;
+    return Forward(EditDrawing(h), &CBaseDrawing::SetAllVariables, header);
 }
 int16_t CDBSetVariableValue(int16_t h, const char *name, CDB_VAR_VALUE_type *value) {
-    CBaseDrawing *d = EditDrawing(h);
-    return d ? static_cast<int16_t>(d->SetVariableValue(name, value)) : CDB_FAIL;
+    return Forward(EditDrawing(h), &CBaseDrawing::SetVariableValue, name, value);
 }
 
 // ---- Entity edit and saving -------------------------------------------------------------
 
 int16_t CDBEntityDefault(int16_t h, CDB_ENTITY *entity, int16_t type) {
-    CBaseDrawing *d = ReadDrawing(h);
-    if (!d)
-        return CDB_FAIL;
-    if (!entity) {
-        d->Lib()->SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
-    return d->EntityDefault(entity, type);
+    return Forward(Requiring(ReadDrawing(h), entity, ErrorSlot::kLibrary),
+                   &CBaseDrawing::EntityDefault, entity, type);
 }
 int32_t CDBEntityAdd(int16_t h, int16_t block, CDB_ENTITY *entity) {
-    CBaseDrawing *d = EditDrawing(h);
-    return d ? d->EntityAdd(block, entity) : CDB_FAIL;
+    return Forward(EditDrawing(h), &CBaseDrawing::EntityAdd, block, entity);
 }
 int16_t CDBEntityModify(int16_t h, int32_t id, CDB_ENTITY *entity) {
-    CBaseDrawing *d = EditDrawing(h);
-    return d ? d->EntityModify(id, entity) : CDB_FAIL;
+    return Forward(EditDrawing(h), &CBaseDrawing::EntityModify, id, entity);
 }
 int16_t CDBEntityDelete(int16_t h, int32_t id) {
-    CBaseDrawing *d = EditDrawing(h);
-    return d ? d->EntityDelete(id) : CDB_FAIL;
+    return Forward(EditDrawing(h), &CBaseDrawing::EntityDelete, id);
 }
 int16_t CDBEntityDeleteCurrent(int16_t h) {
-    CBaseDrawing *d = EditDrawing(h);
-    return d ? d->EntityDeleteCurrent() : CDB_FAIL;
+    return Forward(EditDrawing(h), &CBaseDrawing::EntityDeleteCurrent);
 }
 int16_t CDBSave(int16_t h) {
-    CBaseDrawing *d = EditDrawing(h);
-    return d ? d->Save() : CDB_FAIL;
+    return Forward(EditDrawing(h), &CBaseDrawing::Save);
 }
 int16_t CDBSaveAsDWG(int16_t h, const char *name) {
-    CBaseDrawing *d = EditDrawing(h);
-    return d ? d->SaveAsDWG(name) : CDB_FAIL;
+    return Forward(EditDrawing(h), &CBaseDrawing::SaveAsDWG, name);
 }
 int16_t CDBSaveAsDXF(int16_t h, const char *name, int16_t binary) {
-    CBaseDrawing *d = EditDrawing(h);
-    return d ? d->SaveAsDXF(name, binary) : CDB_FAIL;
+    return Forward(EditDrawing(h), &CBaseDrawing::SaveAsDXF, name, binary);
 }
 
 // ---- External references ----------------------------------------------------------------
@@ -427,31 +394,19 @@ int16_t CDBResolveAllXREF(int16_t h) {
 
 int16_t CDBGetShapeName(int16_t h, int16_t style_index, int16_t shape_number, char *buffer) {
     CBaseDrawing *d = ReadDrawing(h);
-    if (!d)
-        return CDB_FAIL;
-    int16_t length = d->GetShapeName(style_index, shape_number, buffer);
-    return length == CDB_FAIL ? 0 : length;
+    return d ? ShapeLength(d->GetShapeName(style_index, shape_number, buffer)) : CDB_FAIL;
 }
 int16_t CDBGetShapeData(int16_t h, int16_t style_index, int16_t shape_number, char *buffer) {
     CBaseDrawing *d = ReadDrawing(h);
-    if (!d)
-        return CDB_FAIL;
-    int16_t length = d->GetShapeData(style_index, shape_number, buffer);
-    return length == CDB_FAIL ? 0 : length;
+    return d ? ShapeLength(d->GetShapeData(style_index, shape_number, buffer)) : CDB_FAIL;
 }
 int16_t CDBGetShapeNameFromEntity(int16_t h, CDB_SHAPE_ENTITY_type *shape, char *buffer) {
     CBaseDrawing *d = ReadDrawing(h);
-    if (!d || !shape)
-        return CDB_FAIL;
-    int16_t length = d->GetShapeName(shape, buffer);
-    return length == CDB_FAIL ? 0 : length;
+    return d && shape ? ShapeLength(d->GetShapeName(shape, buffer)) : CDB_FAIL;
 }
 int16_t CDBGetShapeDataFromEntity(int16_t h, CDB_SHAPE_ENTITY_type *shape, char *buffer) {
     CBaseDrawing *d = ReadDrawing(h);
-    if (!d || !shape)
-        return CDB_FAIL;
-    int16_t length = d->GetShapeData(shape, buffer);
-    return length == CDB_FAIL ? 0 : length;
+    return d && shape ? ShapeLength(d->GetShapeData(shape, buffer)) : CDB_FAIL;
 }
 int16_t CDBGetShapeId(int16_t h, int16_t *style_index, int16_t *shape_number, const char *name) {
     CBaseDrawing *d = ReadDrawing(h);

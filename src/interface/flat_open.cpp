@@ -106,13 +106,9 @@ int16_t CDBGetAutoCADVersion(int16_t h) {
 }
 
 int16_t CDBGetDrawingFileName(int16_t h, char *buffer) {
-    CLibDrawing *lib = LookupDrawing(h);
+    CLibDrawing *lib = LookupDrawingWith(h, buffer);
     if (!lib)
         return CDB_FAIL;
-    if (!buffer) {
-        lib->SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
     const char *name = lib->Drawing()->GetFileName();
     std::strcpy(buffer, name ? name : "");
     return 0;

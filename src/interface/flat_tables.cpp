@@ -49,13 +49,9 @@ int16_t TableGet(int16_t h, int16_t index, Rec *record, const TableSlots<Rec> &s
 
 template <typename Rec>
 int16_t TableFind(int16_t h, const char *name, const TableSlots<Rec> &slots) {
-    CLibDrawing *lib = LookupDrawing(h);
+    CLibDrawing *lib = LookupDrawingWith(h, name);
     if (!lib)
         return CDB_FAIL;
-    if (!name) {
-        lib->SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
     Rec record;
     for (int16_t i = 0; i >= 0; ++i) {
         int16_t result = TableGet(h, i, &record, slots);
@@ -68,13 +64,6 @@ int16_t TableFind(int16_t h, const char *name, const TableSlots<Rec> &slots) {
     }
     lib->SetError(CDB_ERR_TABLE_NOT_FOUND);
     return CDB_FAIL;
-}
-
-// The edit side clears the global code before the lookup.
-CBaseDrawing *EditDrawing(int16_t h) {
-    g_LastError = 0;
-    CLibDrawing *lib = LookupDrawing(h);
-    return lib ? lib->Drawing() : nullptr;
 }
 
 const TableSlots<CDB_BLOCK_TBL> kBlockSlots = {

@@ -104,21 +104,41 @@ void CListDrawing::SetAside(CModelEntity *entity) {
     removed_entities.emplace_back(entity);
 }
 
-int32_t CListDrawing::EntityAdd(short block, CDB_ENTITY *entity) {
+bool CListDrawing::ReadyForRecord(const CDB_ENTITY *entity) {
     if (!entity) {
         SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
+        return false;
     }
-    if (!TriggerLoading())
+    return TriggerLoading();
+}
+
+std::unique_ptr<CModelEntity> CListDrawing::ObjectOf(const CDB_ENTITY &record) {
+    std::unique_ptr<CModelEntity> object(MakeEntity(record.entity_type));
+    if (!object) {
+        SetError(CDB_ERR_INVALID_ENTITY_CODE);
+        return nullptr;
+    }
+    object->SetRecord(&record);
+    return object;
+}
+
+short CListDrawing::TakeOut(CEntityList &list, int position) {
+    CModelEntity *entity = list.At(position);
+    if (!entity)
+        return 0;
+    list.RemoveAt(position);
+    SetAside(entity);
+    return 1;
+}
+
+int32_t CListDrawing::EntityAdd(short block, CDB_ENTITY *entity) {
+    if (!ReadyForRecord(entity))
         return CDB_FAIL;
     if (!CheckSequence(entity->entity_type))
         return CDB_FAIL;
-    std::unique_ptr<CModelEntity> object(MakeEntity(entity->entity_type));
-    if (!object) {
-        SetError(CDB_ERR_INVALID_ENTITY_CODE);
+    std::unique_ptr<CModelEntity> object = ObjectOf(*entity);
+    if (!object)
         return CDB_FAIL;
-    }
-    object->SetRecord(entity);
     AssignNewHandle(*object);
     CEntityList *list = EditList(block);
     if (!list)
@@ -129,21 +149,14 @@ int32_t CListDrawing::EntityAdd(short block, CDB_ENTITY *entity) {
 }
 
 short CListDrawing::EntityModify(int32_t id, CDB_ENTITY *entity) {
-    if (!entity) {
-        SetError(CDB_ERR_INVALID_PARAMETER);
-        return CDB_FAIL;
-    }
-    if (!TriggerLoading())
+    if (!ReadyForRecord(entity))
         return CDB_FAIL;
     uint16_t position = 0;
     int16_t block = 0;
     CDBUnpackEntityId(id, &position, &block);
-    std::unique_ptr<CModelEntity> object(MakeEntity(entity->entity_type));
-    if (!object) {
-        SetError(CDB_ERR_INVALID_ENTITY_CODE);
+    std::unique_ptr<CModelEntity> object = ObjectOf(*entity);
+    if (!object)
         return CDB_FAIL;
-    }
-    object->SetRecord(entity);
     CEntityList *list = EditList(block);
     if (!list)
         return CDB_FAIL;
@@ -162,12 +175,7 @@ short CListDrawing::EntityDelete(int32_t id) {
     CEntityList *list = EditList(block);
     if (!list)
         return CDB_FAIL;
-    CModelEntity *entity = list->At(position);
-    if (!entity)
-        return 0;
-    list->RemoveAt(position);
-    SetAside(entity);
-    return 1;
+    return TakeOut(*list, position);
 }
 
 short CListDrawing::EntityDeleteCurrent() {
@@ -178,10 +186,5 @@ short CListDrawing::EntityDeleteCurrent() {
         return CDB_FAIL;
     // The position stays, so that the cursor stands on the entity that moved up into it.
     const int position = list->Position();
-    CModelEntity *entity = list->At(position);
-    if (!entity)
-        return 0;
-    list->RemoveAt(position);
-    SetAside(entity);
-    return 1;
+    return TakeOut(*list, position);
 }

@@ -147,6 +147,15 @@ protected:
     short current_block = -1;
 
 private:
+    // The opening of the calls that take an entity record: false when the record is missing
+    // (the code set) or the drawing does not load.
+    bool ReadyForRecord(const CDB_ENTITY *entity);
+    // A new object of the record's kind that holds a copy of it; null, with the code set,
+    // for a kind this release has no class for.
+    std::unique_ptr<CModelEntity> ObjectOf(const CDB_ENTITY &record);
+    // Takes the entity at `position` out of `list` and sets it aside: 1, or 0 when there is
+    // no entity there.
+    short TakeOut(CEntityList &list, int position);
     int TableCount(TableBase which) {
         const CTableList *list = PublicTable(which);
         return list ? list->Count() : CDB_FAIL;

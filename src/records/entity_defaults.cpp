@@ -1,6 +1,7 @@
 #include "records/entity_defaults.h"
 
 #include "records/entity_kinds.h"
+#include "records/record_points.h"
 
 #include <cstring>
 
@@ -22,25 +23,16 @@ constexpr double kViewCenterY = 4.5;
 constexpr double kViewWidth = 15.90756302521;
 constexpr double kViewHeight = 9.0;
 
-CDB_POINT3 Point3(double x, double y, double z) {
-    CDB_POINT3 p;
-    p.x = x;
-    p.y = y;
-    p.z = z;
-    return p;
-}
-
-CDB_POINT2 Point2(double x, double y) {
-    CDB_POINT2 p;
-    p.x = x;
-    p.y = y;
-    return p;
-}
-
 // Four corners of a trace, a solid or a face.
 template <typename Corners> void FillCorners(Corners &c) {
     c.corner_2 = Point3(1, 1, 0);
     c.corner_3 = Point3(1, 0, 0);
+}
+
+// The size of a new text, attribute definition or attribute: 0.2 high, at full width.
+template <typename Text> void FillTextSize(Text &t) {
+    t.height = 0.2;
+    t.width_factor = 1.0;
 }
 
 } // namespace
@@ -89,10 +81,9 @@ void FillShapeDefault(CDB_ENTITY &e) {
 }
 
 void FillTextDefault(CDB_ENTITY &e) {
+    FillTextSize(e.text);
     e.text.insertion_point = Point3(3, 2, 0);
-    e.text.height = 0.2;
     e.text.text = g_notAssigned;
-    e.text.width_factor = 1.0;
 }
 
 void FillTraceDefault(CDB_ENTITY &e) {
@@ -112,19 +103,17 @@ void FillInsertDefault(CDB_ENTITY &e) {
 }
 
 void FillAttDefDefault(CDB_ENTITY &e) {
+    FillTextSize(e.attdef);
     e.attdef.insertion_point = Point3(1, 2, 0);
-    e.attdef.height = 0.2;
     e.attdef.default_value = g_notAssigned;
     e.attdef.prompt = g_notAssigned;
     e.attdef.tag = g_notAssigned;
-    e.attdef.width_factor = 1.0;
 }
 
 void FillAttribDefault(CDB_ENTITY &e) {
-    e.attrib.height = 0.2;
+    FillTextSize(e.attrib);
     e.attrib.value = g_notAssigned;
     e.attrib.tag = g_notAssigned;
-    e.attrib.width_factor = 1.0;
 }
 
 void FillFaceDefault(CDB_ENTITY &e) {

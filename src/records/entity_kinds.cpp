@@ -3,7 +3,7 @@
 
 #include "records/entity_defaults.h"
 
-#include <array>
+#include <iterator>
 #include <cstdlib>
 #include <cstring>
 
@@ -79,43 +79,20 @@ constexpr EntityKind kKinds[] = {
 // clang-format on
 #undef TEXTS
 
-constexpr size_t kKindCount = sizeof(kKinds) / sizeof(kKinds[0]);
+static_assert(CodesAscend(kKinds), "the kinds stand in ascending order of code, each once");
 
-constexpr bool AscendingCodes() {
-    for (size_t i = 1; i < kKindCount; ++i)
-        if (kKinds[i - 1].code >= kKinds[i].code)
-            return false;
-    return true;
-}
-static_assert(AscendingCodes(), "the kinds stand in ascending order of code, each once");
-
-// The direct index of the codes below kIndexedCodes: the row's place + 1, 0 for no kind. The
-// codes above it (the OLE frame's 500) are looked for in the few rows at the end.
-constexpr int kIndexedCodes = 64;
-using Index = std::array<uint8_t, kIndexedCodes>;
-
-constexpr Index MakeIndex() {
-    Index index{};
-    for (size_t i = 0; i < kKindCount; ++i)
-        if (kKinds[i].code >= 0 && kKinds[i].code < kIndexedCodes)
-            index[size_t(kKinds[i].code)] = static_cast<uint8_t>(i + 1);
-    return index;
-}
-constexpr Index kIndex = MakeIndex();
+// The direct index of the codes below 64; the codes above it (the OLE frame's 500) are looked
+// for in the few rows at the end.
+constexpr CodeIndex<64> kIndex = MakeCodeIndex<64>(kKinds);
 
 } // namespace
 
 EntityKindRange AllEntityKinds() {
-    return {kKinds, kKinds + kKindCount};
+    return {std::begin(kKinds), std::end(kKinds)};
 }
 
 const EntityKind *FindEntityKind(int code) {
-    if (code >= 0 && code < kIndexedCodes)
-        return kIndex[size_t(code)] ? &kKinds[kIndex[size_t(code)] - 1] : nullptr;
-    for (const EntityKind &kind : AllEntityKinds())
-        if (kind.code == code)
-            return &kind;
-    return nullptr;
+    return FindRowByCode(kKinds, kIndex, code);
 }
 
 RecordTextFields OwnedTextsOf(int code) {

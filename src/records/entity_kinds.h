@@ -22,6 +22,8 @@
 
 #include "velkow32.h"
 
+#include "records/code_table.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -55,15 +57,7 @@ struct EntityKind {
     RecordTextFields handle_texts;
 };
 
-// A range over rows, for range-for.
-struct EntityKindRange {
-    const EntityKind *first;
-    const EntityKind *last;
-
-    const EntityKind *begin() const { return first; }
-    const EntityKind *end() const { return last; }
-    size_t size() const { return static_cast<size_t>(last - first); }
-};
+using EntityKindRange = RowRange<EntityKind>;
 
 // Every row, in ascending order of code.
 EntityKindRange AllEntityKinds();

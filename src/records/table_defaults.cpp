@@ -2,6 +2,7 @@
 // counters that live as long as the process and from one name buffer that all the
 // tables share, so the next default of any table replaces the previous name.
 #include "records/last_error.h"
+#include "records/record_points.h"
 #include "velkow32.h"
 
 #include <climits>
@@ -42,21 +43,6 @@ char *HeapText(const char *text, size_t size) {
     if (block)
         std::memcpy(block, text, needed);
     return block;
-}
-
-CDB_POINT2 Point2(double x, double y) {
-    CDB_POINT2 p;
-    p.x = x;
-    p.y = y;
-    return p;
-}
-
-CDB_POINT3 Point3(double x, double y, double z) {
-    CDB_POINT3 p;
-    p.x = x;
-    p.y = y;
-    p.z = z;
-    return p;
 }
 
 // The common opening of every default: a null record fails with a bad parameter,
