@@ -219,6 +219,128 @@ bool WriteField(FrameWriter &out, const CDB_ENTITY *record, const R12EntityField
     return true;
 }
 
+// The common part of a frame as a record asks for it: the flags and the values they
+// announce.
+struct CommonPart {
+    uint8_t flags = 0;
+    uint8_t extension = 0;
+    bool has_color = false;
+    bool has_ltype = false;
+    bool has_elevation = false;
+    bool has_thickness = false;
+    // Whether the kind's xy[z] points carry their z.
+    bool three_d = false;
+    const uint8_t *eed = nullptr;
+    size_t eed_size = 0;
+    uint8_t handle[kMaxHandleBytes];
+    size_t handle_size = 0;
+};
+
+// Plans the common part of `record`, a frame of `kind`, whose kind fields set `bits` and
+// whose extended data is `eed` (`eed_size` bytes, null for none). For kinds 1, 2, 21 and
+// 22 flags bit 0x04 marks two-dimensional coordinates and no elevation is stored; for the
+// others it announces the elevation. False when the extended data or the handle is too
+// long for a frame.
+bool PlanCommonPart(const CDB_ENTITY *record, int kind, const KindFieldBits &bits,
+                    const uint8_t *eed, size_t eed_size, CommonPart &part) {
+    if (eed && eed_size > 0xFFFF)
+        return false;
+    const bool flat_kind = R12IsFlatCoordinateKind(kind);
+    part.flags = bits.flags;
+    part.three_d = flat_kind && !bits.flat;
+    part.eed = eed;
+    part.eed_size = eed_size;
+    if (eed)
+        part.extension |= kR12ExtHasEed;
+    if (record->space != 0)
+        part.extension |= kR12ExtHasSpace;
+    if (part.extension)
+        part.flags |= kR12HasExtension;
+    part.has_color = record->color != -1 && record->color != 256;
+    if (part.has_color)
+        part.flags |= kR12HasColor;
+    part.has_ltype = record->line_type_index != -1;
+    if (part.has_ltype)
+        part.flags |= kR12HasLtype;
+    part.has_elevation = !flat_kind && !IsPositiveZero(record->elevation);
+    if ((flat_kind && !part.three_d) || part.has_elevation)
+        part.flags |= kR12FlatOrElevation;
+    part.has_thickness = !IsPositiveZero(record->thickness);
+    if (part.has_thickness)
+        part.flags |= kR12HasThickness;
+    if (record->handle) {
+        if (!HandleTextToBytes(record->handle, part.handle, part.handle_size))
+            return false;
+        part.flags |= kR12HasHandle;
+    }
+    return true;
+}
+
+// Writes the frame head (with a length of 0, set when the frame is complete) and the
+// common fields that `part` announces. `base` gives the drawing's table bases.
+template <typename BaseOf>
+void WriteCommonPart(FrameWriter &out, const CDB_ENTITY *record, int kind,
+                     const KindFieldBits &bits, const CommonPart &part, BaseOf base) {
+    out.U8(static_cast<uint8_t>(kind));
+    out.U8(part.flags);
+    out.I16(0); // the length
+    out.I16(static_cast<int16_t>(record->layer_index - base(TableBase::kLayers)));
+    out.U8(bits.options_1);
+    out.U8(bits.options_2);
+    if (part.extension)
+        out.U8(part.extension);
+    if (part.eed) {
+        out.I16(static_cast<int16_t>(part.eed_size));
+        out.Bytes(part.eed, part.eed_size);
+    }
+    if (part.has_color)
+        out.U8(static_cast<uint8_t>(record->color));
+    if (part.has_ltype)
+        out.I16(record->line_type_index == -2
+                    ? kR12ByBlockLtype
+                    : static_cast<int16_t>(record->line_type_index - base(TableBase::kLtypes)));
+    if (part.has_elevation)
+        out.F64(record->elevation);
+    if (part.has_thickness)
+        out.F64(record->thickness);
+    if (record->handle) {
+        out.U8(static_cast<uint8_t>(part.handle_size));
+        out.Bytes(part.handle, part.handle_size);
+    }
+    if (record->space != 0)
+        out.I16(record->space);
+}
+
+// Writes the kind's fields that the presence bits hold, in the order of the layout. False
+// when a text is too long for a frame.
+template <typename BaseOf>
+bool WriteKindFields(FrameWriter &out, const CDB_ENTITY *record, const R12EntityLayout &layout,
+                     const KindFieldBits &bits, bool three_d, int32_t object_i32, BaseOf base) {
+    for (size_t i = 0; i < layout.count; ++i) {
+        const R12EntityField &f = layout.fields[i];
+        if (!R12FieldIsPresent(f, bits.options_1, bits.options_2))
+            continue;
+        const int32_t field_base = f.base == TableBase::kNone ? 0 : base(f.base);
+        if (!WriteField(out, record, f, field_base, three_d, object_i32))
+            return false;
+    }
+    return true;
+}
+
+// Sets the length of a complete frame and appends its CRC. The frame's format knows a
+// rule for extended data of an odd size: "the block adds what the kind's flags ask for".
+// No reader needs it and nothing in the frame says what it would be, so no padding is
+// written: the length field tells the reader where the frame ends. False when the frame
+// is too long.
+bool FinishFrame(FrameWriter &out, std::vector<uint8_t> &frame) {
+    const size_t length = frame.size() + kCrcSize;
+    if (length > kMaxFrameSize)
+        return false;
+    out.WriteAt(2, static_cast<uint16_t>(length));
+    out.U16(DwgCrc(frame.data(), frame.size()));
+    return true;
+}
+
 } // namespace
 
 // ---- The extended data a frame carries --------------------------------------------------
@@ -264,99 +386,18 @@ int CR12Entity::EncodeDWG(std::vector<uint8_t> &frame) {
     // The table bases of the drawing, taken back off the indices; none without a drawing.
     auto base = [this](TableBase slot) -> int32_t { return drawing ? drawing->Base(slot) : 0; };
     const int32_t object_i32 = ObjectI32();
-
-    // Presence bits of the kind's fields, and the flags they set.
     const KindFieldBits bits = FieldBitsOf(record, *layout, object_i32);
-    uint8_t flags = bits.flags;
-    const uint8_t options_1 = bits.options_1;
-    const uint8_t options_2 = bits.options_2;
-    const bool flat = bits.flat;
-
-    // The common part. For kinds 1, 2, 21 and 22 flags bit 0x04 marks two-dimensional
-    // coordinates and no elevation is stored; for the others it announces the elevation.
-    const int kind = layout->code;
-    const bool flat_kind = R12IsFlatCoordinateKind(kind);
-    const bool three_d = flat_kind && !flat;
     std::vector<uint8_t> built_eed;
     size_t eed_size = 0;
     const uint8_t *eed = ExtendedDataForDWG(built_eed, eed_size);
-    if (eed && eed_size > 0xFFFF)
+    CommonPart part;
+    if (!PlanCommonPart(record, layout->code, bits, eed, eed_size, part))
         return 0;
-    uint8_t extension = 0;
-    if (eed)
-        extension |= kR12ExtHasEed;
-    if (record->space != 0)
-        extension |= kR12ExtHasSpace;
-    if (extension)
-        flags |= kR12HasExtension;
-    const bool has_color = record->color != -1 && record->color != 256;
-    if (has_color)
-        flags |= kR12HasColor;
-    const bool has_ltype = record->line_type_index != -1;
-    if (has_ltype)
-        flags |= kR12HasLtype;
-    const bool has_elevation = !flat_kind && !IsPositiveZero(record->elevation);
-    if ((flat_kind && !three_d) || has_elevation)
-        flags |= kR12FlatOrElevation;
-    const bool has_thickness = !IsPositiveZero(record->thickness);
-    if (has_thickness)
-        flags |= kR12HasThickness;
-    uint8_t handle[kMaxHandleBytes];
-    size_t handle_size = 0;
-    if (record->handle) {
-        if (!HandleTextToBytes(record->handle, handle, handle_size))
-            return 0;
-        flags |= kR12HasHandle;
-    }
 
     FrameWriter out(frame);
-    out.U8(static_cast<uint8_t>(kind));
-    out.U8(flags);
-    out.I16(0); // the length, below
-    out.I16(static_cast<int16_t>(record->layer_index - base(TableBase::kLayers)));
-    out.U8(options_1);
-    out.U8(options_2);
-    if (extension)
-        out.U8(extension);
-    if (eed) {
-        out.I16(static_cast<int16_t>(eed_size));
-        out.Bytes(eed, eed_size);
-    }
-    if (has_color)
-        out.U8(static_cast<uint8_t>(record->color));
-    if (has_ltype)
-        out.I16(record->line_type_index == -2
-                    ? kR12ByBlockLtype
-                    : static_cast<int16_t>(record->line_type_index - base(TableBase::kLtypes)));
-    if (has_elevation)
-        out.F64(record->elevation);
-    if (has_thickness)
-        out.F64(record->thickness);
-    if (record->handle) {
-        out.U8(static_cast<uint8_t>(handle_size));
-        out.Bytes(handle, handle_size);
-    }
-    if (record->space != 0)
-        out.I16(record->space);
-
-    // The kind's fields, in the order of the layout.
-    for (size_t i = 0; i < layout->count; ++i) {
-        const R12EntityField &f = layout->fields[i];
-        if (!R12FieldIsPresent(f, options_1, options_2))
-            continue;
-        const int32_t field_base = f.base == TableBase::kNone ? 0 : base(f.base);
-        if (!WriteField(out, record, f, field_base, three_d, object_i32))
-            return frame.clear(), 0;
-    }
-
-    // The frame's format knows a rule for extended data of an odd size: "the block adds
-    // what the kind's flags ask for". No reader needs it and nothing in the frame says what
-    // it would be, so no padding is written: the length field tells the reader where the
-    // frame ends.
-    const size_t length = frame.size() + kCrcSize;
-    if (length > kMaxFrameSize)
+    WriteCommonPart(out, record, layout->code, bits, part, base);
+    if (!WriteKindFields(out, record, *layout, bits, part.three_d, object_i32, base) ||
+        !FinishFrame(out, frame))
         return frame.clear(), 0;
-    out.WriteAt(2, static_cast<uint16_t>(length));
-    out.U16(DwgCrc(frame.data(), frame.size()));
     return 1;
 }
