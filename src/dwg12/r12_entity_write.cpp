@@ -219,95 +219,86 @@ bool WriteField(FrameWriter &out, const CDB_ENTITY *record, const R12EntityField
     return true;
 }
 
-// The common part of a frame as a record asks for it: the flags and the values they
-// announce.
-struct CommonPart {
+// The flags of a frame's common part as a record asks for them.
+struct CommonFlags {
     uint8_t flags = 0;
     uint8_t extension = 0;
-    bool has_color = false;
-    bool has_ltype = false;
-    bool has_elevation = false;
-    bool has_thickness = false;
+    bool flat_kind = false;
     // Whether the kind's xy[z] points carry their z.
     bool three_d = false;
+};
+
+// The blocks a frame's common part copies: the extended data and the handle's bytes, null
+// for none.
+struct CommonBlocks {
     const uint8_t *eed = nullptr;
     size_t eed_size = 0;
-    uint8_t handle[kMaxHandleBytes];
+    const uint8_t *handle = nullptr;
     size_t handle_size = 0;
 };
 
-// Plans the common part of `record`, a frame of `kind`, whose kind fields set `bits` and
-// whose extended data is `eed` (`eed_size` bytes, null for none). For kinds 1, 2, 21 and
-// 22 flags bit 0x04 marks two-dimensional coordinates and no elevation is stored; for the
-// others it announces the elevation. False when the extended data or the handle is too
-// long for a frame.
-bool PlanCommonPart(const CDB_ENTITY *record, int kind, const KindFieldBits &bits,
-                    const uint8_t *eed, size_t eed_size, CommonPart &part) {
-    if (eed && eed_size > 0xFFFF)
-        return false;
-    const bool flat_kind = R12IsFlatCoordinateKind(kind);
-    part.flags = bits.flags;
-    part.three_d = flat_kind && !bits.flat;
-    part.eed = eed;
-    part.eed_size = eed_size;
-    if (eed)
-        part.extension |= kR12ExtHasEed;
+// The flags of `record`, a frame of `kind` whose kind fields set `bits`. For kinds 1, 2, 21
+// and 22 flags bit 0x04 marks two-dimensional coordinates and no elevation is stored; for
+// the others it announces the elevation.
+CommonFlags CommonFlagsOf(const CDB_ENTITY *record, int kind, const KindFieldBits &bits,
+                          bool has_eed) {
+    CommonFlags c;
+    c.flat_kind = R12IsFlatCoordinateKind(kind);
+    c.three_d = c.flat_kind && !bits.flat;
+    c.flags = bits.flags;
+    if (has_eed)
+        c.extension |= kR12ExtHasEed;
     if (record->space != 0)
-        part.extension |= kR12ExtHasSpace;
-    if (part.extension)
-        part.flags |= kR12HasExtension;
-    part.has_color = record->color != -1 && record->color != 256;
-    if (part.has_color)
-        part.flags |= kR12HasColor;
-    part.has_ltype = record->line_type_index != -1;
-    if (part.has_ltype)
-        part.flags |= kR12HasLtype;
-    part.has_elevation = !flat_kind && !IsPositiveZero(record->elevation);
-    if ((flat_kind && !part.three_d) || part.has_elevation)
-        part.flags |= kR12FlatOrElevation;
-    part.has_thickness = !IsPositiveZero(record->thickness);
-    if (part.has_thickness)
-        part.flags |= kR12HasThickness;
-    if (record->handle) {
-        if (!HandleTextToBytes(record->handle, part.handle, part.handle_size))
-            return false;
-        part.flags |= kR12HasHandle;
-    }
-    return true;
+        c.extension |= kR12ExtHasSpace;
+    if (c.extension)
+        c.flags |= kR12HasExtension;
+    if (record->color != -1 && record->color != 256)
+        c.flags |= kR12HasColor;
+    if (record->line_type_index != -1)
+        c.flags |= kR12HasLtype;
+    const bool has_elevation = !c.flat_kind && !IsPositiveZero(record->elevation);
+    if ((c.flat_kind && !c.three_d) || has_elevation)
+        c.flags |= kR12FlatOrElevation;
+    if (!IsPositiveZero(record->thickness))
+        c.flags |= kR12HasThickness;
+    if (record->handle)
+        c.flags |= kR12HasHandle;
+    return c;
 }
 
 // Writes the frame head (with a length of 0, set when the frame is complete) and the
-// common fields that `part` announces. `base` gives the drawing's table bases.
+// common fields that the flags announce. `base` gives the drawing's table bases.
 template <typename BaseOf>
 void WriteCommonPart(FrameWriter &out, const CDB_ENTITY *record, int kind,
-                     const KindFieldBits &bits, const CommonPart &part, BaseOf base) {
+                     const KindFieldBits &bits, const CommonFlags &c, const CommonBlocks &blocks,
+                     BaseOf base) {
     out.U8(static_cast<uint8_t>(kind));
-    out.U8(part.flags);
+    out.U8(c.flags);
     out.I16(0); // the length
     out.I16(static_cast<int16_t>(record->layer_index - base(TableBase::kLayers)));
     out.U8(bits.options_1);
     out.U8(bits.options_2);
-    if (part.extension)
-        out.U8(part.extension);
-    if (part.eed) {
-        out.I16(static_cast<int16_t>(part.eed_size));
-        out.Bytes(part.eed, part.eed_size);
+    if (c.extension)
+        out.U8(c.extension);
+    if (c.extension & kR12ExtHasEed) {
+        out.I16(static_cast<int16_t>(blocks.eed_size));
+        out.Bytes(blocks.eed, blocks.eed_size);
     }
-    if (part.has_color)
+    if (c.flags & kR12HasColor)
         out.U8(static_cast<uint8_t>(record->color));
-    if (part.has_ltype)
+    if (c.flags & kR12HasLtype)
         out.I16(record->line_type_index == -2
                     ? kR12ByBlockLtype
                     : static_cast<int16_t>(record->line_type_index - base(TableBase::kLtypes)));
-    if (part.has_elevation)
+    if ((c.flags & kR12FlatOrElevation) && !c.flat_kind)
         out.F64(record->elevation);
-    if (part.has_thickness)
+    if (c.flags & kR12HasThickness)
         out.F64(record->thickness);
-    if (record->handle) {
-        out.U8(static_cast<uint8_t>(part.handle_size));
-        out.Bytes(part.handle, part.handle_size);
+    if (c.flags & kR12HasHandle) {
+        out.U8(static_cast<uint8_t>(blocks.handle_size));
+        out.Bytes(blocks.handle, blocks.handle_size);
     }
-    if (record->space != 0)
+    if (c.extension & kR12ExtHasSpace)
         out.I16(record->space);
 }
 
@@ -388,15 +379,19 @@ int CR12Entity::EncodeDWG(std::vector<uint8_t> &frame) {
     const int32_t object_i32 = ObjectI32();
     const KindFieldBits bits = FieldBitsOf(record, *layout, object_i32);
     std::vector<uint8_t> built_eed;
-    size_t eed_size = 0;
-    const uint8_t *eed = ExtendedDataForDWG(built_eed, eed_size);
-    CommonPart part;
-    if (!PlanCommonPart(record, layout->code, bits, eed, eed_size, part))
+    CommonBlocks blocks;
+    blocks.eed = ExtendedDataForDWG(built_eed, blocks.eed_size);
+    if (blocks.eed && blocks.eed_size > 0xFFFF)
         return 0;
+    uint8_t handle[kMaxHandleBytes];
+    if (record->handle && !HandleTextToBytes(record->handle, handle, blocks.handle_size))
+        return 0;
+    blocks.handle = handle;
+    const CommonFlags common = CommonFlagsOf(record, layout->code, bits, blocks.eed != nullptr);
 
     FrameWriter out(frame);
-    WriteCommonPart(out, record, layout->code, bits, part, base);
-    if (!WriteKindFields(out, record, *layout, bits, part.three_d, object_i32, base) ||
+    WriteCommonPart(out, record, layout->code, bits, common, blocks, base);
+    if (!WriteKindFields(out, record, *layout, bits, common.three_d, object_i32, base) ||
         !FinishFrame(out, frame))
         return frame.clear(), 0;
     return 1;
