@@ -219,6 +219,119 @@ bool WriteField(FrameWriter &out, const CDB_ENTITY *record, const R12EntityField
     return true;
 }
 
+// The flags of a frame's common part as a record asks for them.
+struct CommonFlags {
+    uint8_t flags = 0;
+    uint8_t extension = 0;
+    bool flat_kind = false;
+    // Whether the kind's xy[z] points carry their z.
+    bool three_d = false;
+};
+
+// The blocks a frame's common part copies: the extended data and the handle's bytes, null
+// for none.
+struct CommonBlocks {
+    const uint8_t *eed = nullptr;
+    size_t eed_size = 0;
+    const uint8_t *handle = nullptr;
+    size_t handle_size = 0;
+};
+
+// The flags of `record`, a frame of `kind` whose kind fields set `bits`. For kinds 1, 2, 21
+// and 22 flags bit 0x04 marks two-dimensional coordinates and no elevation is stored; for
+// the others it announces the elevation.
+CommonFlags CommonFlagsOf(const CDB_ENTITY *record, int kind, const KindFieldBits &bits,
+                          bool has_eed) {
+    CommonFlags c;
+    c.flat_kind = R12IsFlatCoordinateKind(kind);
+    c.three_d = c.flat_kind && !bits.flat;
+    c.flags = bits.flags;
+    if (has_eed)
+        c.extension |= kR12ExtHasEed;
+    if (record->space != 0)
+        c.extension |= kR12ExtHasSpace;
+    if (c.extension)
+        c.flags |= kR12HasExtension;
+    if (record->color != -1 && record->color != 256)
+        c.flags |= kR12HasColor;
+    if (record->line_type_index != -1)
+        c.flags |= kR12HasLtype;
+    const bool has_elevation = !c.flat_kind && !IsPositiveZero(record->elevation);
+    if ((c.flat_kind && !c.three_d) || has_elevation)
+        c.flags |= kR12FlatOrElevation;
+    if (!IsPositiveZero(record->thickness))
+        c.flags |= kR12HasThickness;
+    if (record->handle)
+        c.flags |= kR12HasHandle;
+    return c;
+}
+
+// Writes the frame head (with a length of 0, set when the frame is complete) and the
+// common fields that the flags announce. `base` gives the drawing's table bases.
+template <typename BaseOf>
+void WriteCommonPart(FrameWriter &out, const CDB_ENTITY *record, int kind,
+                     const KindFieldBits &bits, const CommonFlags &c, const CommonBlocks &blocks,
+                     BaseOf base) {
+    out.U8(static_cast<uint8_t>(kind));
+    out.U8(c.flags);
+    out.I16(0); // the length
+    out.I16(static_cast<int16_t>(record->layer_index - base(TableBase::kLayers)));
+    out.U8(bits.options_1);
+    out.U8(bits.options_2);
+    if (c.extension)
+        out.U8(c.extension);
+    if (c.extension & kR12ExtHasEed) {
+        out.I16(static_cast<int16_t>(blocks.eed_size));
+        out.Bytes(blocks.eed, blocks.eed_size);
+    }
+    if (c.flags & kR12HasColor)
+        out.U8(static_cast<uint8_t>(record->color));
+    if (c.flags & kR12HasLtype)
+        out.I16(record->line_type_index == -2
+                    ? kR12ByBlockLtype
+                    : static_cast<int16_t>(record->line_type_index - base(TableBase::kLtypes)));
+    if ((c.flags & kR12FlatOrElevation) && !c.flat_kind)
+        out.F64(record->elevation);
+    if (c.flags & kR12HasThickness)
+        out.F64(record->thickness);
+    if (c.flags & kR12HasHandle) {
+        out.U8(static_cast<uint8_t>(blocks.handle_size));
+        out.Bytes(blocks.handle, blocks.handle_size);
+    }
+    if (c.extension & kR12ExtHasSpace)
+        out.I16(record->space);
+}
+
+// Writes the kind's fields that the presence bits hold, in the order of the layout. False
+// when a text is too long for a frame.
+template <typename BaseOf>
+bool WriteKindFields(FrameWriter &out, const CDB_ENTITY *record, const R12EntityLayout &layout,
+                     const KindFieldBits &bits, bool three_d, int32_t object_i32, BaseOf base) {
+    for (size_t i = 0; i < layout.count; ++i) {
+        const R12EntityField &f = layout.fields[i];
+        if (!R12FieldIsPresent(f, bits.options_1, bits.options_2))
+            continue;
+        const int32_t field_base = f.base == TableBase::kNone ? 0 : base(f.base);
+        if (!WriteField(out, record, f, field_base, three_d, object_i32))
+            return false;
+    }
+    return true;
+}
+
+// Sets the length of a complete frame and appends its CRC. The frame's format knows a
+// rule for extended data of an odd size: "the block adds what the kind's flags ask for".
+// No reader needs it and nothing in the frame says what it would be, so no padding is
+// written: the length field tells the reader where the frame ends. False when the frame
+// is too long.
+bool FinishFrame(FrameWriter &out, std::vector<uint8_t> &frame) {
+    const size_t length = frame.size() + kCrcSize;
+    if (length > kMaxFrameSize)
+        return false;
+    out.WriteAt(2, static_cast<uint16_t>(length));
+    out.U16(DwgCrc(frame.data(), frame.size()));
+    return true;
+}
+
 } // namespace
 
 // ---- The extended data a frame carries --------------------------------------------------
@@ -264,99 +377,22 @@ int CR12Entity::EncodeDWG(std::vector<uint8_t> &frame) {
     // The table bases of the drawing, taken back off the indices; none without a drawing.
     auto base = [this](TableBase slot) -> int32_t { return drawing ? drawing->Base(slot) : 0; };
     const int32_t object_i32 = ObjectI32();
-
-    // Presence bits of the kind's fields, and the flags they set.
     const KindFieldBits bits = FieldBitsOf(record, *layout, object_i32);
-    uint8_t flags = bits.flags;
-    const uint8_t options_1 = bits.options_1;
-    const uint8_t options_2 = bits.options_2;
-    const bool flat = bits.flat;
-
-    // The common part. For kinds 1, 2, 21 and 22 flags bit 0x04 marks two-dimensional
-    // coordinates and no elevation is stored; for the others it announces the elevation.
-    const int kind = layout->code;
-    const bool flat_kind = R12IsFlatCoordinateKind(kind);
-    const bool three_d = flat_kind && !flat;
     std::vector<uint8_t> built_eed;
-    size_t eed_size = 0;
-    const uint8_t *eed = ExtendedDataForDWG(built_eed, eed_size);
-    if (eed && eed_size > 0xFFFF)
+    CommonBlocks blocks;
+    blocks.eed = ExtendedDataForDWG(built_eed, blocks.eed_size);
+    if (blocks.eed && blocks.eed_size > 0xFFFF)
         return 0;
-    uint8_t extension = 0;
-    if (eed)
-        extension |= kR12ExtHasEed;
-    if (record->space != 0)
-        extension |= kR12ExtHasSpace;
-    if (extension)
-        flags |= kR12HasExtension;
-    const bool has_color = record->color != -1 && record->color != 256;
-    if (has_color)
-        flags |= kR12HasColor;
-    const bool has_ltype = record->line_type_index != -1;
-    if (has_ltype)
-        flags |= kR12HasLtype;
-    const bool has_elevation = !flat_kind && !IsPositiveZero(record->elevation);
-    if ((flat_kind && !three_d) || has_elevation)
-        flags |= kR12FlatOrElevation;
-    const bool has_thickness = !IsPositiveZero(record->thickness);
-    if (has_thickness)
-        flags |= kR12HasThickness;
     uint8_t handle[kMaxHandleBytes];
-    size_t handle_size = 0;
-    if (record->handle) {
-        if (!HandleTextToBytes(record->handle, handle, handle_size))
-            return 0;
-        flags |= kR12HasHandle;
-    }
+    if (record->handle && !HandleTextToBytes(record->handle, handle, blocks.handle_size))
+        return 0;
+    blocks.handle = handle;
+    const CommonFlags common = CommonFlagsOf(record, layout->code, bits, blocks.eed != nullptr);
 
     FrameWriter out(frame);
-    out.U8(static_cast<uint8_t>(kind));
-    out.U8(flags);
-    out.I16(0); // the length, below
-    out.I16(static_cast<int16_t>(record->layer_index - base(TableBase::kLayers)));
-    out.U8(options_1);
-    out.U8(options_2);
-    if (extension)
-        out.U8(extension);
-    if (eed) {
-        out.I16(static_cast<int16_t>(eed_size));
-        out.Bytes(eed, eed_size);
-    }
-    if (has_color)
-        out.U8(static_cast<uint8_t>(record->color));
-    if (has_ltype)
-        out.I16(record->line_type_index == -2
-                    ? kR12ByBlockLtype
-                    : static_cast<int16_t>(record->line_type_index - base(TableBase::kLtypes)));
-    if (has_elevation)
-        out.F64(record->elevation);
-    if (has_thickness)
-        out.F64(record->thickness);
-    if (record->handle) {
-        out.U8(static_cast<uint8_t>(handle_size));
-        out.Bytes(handle, handle_size);
-    }
-    if (record->space != 0)
-        out.I16(record->space);
-
-    // The kind's fields, in the order of the layout.
-    for (size_t i = 0; i < layout->count; ++i) {
-        const R12EntityField &f = layout->fields[i];
-        if (!R12FieldIsPresent(f, options_1, options_2))
-            continue;
-        const int32_t field_base = f.base == TableBase::kNone ? 0 : base(f.base);
-        if (!WriteField(out, record, f, field_base, three_d, object_i32))
-            return frame.clear(), 0;
-    }
-
-    // The frame's format knows a rule for extended data of an odd size: "the block adds
-    // what the kind's flags ask for". No reader needs it and nothing in the frame says what
-    // it would be, so no padding is written: the length field tells the reader where the
-    // frame ends.
-    const size_t length = frame.size() + kCrcSize;
-    if (length > kMaxFrameSize)
+    WriteCommonPart(out, record, layout->code, bits, common, blocks, base);
+    if (!WriteKindFields(out, record, *layout, bits, common.three_d, object_i32, base) ||
+        !FinishFrame(out, frame))
         return frame.clear(), 0;
-    out.WriteAt(2, static_cast<uint16_t>(length));
-    out.U16(DwgCrc(frame.data(), frame.size()));
     return 1;
 }

@@ -56,6 +56,118 @@ bool ReadFrameText(R12BodyReader &body, bool never_null, char *&text) {
     return true;
 }
 
+// A real field (kF64, kAngle) into the record; an angle is stored in degrees.
+bool DecodeReal(R12BodyReader &body, CDB_ENTITY *record, const R12EntityField &f) {
+    double x = 0.0;
+    if (!body.F64(x))
+        return false;
+    StoreField(record, f.offset, f.value == R12Value::kAngle ? RadiansToDegrees(x) : x);
+    return true;
+}
+
+// A point field into the record: x and y, and z for kXYZ and for kXYz when `three_d`. A
+// point of two (kXY) leaves the record's z alone; the others store a z not read as 0.
+bool DecodePoint(R12BodyReader &body, CDB_ENTITY *record, const R12EntityField &f, bool three_d) {
+    double x = 0.0, y = 0.0, z = 0.0;
+    if (!body.F64(x) || !body.F64(y))
+        return false;
+    if (f.value == R12Value::kXYZ || (f.value == R12Value::kXYz && three_d)) {
+        if (!body.F64(z))
+            return false;
+    }
+    StoreField(record, f.offset, x);
+    StoreField(record, f.offset + 8, y);
+    if (f.value != R12Value::kXY)
+        StoreField(record, f.offset + 16, z);
+    return true;
+}
+
+// An integer field (kU8, kU8Byte, kI16) into the record; a table index gets `base` added.
+bool DecodeInteger(R12BodyReader &body, CDB_ENTITY *record, const R12EntityField &f, int32_t base) {
+    if (f.value == R12Value::kI16) {
+        int16_t v = 0;
+        if (!body.I16(v))
+            return false;
+        StoreField(record, f.offset, static_cast<int16_t>(v + base));
+        return true;
+    }
+    uint8_t v = 0;
+    if (!body.U8(v))
+        return false;
+    if (f.value == R12Value::kU8Byte)
+        StoreField(record, f.offset, v);
+    else
+        StoreField(record, f.offset, static_cast<int16_t>(v + base));
+    return true;
+}
+
+// A text field into the record, in place of the text it held.
+bool DecodeText(R12BodyReader &body, CDB_ENTITY *record, const R12EntityField &f) {
+    char *text = nullptr;
+    if (!ReadFrameText(body, f.value == R12Value::kNameText, text))
+        return false;
+    std::free(LoadField<char *>(record, f.offset));
+    StoreField(record, f.offset, text);
+    return true;
+}
+
+// What a kind's rules do once its fields are read; `z_point_read` tells whether the
+// layout's z point was in the frame.
+void ApplyRulesAfterFields(CDB_ENTITY *record, const R12EntityLayout &layout, bool z_point_read) {
+    const uint16_t rules = layout.rules;
+    if ((rules & kR12ZeroZTakesElevation) && z_point_read &&
+        LoadField<double>(record, layout.z_point + 16) == 0.0)
+        StoreField(record, layout.z_point + 16, record->elevation);
+    if (rules & kR12OriginIsElevation) {
+        record->polyline.origin.x = 0.0;
+        record->polyline.origin.y = 0.0;
+        record->polyline.origin.z = record->elevation;
+    }
+    if ((rules & kR12XrefPathNeverNull) && !record->block.xref_path)
+        record->block.xref_path = static_cast<char *>(std::calloc(1, 1));
+    if (rules & kR12UnpackMview)
+        R12UnpackMview(record->eed_data, record->eed_size, &record->viewport);
+}
+
+// Bytes of a frame body, where they stand in it.
+struct BodyBlock {
+    const uint8_t *data = nullptr;
+    size_t size = 0;
+};
+
+// The block of the body behind its length, a `Length`; the body moves past it. False when
+// the body is too short for the length or the block.
+template <typename Length> bool TakeCounted(R12BodyReader &body, BodyBlock &block) {
+    Length length = 0;
+    if (!body.Read(length) || !body.Has(length))
+        return false;
+    block.data = body.Here();
+    block.size = length;
+    body.Skip(length);
+    return true;
+}
+
+// A copy of the frame's extended data (`size` bytes and a zero behind them) in place of
+// the record's block.
+void KeepExtendedData(CDB_ENTITY *record, const BodyBlock &eed) {
+    auto *block = static_cast<uint8_t *>(std::calloc(eed.size + 1, 1));
+    if (!block)
+        return;
+    std::memcpy(block, eed.data, eed.size);
+    std::free(record->eed_data);
+    record->eed_data = block;
+    record->eed_size = static_cast<uint16_t>(eed.size);
+}
+
+// A copy of the handle's text in place of the record's.
+void KeepHandle(CDB_ENTITY *record, const std::string &text) {
+    char *handle = static_cast<char *>(std::malloc(text.size() + 1));
+    if (handle)
+        std::memcpy(handle, text.c_str(), text.size() + 1);
+    std::free(record->handle);
+    record->handle = handle;
+}
+
 // The trailer's position at `offset` (a u32), 0 without a file.
 uint32_t TrailerPosition(const CDrawingFile *file, size_t offset) {
     uint32_t value = 0;
@@ -159,22 +271,12 @@ bool CR12Entity::DecodeCommon(const uint8_t head[8], R12BodyReader &body, bool &
 
     if ((flags & kR12HasExtension) && !body.U8(extension))
         return false;
-    if (extension & kR12ExtHasEed) {
-        uint16_t size = 0;
-        if (!body.U16(size) || !body.Has(size))
-            return false;
-        // View mode keeps the extended data of a viewport only, which its view needs.
-        if (!drawing->ViewFlag() || kind == CDB_VIEWPORT) {
-            auto *block = static_cast<uint8_t *>(std::calloc(size_t(size) + 1, 1));
-            if (block) {
-                std::memcpy(block, body.Here(), size);
-                std::free(record->eed_data);
-                record->eed_data = block;
-                record->eed_size = size;
-            }
-        }
-        body.Skip(size);
-    }
+    BodyBlock eed;
+    if ((extension & kR12ExtHasEed) && !TakeCounted<uint16_t>(body, eed))
+        return false;
+    // View mode keeps the extended data of a viewport only, which its view needs.
+    if (eed.data && (!drawing->ViewFlag() || kind == CDB_VIEWPORT))
+        KeepExtendedData(record, eed);
     if ((flags & kR12HasColor) && !body.U8(color))
         return false;
     if ((flags & kR12HasLtype) && !body.I16(ltype))
@@ -183,18 +285,11 @@ bool CR12Entity::DecodeCommon(const uint8_t head[8], R12BodyReader &body, bool &
         return false;
     if ((flags & kR12HasThickness) && !body.F64(thickness))
         return false;
-    if (flags & kR12HasHandle) {
-        uint8_t length = 0;
-        if (!body.U8(length) || !body.Has(length))
-            return false;
-        const std::string text = HandleBytesToText(body.Here(), length);
-        body.Skip(length);
-        char *handle = static_cast<char *>(std::malloc(text.size() + 1));
-        if (handle)
-            std::memcpy(handle, text.c_str(), text.size() + 1);
-        std::free(record->handle);
-        record->handle = handle;
-    }
+    BodyBlock handle;
+    if ((flags & kR12HasHandle) && !TakeCounted<uint8_t>(body, handle))
+        return false;
+    if (handle.data)
+        KeepHandle(record, HandleBytesToText(handle.data, handle.size));
     if ((extension & kR12ExtHasSpace) && !body.I16(space))
         return false;
     if (space != 0)
@@ -218,10 +313,9 @@ bool CR12Entity::DecodeFields(const uint8_t head[8], R12BodyReader &body, bool t
     const uint8_t flags = head[1];
     const uint8_t options_1 = head[6];
     const uint8_t options_2 = head[7];
-    const uint16_t rules = layout->rules;
     bool z_point_read = false;
 
-    if (rules & kR12ScalesStartAtOne) {
+    if (layout->rules & kR12ScalesStartAtOne) {
         record->insert.x_scale = 1.0;
         record->insert.y_scale = 1.0;
         record->insert.z_scale = 1.0;
@@ -230,91 +324,45 @@ bool CR12Entity::DecodeFields(const uint8_t head[8], R12BodyReader &body, bool t
         const R12EntityField &f = layout->fields[i];
         if (!R12FieldIsPresent(f, options_1, options_2))
             continue;
-        const int32_t base = f.base == TableBase::kNone ? 0 : drawing->Base(f.base);
-        double x = 0.0, y = 0.0, z = 0.0;
+        bool ok = true;
         switch (f.value) {
         case R12Value::kF64:
-            if (!body.F64(x))
-                return false;
-            StoreField(record, f.offset, x);
-            break;
         case R12Value::kAngle:
-            if (!body.F64(x))
-                return false;
-            StoreField(record, f.offset, RadiansToDegrees(x));
+            ok = DecodeReal(body, record, f);
             break;
         case R12Value::kXY:
         case R12Value::kXY0:
         case R12Value::kXYZ:
         case R12Value::kXYz:
-            if (!body.F64(x) || !body.F64(y))
-                return false;
-            if (f.value == R12Value::kXYZ || (f.value == R12Value::kXYz && three_d)) {
-                if (!body.F64(z))
-                    return false;
-            }
-            StoreField(record, f.offset, x);
-            StoreField(record, f.offset + 8, y);
-            if (f.value != R12Value::kXY)
-                StoreField(record, f.offset + 16, z);
+            ok = DecodePoint(body, record, f, three_d);
             if (f.offset == layout->z_point)
                 z_point_read = true;
             break;
-        case R12Value::kU8: {
-            uint8_t v = 0;
-            if (!body.U8(v))
-                return false;
-            StoreField(record, f.offset, static_cast<int16_t>(v + base));
+        case R12Value::kU8:
+        case R12Value::kU8Byte:
+        case R12Value::kI16:
+            ok = DecodeInteger(body, record, f,
+                               f.base == TableBase::kNone ? 0 : drawing->Base(f.base));
             break;
-        }
-        case R12Value::kU8Byte: {
-            uint8_t v = 0;
-            if (!body.U8(v))
-                return false;
-            StoreField(record, f.offset, v);
-            break;
-        }
-        case R12Value::kI16: {
-            int16_t v = 0;
-            if (!body.I16(v))
-                return false;
-            StoreField(record, f.offset, static_cast<int16_t>(v + base));
-            break;
-        }
         case R12Value::kI32: {
             int32_t v = 0;
-            if (!body.I32(v))
-                return false;
-            StoreObjectI32(v);
+            ok = body.I32(v);
+            if (ok)
+                StoreObjectI32(v);
             break;
         }
         case R12Value::kText:
-        case R12Value::kNameText: {
-            char *text = nullptr;
-            if (!ReadFrameText(body, f.value == R12Value::kNameText, text))
-                return false;
-            std::free(LoadField<char *>(record, f.offset));
-            StoreField(record, f.offset, text);
+        case R12Value::kNameText:
+            ok = DecodeText(body, record, f);
             break;
-        }
         case R12Value::kFlag80:
             StoreField(record, f.offset, static_cast<int16_t>((flags & kR12FollowsBit) ? 1 : 0));
             break;
         }
+        if (!ok)
+            return false;
     }
-
-    if ((rules & kR12ZeroZTakesElevation) && z_point_read &&
-        LoadField<double>(record, layout->z_point + 16) == 0.0)
-        StoreField(record, layout->z_point + 16, record->elevation);
-    if (rules & kR12OriginIsElevation) {
-        record->polyline.origin.x = 0.0;
-        record->polyline.origin.y = 0.0;
-        record->polyline.origin.z = record->elevation;
-    }
-    if ((rules & kR12XrefPathNeverNull) && !record->block.xref_path)
-        record->block.xref_path = static_cast<char *>(std::calloc(1, 1));
-    if (rules & kR12UnpackMview)
-        R12UnpackMview(record->eed_data, record->eed_size, &record->viewport);
+    ApplyRulesAfterFields(record, *layout, z_point_read);
     return true;
 }
 

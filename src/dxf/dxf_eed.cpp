@@ -52,19 +52,31 @@ bool EqualIgnoringCase(const char *a, const char *b) {
     return *a == *b;
 }
 
-// Bytes of a hexadecimal text, two digits a byte, up to the first non-digit.
-std::vector<uint8_t> HexBytes(const char *text) {
-    std::vector<uint8_t> out;
-    for (size_t i = 0; i + 1 < kValueSize && out.size() < kMaxPayload; i += 2) {
+// Bytes of a hexadecimal text, two digits a byte, up to the first non-digit, into `out`
+// (room for kMaxPayload bytes). The count of bytes.
+size_t HexBytes(const char *text, uint8_t *out) {
+    size_t count = 0;
+    for (size_t i = 0; i + 1 < kValueSize && count < kMaxPayload; i += 2) {
         const int high = HexDigitValue(text[i]);
         if (high < 0)
             break;
         const int low = HexDigitValue(text[i + 1]);
         if (low < 0)
             break;
-        out.push_back(static_cast<uint8_t>(high * 16 + low));
+        out[count++] = static_cast<uint8_t>(high * 16 + low);
     }
-    return out;
+    return count;
+}
+
+// 1020 to 1023 and 1030 to 1033: the y and the z of a point that 1010 to 1013 began.
+bool IsPointContinuation(int16_t code) {
+    return (code >= 1020 && code <= 1023) || (code >= 1030 && code <= 1033);
+}
+
+// The codes the stored form has an item for.
+bool IsStoredCode(int16_t code) {
+    return (code >= 1000 && code <= 1005) || (code >= 1010 && code <= 1013) ||
+           (code >= 1040 && code <= 1042) || code == 1070 || code == 1071;
 }
 
 } // namespace
@@ -77,115 +89,117 @@ bool CDxfEedCollector::Reserve(size_t count) {
     return true;
 }
 
+bool CDxfEedCollector::BeginItem(int16_t code, size_t payload) {
+    if (!Reserve(1 + payload))
+        return false;
+    bytes_.push_back(static_cast<uint8_t>(code - 1000));
+    return true;
+}
+
+void CDxfEedCollector::AddCounted(int16_t code, const void *data, size_t count) {
+    if (!BeginItem(code, 1 + count))
+        return;
+    bytes_.push_back(static_cast<uint8_t>(count));
+    const auto *p = static_cast<const uint8_t *>(data);
+    bytes_.insert(bytes_.end(), p, p + count);
+}
+
+void CDxfEedCollector::AddTableIndex(int16_t code, const char *name) {
+    const std::function<int(const char *)> &find = code == 1001 ? lookup_.appid : lookup_.layer;
+    const int index = find ? find(name) : -1;
+    if (BeginItem(code, 2))
+        ByteWriter(bytes_).U16(static_cast<uint16_t>(index));
+}
+
+void CDxfEedCollector::AddBinary(int16_t code, const char *value, size_t length) {
+    if (binary_) {
+        // The chunk: its stated length, then what of it arrived.
+        size_t n = 0;
+        if (length > 0) {
+            const size_t stated = static_cast<uint8_t>(value[0]);
+            const size_t arrived = length - 1;
+            n = stated < arrived ? stated : arrived;
+        }
+        AddCounted(code, value + 1, n);
+        return;
+    }
+    uint8_t data[kMaxPayload];
+    AddCounted(code, data, HexBytes(value, data));
+}
+
+void CDxfEedCollector::AddHandle(int16_t code, const char *value, size_t length) {
+    const uint64_t handle = HandleTextToValue(value, length);
+    if (!BeginItem(code, 8))
+        return;
+    for (int i = 7; i >= 0; --i)
+        bytes_.push_back(static_cast<uint8_t>(handle >> (8 * i)));
+}
+
+void CDxfEedCollector::AddPointStart(int16_t code, const char *value) {
+    if (!BeginItem(code, 24))
+        return;
+    point_at_ = bytes_.size() - 1;
+    ByteWriter out(bytes_);
+    out.F64(DxfTextToReal(value));
+    out.F64(0.0);
+    out.F64(0.0);
+}
+
+void CDxfEedCollector::AddPointPart(int16_t code, const char *value) {
+    if (point_at_ == kNoPoint)
+        return;
+    const size_t slot = point_at_ + 1 + (code >= 1030 ? 16 : 8);
+    ByteWriter(bytes_).WriteAt(slot, DxfTextToReal(value));
+}
+
 void CDxfEedCollector::Add(int16_t code, const char *value) {
     if (!value)
         value = "";
-    const size_t length = strnlen(value, kValueSize);
-    ByteWriter out(bytes_);
-
     // Continuation of an open point: filled in place, no code byte.
-    if ((code >= 1020 && code <= 1023) || (code >= 1030 && code <= 1033)) {
-        if (point_at_ == kNoPoint)
-            return;
-        const size_t slot = point_at_ + 1 + (code >= 1030 ? 16 : 8);
-        out.WriteAt(slot, DxfTextToReal(value));
+    if (IsPointContinuation(code)) {
+        AddPointPart(code, value);
         return;
     }
-
-    const bool known = (code >= 1000 && code <= 1005) || (code >= 1010 && code <= 1013) ||
-                       (code >= 1040 && code <= 1042) || code == 1070 || code == 1071;
-    if (!known)
+    if (!IsStoredCode(code))
         return;
     point_at_ = kNoPoint;
-
-    const uint8_t tag = static_cast<uint8_t>(code - 1000);
+    const size_t length = strnlen(value, kValueSize);
     switch (code) {
-    case 1000: {
-        const size_t n = length < kMaxPayload ? length : kMaxPayload;
-        if (!Reserve(2 + n))
-            return;
-        bytes_.push_back(tag);
-        bytes_.push_back(static_cast<uint8_t>(n));
-        bytes_.insert(bytes_.end(), value, value + n);
+    case 1000:
+        AddCounted(code, value, length < kMaxPayload ? length : kMaxPayload);
         break;
-    }
     case 1001:
-    case 1003: {
-        const std::function<int(const char *)> &find = code == 1001 ? lookup_.appid : lookup_.layer;
-        const int index = find ? find(value) : -1;
-        if (!Reserve(3))
-            return;
-        bytes_.push_back(tag);
-        out.U16(static_cast<uint16_t>(index));
+    case 1003:
+        AddTableIndex(code, value);
         break;
-    }
     case 1002:
-        if (!Reserve(2))
-            return;
-        bytes_.push_back(tag);
-        bytes_.push_back(EqualIgnoringCase(value, "{") ? 0 : 1);
+        if (BeginItem(code, 1))
+            bytes_.push_back(EqualIgnoringCase(value, "{") ? 0 : 1);
         break;
-    case 1004: {
-        std::vector<uint8_t> data;
-        if (binary_) {
-            if (length > 0) {
-                const size_t stated = static_cast<uint8_t>(value[0]);
-                const size_t arrived = length - 1;
-                const size_t n = stated < arrived ? stated : arrived;
-                data.assign(value + 1, value + 1 + n);
-            }
-        } else {
-            data = HexBytes(value);
-        }
-        if (!Reserve(2 + data.size()))
-            return;
-        bytes_.push_back(tag);
-        bytes_.push_back(static_cast<uint8_t>(data.size()));
-        bytes_.insert(bytes_.end(), data.begin(), data.end());
+    case 1004:
+        AddBinary(code, value, length);
         break;
-    }
-    case 1005: {
-        const uint64_t handle = HandleTextToValue(value, length);
-        if (!Reserve(9))
-            return;
-        bytes_.push_back(tag);
-        for (int i = 7; i >= 0; --i)
-            bytes_.push_back(static_cast<uint8_t>(handle >> (8 * i)));
+    case 1005:
+        AddHandle(code, value, length);
         break;
-    }
+    case 1070:
+        if (BeginItem(code, 2))
+            ByteWriter(bytes_).U16(
+                static_cast<uint16_t>(static_cast<uint32_t>(DxfTextToInt(value))));
+        break;
+    case 1071:
+        if (BeginItem(code, 4))
+            ByteWriter(bytes_).U32(static_cast<uint32_t>(DxfTextToInt(value)));
+        break;
     case 1010:
     case 1011:
     case 1012:
     case 1013:
-        if (!Reserve(25))
-            return;
-        point_at_ = bytes_.size();
-        bytes_.push_back(tag);
-        out.F64(DxfTextToReal(value));
-        out.F64(0.0);
-        out.F64(0.0);
+        AddPointStart(code, value);
         break;
-    case 1040:
-    case 1041:
-    case 1042:
-        if (!Reserve(9))
-            return;
-        bytes_.push_back(tag);
-        out.F64(DxfTextToReal(value));
-        break;
-    case 1070:
-        if (!Reserve(3))
-            return;
-        bytes_.push_back(tag);
-        out.U16(static_cast<uint16_t>(static_cast<uint32_t>(DxfTextToInt(value))));
-        break;
-    case 1071:
-        if (!Reserve(5))
-            return;
-        bytes_.push_back(tag);
-        out.U32(static_cast<uint32_t>(DxfTextToInt(value)));
-        break;
-    default:
+    default: // 1040 to 1042
+        if (BeginItem(code, 8))
+            ByteWriter(bytes_).F64(DxfTextToReal(value));
         break;
     }
 }

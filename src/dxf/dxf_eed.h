@@ -57,6 +57,16 @@ private:
     // True when `count` more bytes keep the block within 65535 bytes. Once an item is
     // refused the block is closed and later items are refused too.
     bool Reserve(size_t count);
+    // Reserves an item of `payload` bytes behind its code byte and appends the code byte.
+    // False, with nothing appended, when the block has no room for it.
+    bool BeginItem(int16_t code, size_t payload);
+    // The item kinds: the groups Add takes, each to its stored form.
+    void AddCounted(int16_t code, const void *data, size_t count); // length byte and data
+    void AddTableIndex(int16_t code, const char *name);            // 1001, 1003
+    void AddBinary(int16_t code, const char *value, size_t length);
+    void AddHandle(int16_t code, const char *value, size_t length);
+    void AddPointStart(int16_t code, const char *value); // 1010 to 1013
+    void AddPointPart(int16_t code, const char *value);  // 1020 to 1033
 
     const DxfEedLookup &lookup_;
     bool binary_;

@@ -21,6 +21,92 @@ void ReplaceText(CDB_ENTITY *record, size_t offset, const char *text) {
     StoreField<char *>(record, offset, DuplicateText(text));
 }
 
+// A field that the writer leaves out when it is 1 starts at 1.
+void StartNotOneFieldsAtOne(CDB_ENTITY *record, const R12DxfLayout &layout) {
+    for (size_t i = 0; i < layout.count; ++i) {
+        const R12DxfGroup &g = layout.groups[i];
+        if (g.when != R12DxfWhen::kNotOne)
+            continue;
+        if (g.value == R12DxfValue::kReal)
+            StoreField<double>(record, g.offset, 1.0);
+        else if (g.value == R12DxfValue::kInt16)
+            StoreField<int16_t>(record, g.offset, 1);
+    }
+}
+
+// Appends a run of extended data to the record's block: a second run in the same entity
+// goes behind the first. A run that would take the block past 65535 bytes is dropped.
+void AppendExtendedData(CDB_ENTITY *record, const std::vector<uint8_t> &bytes) {
+    const size_t kept = record->eed_data ? record->eed_size : 0;
+    const size_t total = kept + bytes.size();
+    if (bytes.empty() || total > 0xFFFF)
+        return;
+    auto *joined = static_cast<uint8_t *>(std::malloc(total));
+    if (!joined)
+        return;
+    if (kept)
+        std::memcpy(joined, record->eed_data, kept);
+    std::memcpy(joined + kept, bytes.data(), bytes.size());
+    std::free(record->eed_data);
+    record->eed_data = joined;
+    record->eed_size = static_cast<uint16_t>(total);
+}
+
+// The line type of group 6. The block start takes its line type without the BYBLOCK test
+// and the base.
+int16_t LineTypeIndexOf(CR12Drawing &drawing, const char *name, bool block_start) {
+    if (!block_start && std::strcmp(name, "BYBLOCK") == 0)
+        return -2;
+    return static_cast<int16_t>(drawing.Table(kR12Ltypes).FindNoCase(name) +
+                                drawing.Base(TableBase::kLtypes));
+}
+
+// One of the groups that every kind has, into the record; false when `group` is none of
+// them.
+bool ReadCommonGroup(CR12Drawing &drawing, CDB_ENTITY *record, const CDxfStream &stream,
+                     int16_t group, const char *value, bool block_start) {
+    switch (group) {
+    case 5:
+        std::free(record->handle);
+        record->handle = DuplicateText(value);
+        return true;
+    case 6:
+        record->line_type_index = LineTypeIndexOf(drawing, value, block_start);
+        return true;
+    case 8:
+        // The block start takes its layer without the base.
+        record->layer_index =
+            static_cast<int16_t>(drawing.Table(kR12Layers).FindNoCase(value) +
+                                 (block_start ? 0 : drawing.Base(TableBase::kLayers)));
+        return true;
+    case 38:
+        record->elevation = stream.Real(value);
+        return true;
+    case 39:
+        record->thickness = stream.Real(value);
+        return true;
+    case 62:
+        record->color = static_cast<int16_t>(DxfTextToInt(value));
+        return true;
+    case 67:
+        record->space = static_cast<int16_t>(DxfTextToInt(value));
+        if (record->space != 0)
+            drawing.MarkPaperSpace();
+        return true;
+    case 210:
+        record->extrusion.x = stream.Real(value);
+        return true;
+    case 220:
+        record->extrusion.y = stream.Real(value);
+        return true;
+    case 230:
+        record->extrusion.z = stream.Real(value);
+        return true;
+    default:
+        return false;
+    }
+}
+
 } // namespace
 
 int CR12Entity::ReadDXF(CR12DxfReader &reader, char *name) {
@@ -29,19 +115,8 @@ int CR12Entity::ReadDXF(CR12DxfReader &reader, char *name) {
         return 0;
     const R12DxfLayout *layout = kind->groups;
     CDxfStream &stream = reader.Stream();
-    // The block start takes its line type and layer without the BYBLOCK test and the base.
     const bool block_start = code == CDB_BLOCK;
-
-    // A field that the writer leaves out when it is 1 starts at 1.
-    for (size_t i = 0; i < layout->count; ++i) {
-        const R12DxfGroup &g = layout->groups[i];
-        if (g.when != R12DxfWhen::kNotOne)
-            continue;
-        if (g.value == R12DxfValue::kReal)
-            StoreField<double>(record, g.offset, 1.0);
-        else if (g.value == R12DxfValue::kInt16)
-            StoreField<int16_t>(record, g.offset, 1);
-    }
+    StartNotOneFieldsAtOne(record, *layout);
 
     int16_t group = 0;
     stream.ReadGroup(&group, name);
@@ -55,68 +130,12 @@ int CR12Entity::ReadDXF(CR12DxfReader &reader, char *name) {
             CDxfEedCollector collector(reader.EedLookup(),
                                        stream.InputForm() == CDxfStream::kBinary);
             collector.Collect(stream, group, name);
-            // A second run of extended data in the same entity goes behind the first.
-            const std::vector<uint8_t> &bytes = collector.Bytes();
-            const size_t kept = record->eed_data ? record->eed_size : 0;
-            const size_t total = kept + bytes.size();
-            if (!bytes.empty() && total <= 0xFFFF) {
-                auto *joined = static_cast<uint8_t *>(std::malloc(total));
-                if (joined) {
-                    if (kept)
-                        std::memcpy(joined, record->eed_data, kept);
-                    std::memcpy(joined + kept, bytes.data(), bytes.size());
-                    std::free(record->eed_data);
-                    record->eed_data = joined;
-                    record->eed_size = static_cast<uint16_t>(total);
-                }
-            }
+            AppendExtendedData(record, collector.Bytes());
             continue;
         }
-        switch (group) {
-        case 5:
-            std::free(record->handle);
-            record->handle = DuplicateText(name);
-            break;
-        case 6:
-            if (!block_start && std::strcmp(name, "BYBLOCK") == 0)
-                record->line_type_index = -2;
-            else
-                record->line_type_index =
-                    static_cast<int16_t>(drawing->Table(kR12Ltypes).FindNoCase(name) +
-                                         drawing->Base(TableBase::kLtypes));
-            break;
-        case 8:
-            record->layer_index =
-                static_cast<int16_t>(drawing->Table(kR12Layers).FindNoCase(name) +
-                                     (block_start ? 0 : drawing->Base(TableBase::kLayers)));
-            break;
-        case 38:
-            record->elevation = stream.Real(name);
-            break;
-        case 39:
-            record->thickness = stream.Real(name);
-            break;
-        case 62:
-            record->color = static_cast<int16_t>(DxfTextToInt(name));
-            break;
-        case 67:
-            record->space = static_cast<int16_t>(DxfTextToInt(name));
-            if (record->space != 0)
-                drawing->MarkPaperSpace();
-            break;
-        case 210:
-            record->extrusion.x = stream.Real(name);
-            break;
-        case 220:
-            record->extrusion.y = stream.Real(name);
-            break;
-        case 230:
-            record->extrusion.z = stream.Real(name);
-            break;
-        default:
+        if (!ReadCommonGroup(*drawing, record, stream, group, name, block_start)) {
             if (const R12DxfGroup *g = layout->Find(group))
                 ReadDxfGroup(stream, *g, name);
-            break;
         }
         stream.ReadGroup(&group, name);
     }

@@ -148,15 +148,84 @@ void ShapeInterpreter::BulgeArc(int8_t dx_byte, int8_t dy_byte, int8_t bulge) {
 // One command behind its code; false when the walk ends.
 bool ShapeInterpreter::Command(uint8_t code) {
     const bool was_skipping = skipping;
-    const uint8_t *op = nullptr;
     bool ok = true;
     if (code > 14) {
-        const double *d = kDirections[code & 0x0F];
-        const double n = (code >> 4) * pen.scale;
-        Move(d[0] * n, d[1] * n);
+        Vector(code);
+    } else if (code >= 8 && code <= 13) {
+        if (!Movement(code))
+            return false;
         skipping = false;
-        return true;
+    } else {
+        ok = StateCommand(code);
     }
+    if (was_skipping && skip_rule == ShapeSkip::kNextCommand)
+        skipping = false;
+    return ok;
+}
+
+// A vector byte: its length in the high four bits, its direction in the low four.
+void ShapeInterpreter::Vector(uint8_t code) {
+    const double *d = kDirections[code & 0x0F];
+    const double n = (code >> 4) * pen.scale;
+    Move(d[0] * n, d[1] * n);
+    skipping = false;
+}
+
+// Codes 8 to 13, the movements; false when the codes end inside one.
+bool ShapeInterpreter::Movement(uint8_t code) {
+    const uint8_t *op = nullptr;
+    switch (code) {
+    case 8:
+        if (!Take(2, &op))
+            return false;
+        Move(int8_t(op[0]) * pen.scale, int8_t(op[1]) * pen.scale);
+        return true;
+    case 9:
+        return Displacements(false);
+    case 10:
+        if (!Take(2, &op))
+            return false;
+        OctantArc(op[0], op[1]);
+        return true;
+    case 11:
+        if (!Take(5, &op))
+            return false;
+        FractionalArc(op);
+        return true;
+    case 12:
+        if (!Take(3, &op))
+            return false;
+        BulgeArc(int8_t(op[0]), int8_t(op[1]), int8_t(op[2]));
+        return true;
+    default: // 13
+        return Displacements(true);
+    }
+}
+
+// Codes 9 and 13: displacements up to (0,0), each a straight move or, `with_bulge`, an arc
+// by the bulge byte behind it (the closing (0,0) has none).
+bool ShapeInterpreter::Displacements(bool with_bulge) {
+    const uint8_t *op = nullptr;
+    for (;;) {
+        if (!Take(2, &op))
+            return false;
+        if (op[0] == 0 && op[1] == 0)
+            return true;
+        const int8_t dx = int8_t(op[0]), dy = int8_t(op[1]);
+        if (!with_bulge) {
+            Move(dx * pen.scale, dy * pen.scale);
+            continue;
+        }
+        if (!Take(1, &op))
+            return false;
+        BulgeArc(dx, dy, int8_t(op[0]));
+    }
+}
+
+// Codes 1 to 7 and 14, which change the pen's state and move nothing of their own; false
+// when the walk ends.
+bool ShapeInterpreter::StateCommand(uint8_t code) {
+    const uint8_t *op = nullptr;
     switch (code) {
     case 1:
     case 2:
@@ -165,99 +234,61 @@ bool ShapeInterpreter::Command(uint8_t code) {
             listener.PenChanged(pen.down);
         }
         skipping = false;
-        break;
+        return true;
     case 3:
-        // A divisor of 0 would leave no scale at all: the scale stays.
-        ok = Take(1, &op);
-        if (ok && !Muted() && op[0] != 0)
-            pen.scale /= op[0];
-        break;
     case 4:
-        ok = Take(1, &op);
-        if (ok && !Muted())
-            pen.scale *= op[0];
-        break;
+        if (!Take(1, &op))
+            return false;
+        if (!Muted())
+            Rescale(code, op[0]);
+        return true;
     case 5:
-        if (Muted())
-            break;
-        if (depth == 4)
-            return false;
-        stack[depth] = {pen.x, pen.y};
-        ++depth;
-        break;
+        return Muted() || Push();
     case 6:
-        if (Muted())
-            break;
-        if (depth == 0)
-            return false;
-        --depth;
-        pen.x = stack[depth].x;
-        pen.y = stack[depth].y;
-        break;
+        return Muted() || Pop();
     case 7:
-        ok = Take(1, &op);
-        if (ok && !Muted() && listener.DrawsSubshapes()) {
+        if (!Take(1, &op))
+            return false;
+        if (!Muted() && listener.DrawsSubshapes()) {
             // The subshape draws with this shape's scale, which it can't change.
             const double scale = pen.scale;
             listener.Subshape(op[0], &pen);
             pen.scale = scale;
         }
-        break;
-    case 8:
-        ok = Take(2, &op);
-        if (ok)
-            Move(int8_t(op[0]) * pen.scale, int8_t(op[1]) * pen.scale);
-        skipping = false;
-        break;
-    case 9:
-        for (;;) {
-            if (!Take(2, &op))
-                return false;
-            if (op[0] == 0 && op[1] == 0)
-                break;
-            Move(int8_t(op[0]) * pen.scale, int8_t(op[1]) * pen.scale);
-        }
-        skipping = false;
-        break;
-    case 10:
-        ok = Take(2, &op);
-        if (ok)
-            OctantArc(op[0], op[1]);
-        skipping = false;
-        break;
-    case 11:
-        ok = Take(5, &op);
-        if (ok)
-            FractionalArc(op);
-        skipping = false;
-        break;
-    case 12:
-        ok = Take(3, &op);
-        if (ok)
-            BulgeArc(int8_t(op[0]), int8_t(op[1]), int8_t(op[2]));
-        skipping = false;
-        break;
-    case 13:
-        for (;;) {
-            if (!Take(2, &op))
-                return false;
-            if (op[0] == 0 && op[1] == 0)
-                break;
-            const int8_t dx = int8_t(op[0]), dy = int8_t(op[1]);
-            if (!Take(1, &op))
-                return false;
-            BulgeArc(dx, dy, int8_t(op[0]));
-        }
-        skipping = false;
-        break;
+        return true;
     case 14:
         if (!Muted())
             skipping = true;
-        break;
+        return true;
     default:
-        break;
+        return true;
     }
-    if (was_skipping && skip_rule == ShapeSkip::kNextCommand)
-        skipping = false;
-    return ok;
+}
+
+// Code 3 divides the scale by `factor`, code 4 multiplies it. A divisor of 0 would leave no
+// scale at all: the scale stays.
+void ShapeInterpreter::Rescale(uint8_t code, uint8_t factor) {
+    if (code == 4)
+        pen.scale *= factor;
+    else if (factor != 0)
+        pen.scale /= factor;
+}
+
+// Code 5 keeps the pen's position; false on a fifth push.
+bool ShapeInterpreter::Push() {
+    if (depth == 4)
+        return false;
+    stack[depth] = {pen.x, pen.y};
+    ++depth;
+    return true;
+}
+
+// Code 6 takes the last kept position back; false on an empty stack.
+bool ShapeInterpreter::Pop() {
+    if (depth == 0)
+        return false;
+    --depth;
+    pen.x = stack[depth].x;
+    pen.y = stack[depth].y;
+    return true;
 }

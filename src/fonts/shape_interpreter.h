@@ -68,6 +68,14 @@ public:
 private:
     bool Take(size_t n, const uint8_t **out);
     bool Command(uint8_t code);
+    // The command groups and steps behind Command.
+    void Vector(uint8_t code);
+    bool Movement(uint8_t code);
+    bool Displacements(bool with_bulge);
+    bool StateCommand(uint8_t code);
+    void Rescale(uint8_t code, uint8_t factor);
+    bool Push();
+    bool Pop();
     bool Muted() const { return skipping && skip_rule == ShapeSkip::kNextCommand; }
     void Move(double dx, double dy);
     void Arc(const ShapeArc &arc);
