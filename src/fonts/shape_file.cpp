@@ -205,6 +205,16 @@ const ShapeEntry *CShapeFile::Entry(int number) const {
     return &shapes[static_cast<size_t>(number)];
 }
 
+bool CShapeFile::CodesOf(int number, std::vector<uint8_t> *codes) const {
+    const ShapeEntry *entry = Entry(number);
+    size_t length = 0;
+    const uint8_t *bytes = entry ? ShapeCodes(entry->data, &length) : nullptr;
+    if (!bytes)
+        return false;
+    codes->assign(bytes, bytes + length);
+    return true;
+}
+
 std::unique_ptr<CShapeFile> CShapeFile::Load(const std::string &path) {
     CDrawingFile file;
     // The first line, compared byte for byte over 21 bytes.

@@ -83,6 +83,10 @@ public:
     // The entry of a shape number in the direct table; null for a number outside 0 to
     // max_shape_id.
     const ShapeEntry *Entry(int number) const;
+    // The byte codes behind the name of shape `number` of the direct table, into `codes`
+    // (the subshape lookup of the stroke walk): false, `codes` untouched, when the file has
+    // no such shape or its data hold no codes.
+    bool CodesOf(int number, std::vector<uint8_t> *codes) const;
 
     // Full path, upper case; for a font from the index, its name there.
     std::string file_name;

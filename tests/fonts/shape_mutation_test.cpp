@@ -166,13 +166,7 @@ Bytes Mutate(const Bytes &base, std::mt19937 &random, std::string *what) {
 void Exercise(const CShapeFile &font) {
     volatile double sink = 0;
     ShapeCodesLookup lookup = [&font](int number, std::vector<uint8_t> *codes) {
-        const ShapeEntry *entry = font.Entry(number);
-        size_t n = 0;
-        const uint8_t *bytes = entry ? ShapeCodes(entry->data, &n) : nullptr;
-        if (!bytes)
-            return false;
-        codes->assign(bytes, bytes + n);
-        return true;
+        return font.CodesOf(number, codes);
     };
     for (const ShapeEntry &entry : font.shapes) {
         size_t n = 0;

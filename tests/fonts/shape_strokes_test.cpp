@@ -73,6 +73,26 @@ double LargestStep(const ShapeStroke &stroke, double cx, double cy) {
     return largest;
 }
 
+// The subshape lookup of a stroke walk: the codes behind a shape's name, or false with the
+// caller's buffer left alone.
+TEST(ShapeFileCodes, CodesBehindTheNameOfAShapeOfTheDirectTable) {
+    CShapeFile file;
+    file.max_shape_id = 2;
+    file.shapes.resize(3);
+    file.shapes[1].data = {'A', 'B', 0, 0x01, 0x02};
+    file.shapes[1].data_length = 5;
+    file.shapes[2].data = {'N', 'O', 'N', 'U', 'L'};
+    file.shapes[2].data_length = 5;
+    std::vector<uint8_t> codes = {9};
+    ASSERT_TRUE(file.CodesOf(1, &codes));
+    EXPECT_EQ(codes, (std::vector<uint8_t>{0x01, 0x02}));
+    for (int missing : {-1, 0, 2, 3, 256}) {
+        codes = {9};
+        EXPECT_FALSE(file.CodesOf(missing, &codes)) << missing;
+        EXPECT_EQ(codes, std::vector<uint8_t>{9}) << missing;
+    }
+}
+
 TEST(ShapeStrokes, EmptyAndNullCodesDrawNothing) {
     ShapeDrawing d = DrawShape(nullptr, 5, ShapeCodesLookup());
     EXPECT_TRUE(d.strokes.empty());
@@ -404,13 +424,7 @@ TEST(ShapeStrokes, SampleShapeDrawsItsSubshapesFromTheFont) {
     ASSERT_EQ(font->extra_shapes.size(), 1u);
     const CShapeFile &file = *font;
     ShapeCodesLookup lookup = [&file](int number, std::vector<uint8_t> *codes) {
-        const ShapeEntry *entry = file.Entry(number);
-        size_t length = 0;
-        const uint8_t *bytes = entry ? ShapeCodes(entry->data, &length) : nullptr;
-        if (!bytes)
-            return false;
-        codes->assign(bytes, bytes + length);
-        return true;
+        return file.CodesOf(number, codes);
     };
     // RING: the BOX, then the CROSS from the same corner. The cross's first arm goes on
     // from where the box closed.

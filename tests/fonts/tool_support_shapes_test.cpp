@@ -45,13 +45,7 @@ std::string CompileBigFont(const ScratchDir &dir) {
 
 // The byte codes of a shape of `file` by number, for the stroke walks' subshapes.
 bool CodesOf(const CShapeFile &file, int number, std::vector<uint8_t> *codes) {
-    const ShapeEntry *entry = file.Entry(number);
-    size_t length = 0;
-    const uint8_t *bytes = entry ? ShapeCodes(entry->data, &length) : nullptr;
-    if (!bytes)
-        return false;
-    codes->assign(bytes, bytes + length);
-    return true;
+    return file.CodesOf(number, codes);
 }
 
 void ExpectSameStrokes(const tool_support::ShapeStrokes &got, const ShapeDrawing &wanted) {
