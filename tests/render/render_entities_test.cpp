@@ -14,11 +14,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <sstream>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace velko_test {
@@ -131,6 +133,11 @@ constexpr double kNear = 1e-4;
 class RenderEntities : public ::testing::Test {
 protected:
     RenderEntities() : drawing("render_entities.dwg", edit::EditDrawing()) {}
+    ~RenderEntities() override {
+        saved.reset();
+        if (!saved_path.empty())
+            std::remove(saved_path.c_str());
+    }
     void SetUp() override { ASSERT_GE(drawing.handle, 0); }
     int16_t h() const { return drawing.handle; }
 
@@ -198,18 +205,22 @@ protected:
     }
 
     // The drawing saved as DWG and opened again: what was added behind the main list's
-    // end now stands before it, where the display walk finds it.
+    // end now stands before it, where the display walk finds it. The file is named after
+    // the test and the process, so that tests run side by side do not share it.
     int16_t Saved() {
         saved.reset();
-        const std::string path = ::testing::TempDir() + "render_entities_saved.dwg";
-        EXPECT_EQ(CDBSaveAsDWG(h(), path.c_str()), 0);
-        saved = std::make_unique<walk::OpenDrawing>(path);
+        const testing::TestInfo *info = testing::UnitTest::GetInstance()->current_test_info();
+        saved_path = ::testing::TempDir() + "render_entities_" + (info ? info->name() : "saved") +
+                     "_" + std::to_string(static_cast<long>(getpid())) + ".dwg";
+        EXPECT_EQ(CDBSaveAsDWG(h(), saved_path.c_str()), 0);
+        saved = std::make_unique<walk::OpenDrawing>(saved_path);
         EXPECT_GE(saved->handle, 0);
         return saved->handle;
     }
 
     walk::OpenDrawing drawing;
     std::unique_ptr<walk::OpenDrawing> saved;
+    std::string saved_path;
 };
 
 TEST_F(RenderEntities, ALineIsOneGroupWithItsTwoPoints) {
