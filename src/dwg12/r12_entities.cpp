@@ -41,7 +41,7 @@ void CR12Entity::GetRecord(CDB_ENTITY *out) {
         return;
     // List mode: the caller gets copies of the texts of its own.
     for (uint16_t offset : OwnedTextsOf(code))
-        SetRecordText(out, offset, DuplicateText(RecordText(record, offset)));
+        StoreField<char *>(out, offset, DuplicateText(LoadField<char *>(record, offset)));
 }
 
 CR12PlainEntity::CR12PlainEntity(CR12Drawing *owner, int16_t kind) : CR12Entity(owner, kind) {}

@@ -40,10 +40,10 @@ void CR12Entity::SetRecord(const CDB_ENTITY *in) {
     record->layer_handle = nullptr;
     record->line_type_handle = nullptr;
     for (uint16_t offset : OwnedTextsOf(code))
-        SetRecordText(record, offset, DuplicateText(RecordText(record, offset)));
+        StoreField<char *>(record, offset, DuplicateText(LoadField<char *>(record, offset)));
     // The references of release 13 (handle texts) are not carried by a release 12 entity.
     for (uint16_t offset : HandleTextsOf(code))
-        SetRecordText(record, offset, nullptr);
+        StoreField<char *>(record, offset, nullptr);
 }
 
 void CR12BlockReference::SetRecord(const CDB_ENTITY *in) {

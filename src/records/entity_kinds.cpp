@@ -1,4 +1,5 @@
 // The rows of the release-neutral kind registry; see entity_kinds.h.
+#include "io/record_field.h"
 #include "records/entity_kinds.h"
 
 #include "records/entity_defaults.h"
@@ -110,20 +111,10 @@ const char *EntityKindName(int code) {
     return kind ? kind->name : "UNKNOWN";
 }
 
-char *RecordText(const void *record, uint16_t offset) {
-    char *text;
-    std::memcpy(&text, static_cast<const uint8_t *>(record) + offset, sizeof text);
-    return text;
-}
-
-void SetRecordText(void *record, uint16_t offset, char *text) {
-    std::memcpy(static_cast<uint8_t *>(record) + offset, &text, sizeof text);
-}
-
 void FreeOwnedTexts(const EntityKind &kind, void *record) {
     for (uint16_t offset : kind.owned_texts) {
-        std::free(RecordText(record, offset));
-        SetRecordText(record, offset, nullptr);
+        std::free(LoadField<char *>(record, offset));
+        StoreField<char *>(record, offset, nullptr);
     }
 }
 

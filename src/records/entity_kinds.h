@@ -74,11 +74,8 @@ RecordTextFields HandleTextsOf(int code);
 // code that names no kind.
 const char *EntityKindName(int code);
 
-// The text field at `offset` of a record (records are byte-packed: the pointer may be
-// unaligned), and its replacement.
-char *RecordText(const void *record, uint16_t offset);
-void SetRecordText(void *record, uint16_t offset, char *text);
-
+// The text fields are reached with LoadField<char *> and StoreField<char *>
+// (io/record_field.h): records are byte-packed, so a pointer may be unaligned.
 // Frees the owned texts of `kind` in `record` and nulls them. `record` is a CDB_ENTITY, or a
 // record laid out like its beginning up to the kind's texts (the block start record).
 void FreeOwnedTexts(const EntityKind &kind, void *record);

@@ -1,6 +1,7 @@
 // The release 12 kind table: every row makes an object of its code, points at layouts that
 // agree with the kind, is reached by the DXF names the reader dispatches, and the texts that
 // its layouts read are the kind's owned texts, copied for a caller and freed without a leak.
+#include "io/record_field.h"
 #include "dwg12/r12_dxf_layout.h"
 #include "dwg12/r12_entities.h"
 #include "dwg12/r12_entity_kinds.h"
@@ -146,34 +147,34 @@ TEST(R12EntityKinds, OwnedTextsAreTakenInCopiedOutAndFreedWithoutLeak) {
         in.entity_type = kind.code;
         char caller_text[] = "caller";
         for (uint16_t offset : facts.owned_texts)
-            SetRecordText(&in, offset, caller_text);
+            StoreField<char *>(&in, offset, caller_text);
         char handle[] = "2A";
         for (uint16_t offset : facts.handle_texts)
-            SetRecordText(&in, offset, handle);
+            StoreField<char *>(&in, offset, handle);
 
         std::unique_ptr<CR12Entity> e(kind.make(nullptr, kind.code));
         e->SetRecord(&in);
         for (uint16_t offset : facts.owned_texts) {
-            const char *kept = RecordText(e->GetData(), offset);
+            const char *kept = LoadField<char *>(e->GetData(), offset);
             ASSERT_NE(kept, nullptr) << facts.name;
             EXPECT_NE(kept, caller_text) << facts.name << ": the object keeps its own copy";
             EXPECT_STREQ(kept, "caller");
         }
         for (uint16_t offset : facts.handle_texts)
-            EXPECT_EQ(RecordText(e->GetData(), offset), nullptr) << facts.name;
+            EXPECT_EQ(LoadField<char *>(e->GetData(), offset), nullptr) << facts.name;
 
         // Without a drawing the object answers as in list mode: the caller gets copies.
         CDB_ENTITY out;
         std::memset(&out, 0, sizeof out);
         e->GetRecord(&out);
         for (uint16_t offset : facts.owned_texts) {
-            const char *copy = RecordText(&out, offset);
+            const char *copy = LoadField<char *>(&out, offset);
             ASSERT_NE(copy, nullptr) << facts.name;
-            EXPECT_NE(copy, RecordText(e->GetData(), offset)) << facts.name;
+            EXPECT_NE(copy, LoadField<char *>(e->GetData(), offset)) << facts.name;
             EXPECT_STREQ(copy, "caller");
         }
         FreeOwnedTexts(&out);
         for (uint16_t offset : facts.owned_texts)
-            EXPECT_EQ(RecordText(&out, offset), nullptr) << facts.name;
+            EXPECT_EQ(LoadField<char *>(&out, offset), nullptr) << facts.name;
     }
 }

@@ -1,6 +1,7 @@
 // The release-neutral registry of entity kinds: its rows are consistent with each other, with
 // the public header's kind codes and with the defaults, and the owned texts of a record are
 // freed by it.
+#include "io/record_field.h"
 #include "records/entity_defaults.h"
 #include "records/entity_kinds.h"
 #include "walk/walk_support.h"
@@ -129,17 +130,17 @@ TEST(EntityKinds, FreeingARecordFreesAndNullsEveryOwnedText) {
             char *text = static_cast<char *>(std::malloc(8));
             ASSERT_NE(text, nullptr);
             std::strcpy(text, "owned");
-            SetRecordText(&r, offset, text);
+            StoreField<char *>(&r, offset, text);
         }
         // A handle text is not the caller's: it stays.
         char kept[] = "1F";
         for (uint16_t offset : kind.handle_texts)
-            SetRecordText(&r, offset, kept);
+            StoreField<char *>(&r, offset, kept);
         FreeOwnedTexts(&r);
         for (uint16_t offset : kind.owned_texts)
-            EXPECT_EQ(RecordText(&r, offset), nullptr) << kind.name;
+            EXPECT_EQ(LoadField<char *>(&r, offset), nullptr) << kind.name;
         for (uint16_t offset : kind.handle_texts)
-            EXPECT_EQ(RecordText(&r, offset), kept) << kind.name;
+            EXPECT_EQ(LoadField<char *>(&r, offset), kept) << kind.name;
     }
 }
 
