@@ -224,6 +224,35 @@ int CDrawingFile::Read(void *dest, uint32_t size) {
     return 1;
 }
 
+std::unique_ptr<uint8_t[]> CDrawingFile::ReadObject() {
+    read_failed = false;
+    for (;;) {
+        int32_t start = position;
+        uint8_t head[4] = {};
+        if (!Read(head, sizeof head) || position == start)
+            return nullptr;
+        position = start;
+        uint32_t first = head[0] | (uint32_t(head[1]) << 8);
+        if (first & 0x8000u) {
+            // The long form: (first & 0x7FFF) XOR (second << 15) bytes of data and 6 more.
+            uint32_t second = head[2] | (uint32_t(head[3]) << 8);
+            int64_t skip = int64_t((first & 0x7FFFu) ^ (second << 15)) + 6;
+            int64_t next = int64_t(start) + skip;
+            if (next > INT32_MAX)
+                return nullptr;
+            position = static_cast<int32_t>(next);
+            continue;
+        }
+        uint32_t count = (first & 0x7FFFu) + 4;
+        std::unique_ptr<uint8_t[]> object(new uint8_t[count]());
+        if (!Read(object.get(), count)) {
+            read_failed = true;
+            return nullptr;
+        }
+        return object;
+    }
+}
+
 char *CDrawingFile::ReadLine(char *dest, int max) {
     if (!dest || max <= 0)
         return nullptr;

@@ -5,6 +5,7 @@
 #define VELKO_IO_DRAWING_FILE_H
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 // Resolves a drawing's path on this system: "\" and "/" both separate components, and a
@@ -56,6 +57,15 @@ public:
         int64_t target = static_cast<int64_t>(position) + count;
         position = target > INT32_MAX ? INT32_MAX : static_cast<int32_t>(target);
     }
+    // The next object of a release 13 DWG at the read position: its 16-bit size `n`
+    // (low byte first), `n` bytes of data and 2 check bytes, in a new block of n + 4 bytes
+    // (bytes a short file lacks are zero). An object whose size has bit 15 set (32768 bytes
+    // or more, in the long form of two 16-bit words) is passed over, and the one behind it
+    // is delivered. Null when nothing can be read; `read_failed` tells a failed read of the
+    // body from the end of the file.
+    std::unique_ptr<uint8_t[]> ReadObject();
+    bool read_failed = false;
+
     int Write(const void *source, uint32_t size);
     // Writing at a place: flushes what the write buffer holds and moves the physical file
     // position to `offset`, where the next Write goes. 1, or 0 when the platform refuses.
