@@ -44,7 +44,7 @@ uint32_t CBitStream::ReadBits(int n) {
     if (n > 32)
         n = 32;
     int64_t end_bit = int64_t(byte_pos) * 8 + bit_pos + n;
-    if (byte_pos < 0 || bit_pos < 0 || end_bit > int64_t(size) * 8)
+    if (byte_pos < 0 || bit_pos < 0 || bit_pos > 7 || end_bit > int64_t(size) * 8)
         return ReadBitsSlowly(n);
     // Every bit lies inside the buffer: take them from one big-endian word.
     uint64_t word = 0;

@@ -55,9 +55,10 @@ public:
         }
     }
 
-    // B: one bit.
+    // B: one bit. A bit position outside 0 to 7 (left by a negative Skip) names no bit of
+    // the byte: it reads 0, and the move goes on from there.
     int ReadBit() {
-        int bit = (ByteAt(byte_pos) >> (7 - (bit_pos & 7))) & 1;
+        int bit = bit_pos >= 0 && bit_pos < 8 ? (ByteAt(byte_pos) >> (7 - bit_pos)) & 1 : 0;
         Skip(0, 1);
         return bit;
     }
