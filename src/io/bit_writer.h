@@ -53,10 +53,10 @@ public:
             ++byte_pos;
         }
     }
-    // The low `n` bits of `value` (n up to 32), most significant first.
+    // The low `n` bits of `value`, most significant first; beyond 32, leading zeros.
     void WriteBits(uint32_t value, int n) {
         for (int i = n - 1; i >= 0; --i)
-            WriteBit((value >> i) & 1u);
+            WriteBit(i < 32 ? (value >> i) & 1u : 0);
     }
     // RC: stored whole at a byte boundary, else as 8 bits.
     void WriteByte(uint8_t value) {
