@@ -3,6 +3,7 @@
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"
 #include "io/record_field.h"
+#include "velkow32.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -37,11 +38,14 @@ int64_t LoadInteger(const void *record, const R13Field &f) {
         return 0;
     switch (f.width) {
     case 1:
-        return LoadField<uint8_t>(record, f.offset);
+        return f.is_signed ? LoadField<int8_t>(record, f.offset)
+                           : LoadField<uint8_t>(record, f.offset);
     case 2:
-        return LoadField<int16_t>(record, f.offset);
+        return f.is_signed ? LoadField<int16_t>(record, f.offset)
+                           : LoadField<uint16_t>(record, f.offset);
     case 4:
-        return LoadField<int32_t>(record, f.offset);
+        return f.is_signed ? LoadField<int32_t>(record, f.offset)
+                           : LoadField<uint32_t>(record, f.offset);
     case 8:
         return LoadField<int64_t>(record, f.offset);
     default:
@@ -128,12 +132,10 @@ void ReadOne(CBitStream &s, const R13Field &f, void *record) {
         break;
     }
     case R13Kind::kH: {
-        int16_t code = static_cast<int16_t>(s.ReadBits(4));
-        uint32_t value = s.ReadHandleValue();
-        if (keep) {
-            StoreField(record, f.offset, code);
-            StoreField(record, f.offset + sizeof(int16_t), value);
-        }
+        CHandleRef ref{};
+        s.ReadHandle(ref);
+        if (keep)
+            StoreField(record, f.offset, ref);
         break;
     }
     case R13Kind::kSkip:
@@ -186,14 +188,9 @@ void WriteOne(CBitWriter &w, const R13Field &f, const void *record) {
         w.WriteHandleText(LoadText(record, f));
         break;
     case R13Kind::kH: {
-        struct {
-            int16_t code;
-            uint32_t value;
-        } ref{0, 0};
-        if (f.offset != kR13Dropped) {
-            ref.code = LoadField<int16_t>(record, f.offset);
-            ref.value = LoadField<uint32_t>(record, f.offset + sizeof(int16_t));
-        }
+        CHandleRef ref{};
+        if (f.offset != kR13Dropped)
+            ref = LoadField<CHandleRef>(record, f.offset);
         w.WriteHandle(ref);
         break;
     }

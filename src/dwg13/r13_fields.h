@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 class CBitStream;
 class CBitWriter;
@@ -45,6 +46,9 @@ struct R13Field {
     uint8_t width;   // bytes of an integer field
     uint16_t offset; // byte offset in the record, or kR13Dropped
     uint16_t room;   // kTVFixed: the block's size; kSkip: the bytes
+    // An integer field whose member is signed: the writer sign-extends what it loads, so
+    // that a 1-byte member holding -1 goes out as the BS of -1, not of 255.
+    bool is_signed = false;
 };
 
 struct R13Layout {
@@ -56,7 +60,9 @@ struct R13Layout {
 #define R13_FIELD(kind, Rec, member)                                                               \
     R13Field {                                                                                     \
         R13Kind::kind, 0, static_cast<uint8_t>(sizeof(static_cast<Rec *>(nullptr)->member)),       \
-            static_cast<uint16_t>(offsetof(Rec, member)), 0                                        \
+            static_cast<uint16_t>(offsetof(Rec, member)), 0,                                       \
+            std::is_signed<std::remove_cv_t<                                                       \
+                std::remove_reference_t<decltype(static_cast<Rec *>(nullptr)->member)>>>::value    \
     }
 // `n` bits into a member.
 #define R13_BITS(n, Rec, member)                                                                   \
