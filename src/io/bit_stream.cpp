@@ -46,16 +46,14 @@ uint32_t CBitStream::ReadBits(int n) {
     int64_t end_bit = int64_t(byte_pos) * 8 + bit_pos + n;
     if (byte_pos < 0 || bit_pos < 0 || bit_pos > 7 || end_bit > int64_t(size) * 8)
         return ReadBitsSlowly(n);
-    // Every bit lies inside the buffer: take them from one big-endian word.
+    // Every bit lies inside the buffer: gather the bytes that hold them (five at most) into
+    // one big-endian word, its first bit at the top, and cut the value out of it.
+    const int needed = (bit_pos + n + 7) >> 3;
+    const uint8_t *bytes = buffer + byte_pos;
     uint64_t word = 0;
-    int32_t available = size - byte_pos;
-    if (available >= 8) {
-        for (int i = 0; i < 8; ++i)
-            word = (word << 8) | buffer[byte_pos + i];
-    } else {
-        for (int i = 0; i < 8; ++i)
-            word = (word << 8) | (i < available ? buffer[byte_pos + i] : 0);
-    }
+    for (int i = 0; i < needed; ++i)
+        word = (word << 8) | bytes[i];
+    word <<= 64 - 8 * needed;
     uint32_t value = static_cast<uint32_t>((word << bit_pos) >> (64 - n));
     int32_t total = bit_pos + n;
     byte_pos += total >> 3;

@@ -1,5 +1,6 @@
 #include "io/bit_writer.h"
 
+#include <cstdlib>
 #include <cstring>
 
 void CByteBuffer::SetByte(int32_t index, uint8_t value) {
@@ -90,17 +91,9 @@ void CBitWriter::WriteText(const char *text) {
 
 void CBitWriter::WriteHandleText(const char *text) {
     size_t length = text ? std::strlen(text) : 0;
-    uint64_t value = 0;
-    for (size_t i = 0; i < length; ++i) {
-        char c = text[i];
-        int digit = c >= '0' && c <= '9'   ? c - '0'
-                    : c >= 'A' && c <= 'F' ? c - 'A' + 10
-                    : c >= 'a' && c <= 'f' ? c - 'a' + 10
-                                           : -1;
-        if (digit < 0)
-            break;
-        value = (value << 4) | static_cast<uint64_t>(digit);
-    }
+    // The number as the C library reads base 16: leading blanks and a "0x" pass, the first
+    // character that is no digit ends it.
+    uint64_t value = length ? std::strtoull(text, nullptr, 16) : 0;
     uint32_t count = static_cast<uint32_t>((length + 1) / 2);
     WriteBits(count, 4);
     for (uint32_t i = count; i-- > 0;)

@@ -231,6 +231,16 @@ TEST(BitWriter, HandleTextCountIsHalfTheDigitsRoundedUp) {
     EXPECT_EQ(Written(empty), (Bytes{0x00}));
 }
 
+TEST(BitWriter, HandleTextIsReadAsABase16NumberWhileItsCountComesFromItsLength) {
+    CBitWriter w;
+    w.WriteHandleText("0x1F"); // four characters: two bytes, 00 1F
+    w.WriteHandleText("2Bz");  // the number ends at the z: two bytes, 00 2B
+    ExactBytes bytes(Written(w));
+    CBitStream s(bytes.data(), bytes.size());
+    EXPECT_EQ(Take(s.ReadHandleText()), "01F");
+    EXPECT_EQ(Take(s.ReadHandleText()), "02B");
+}
+
 TEST(BitWriter, HandleValueIsCutAtItsFirstZeroByte) {
     CBitWriter w;
     w.WriteHandle(Ref{0, 0x010002});
