@@ -137,31 +137,38 @@ double CBitStream::ReadBitDouble() {
     return ReadRawDouble();
 }
 
+void CBitStream::ReadBytesInto(std::string &text, int32_t count) {
+    text.clear();
+    if (count <= 0)
+        return;
+    // The room taken is held against what the buffer still holds, whatever the count says.
+    int64_t remaining = int64_t(size) - byte_pos;
+    if (remaining > 0)
+        text.reserve(static_cast<size_t>(count < remaining ? count : remaining));
+    for (int32_t i = 0; i < count; ++i) {
+        int32_t was_byte = byte_pos, was_bit = bit_pos;
+        uint8_t byte = ReadByte();
+        if (!overrun)
+            text.push_back(static_cast<char>(byte));
+        // A read that could not move leaves the stream as it found it: so would every
+        // later one, and the text is dropped anyway. A count far beyond the data ends here.
+        if (byte_pos == was_byte && bit_pos == was_bit)
+            break;
+    }
+    if (overrun)
+        text.clear();
+}
+
 char *CBitStream::ReadText() {
     int32_t length = ReadBitShort();
     if (length == -1)
         length = 256;
-    short_text.clear();
-    for (int32_t i = 0; i < length; ++i) {
-        uint8_t byte = ReadByte();
-        // Past the end the text is dropped anyway: keep the copy no larger than the buffer.
-        if (!overrun)
-            short_text.push_back(static_cast<char>(byte));
-    }
-    if (overrun)
-        short_text.clear();
+    ReadBytesInto(short_text, length);
     return CopyText(short_text);
 }
 
 const std::string &CBitStream::ReadRawBytes(int32_t n) {
-    bytes_text.clear();
-    for (int32_t i = 0; i < n; ++i) {
-        uint8_t byte = ReadByte();
-        if (!overrun)
-            bytes_text.push_back(static_cast<char>(byte));
-    }
-    if (overrun)
-        bytes_text.clear();
+    ReadBytesInto(bytes_text, n);
     return bytes_text;
 }
 

@@ -119,6 +119,8 @@ private:
     uint8_t ByteAt(int32_t index) const { return index >= 0 && index < size ? buffer[index] : 0; }
     // ReadBits for a read that may cross the end: bit by bit, as ReadBit moves.
     uint32_t ReadBitsSlowly(int n);
+    // `count` bytes through ReadByte into `text`, which is empty when the stream overran.
+    void ReadBytesInto(std::string &text, int32_t count);
     // Reads a handle's count and bytes; false for a count of 0 or 9 and more.
     bool ReadHandleBytes(uint8_t bytes[8], int &count);
 

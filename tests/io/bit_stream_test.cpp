@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <random>
@@ -394,6 +395,28 @@ TEST(BitStream, TextLongerThanTheDataIsEmptyAndStopsAtTheEnd) {
     EXPECT_EQ(Take(s.ReadText()), "");
     EXPECT_TRUE(s.Overrun());
     EXPECT_EQ(s.TellByte(), 3);
+}
+
+TEST(BitStream, RawBytesWithAHugeCountStopAtTheEnd) {
+    ExactBytes bytes({'a', 'b', 'c'});
+    CBitStream s(bytes.data(), bytes.size());
+    s.ReadBit();
+    EXPECT_EQ(s.ReadRawBytes(INT32_MAX), "");
+    EXPECT_TRUE(s.Overrun());
+    EXPECT_EQ(s.TellByte(), 4) << "the last bit carried one byte on, untested";
+    EXPECT_EQ(s.TellBit(), 0);
+    s.Attach(bytes.data(), bytes.size());
+    EXPECT_EQ(s.ReadRawBytes(INT32_MAX), "");
+    EXPECT_EQ(s.TellByte(), 3);
+}
+
+TEST(BitStream, RawBytesAfterARefusedSkipStillMoveButAreDropped) {
+    ExactBytes bytes({'a', 'b', 'c'});
+    CBitStream s(bytes.data(), bytes.size());
+    s.Skip(10, 0);
+    ASSERT_TRUE(s.Overrun());
+    EXPECT_EQ(s.ReadRawBytes(2), "");
+    EXPECT_EQ(s.TellByte(), 2);
 }
 
 TEST(BitStream, TextThatEndsExactlyAtTheEndIsKept) {
