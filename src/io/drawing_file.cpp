@@ -231,6 +231,9 @@ std::unique_ptr<uint8_t[]> CDrawingFile::ReadObject() {
         uint8_t head[4] = {};
         if (!Read(head, sizeof head) || position == start)
             return nullptr;
+        // Back to where the object starts, also when fewer than 4 bytes were left: the block
+        // must begin with the size it was allocated for, since a bit stream over it takes
+        // its length from there.
         position = start;
         uint32_t first = head[0] | (uint32_t(head[1]) << 8);
         if (first & 0x8000u) {
