@@ -2,6 +2,8 @@
 // texts, the control object and the base of the record classes.
 #include "dwg13/r13_tables.h"
 
+#include "dwg13/r13_record_layout.h"
+
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"
 #include "io/record_field.h"
@@ -43,11 +45,6 @@ char *R13NewHandleText(uint32_t value) {
 
 namespace {
 
-// The bits that remain to be read in the stream.
-int64_t BitsLeft(const CBitStream &stream) {
-    return (int64_t(stream.Size()) - stream.TellByte()) * 8 - stream.TellBit();
-}
-
 // The fewest bits a handle reference takes: its code and a zero count.
 constexpr int64_t kMinHandleBits = 8;
 
@@ -71,7 +68,7 @@ int CR13TableHead::Read(CBitStream &stream, int16_t record_type) {
     // The line type table keeps its BYLAYER and BYBLOCK line types behind the entries.
     const int64_t extra = record_type == kR13Ltype ? 2 : 0;
     const int64_t count = int64_t(entry_count) + extra;
-    if (entry_count < 0 || count * kMinHandleBits > BitsLeft(stream))
+    if (entry_count < 0 || count * kMinHandleBits > R13BitsLeft(stream))
         return 0;
     entries.resize(static_cast<size_t>(count));
     for (CHandleRef &ref : entries)

@@ -2,6 +2,8 @@
 // whose objects do not fit a plain list of fields.
 #include "dwg13/r13_tables.h"
 
+#include "dwg13/r13_record_layout.h"
+
 #include "fonts/shape_table.h"
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"
@@ -20,21 +22,6 @@ using StyleB = R13Body<CDB_STYLE_TBL_type>;
 using ViewB = R13Body<CDB_VIEW_TBL_type>;
 using UcsB = R13Body<CDB_UCS_TBL_type>;
 using VportB = R13Body<CDB_VPORT_TBL_type>;
-using MlineB = R13Body<CDB_MLINESTYLE_TBL_type>;
-
-template <size_t N> constexpr R13Layout L(const R13Field (&fields)[N]) {
-    return R13Layout{fields, N};
-}
-
-// The head every record shares behind the frame start: the handle, the RL of the object's
-// bits, the 4-bit entry code (into `code`) and the name.
-#define R13_HEAD(B, code)                                                                          \
-    R13_FIELD(kHT, B, record.handle), R13_FIELD(kRL, B, object_bits), R13_BITS(4, B, code),        \
-        R13_FIELD(kTV, B, record.name)
-// The three references that close a record, kept in the link tail.
-#define R13_LINKS(B)                                                                               \
-    R13_FIELD(kH, B, record.links.owner), R13_FIELD(kH, B, record.links.reactor),                  \
-        R13_FIELD(kH, B, record.links.dictionary)
 
 constexpr R13Field kLayerLayout[] = {
     R13_HEAD(LayerB, record.links.link_count),
@@ -221,55 +208,6 @@ constexpr R13Field kDimstyleLayout[] = {
     R13_LINKS(DimB),
 };
 
-// The multiline style has a head of its own: no entry code, and 5 bytes and 4 bits passed
-// over behind the handle. No references close it. The elements follow as a named step.
-constexpr R13Field kMlineLayout[] = {
-    R13_FIELD(kHT, MlineB, record.handle),         R13_SKIP(5, 4),
-    R13_FIELD(kTV, MlineB, record.name),           R13_FIELD(kTV, MlineB, record.description),
-    R13_FIELD(kBS, MlineB, record.flags),          R13_FIELD(kBS, MlineB, record.fill_color),
-    R13_FIELD(kAngle, MlineB, record.start_angle), R13_FIELD(kAngle, MlineB, record.end_angle),
-    R13_BITS(8, MlineB, record.element_count),
-};
-constexpr R13Field kElementLayout[] = {
-    R13_FIELD(kBD, CDB_MLINESTYLE_ELEMENT, offset),
-    R13_FIELD(kBS, CDB_MLINESTYLE_ELEMENT, color),
-    R13_FIELD(kBS, CDB_MLINESTYLE_ELEMENT, line_type_index),
-};
-// The fewest bits an element takes: a short BD and two short BS.
-constexpr int64_t kMinElementBits = 6;
-
-using BlockB = R13BlockBody;
-// Up to the entry code; the name and the block's flags follow as a named step.
-constexpr R13Field kBlockHead[] = {
-    R13_FIELD(kHT, BlockB, record.handle),
-    R13_FIELD(kRL, BlockB, object_bits),
-    R13_BITS(4, BlockB, record.links.ref_count),
-};
-constexpr R13Field kBlockTail[] = {
-    R13_FIELD(k3BD, BlockB, base_point),
-    R13_FIELD(kTV, BlockB, xref_path),
-    R13_FIELD(kH, BlockB, record.links.refs[0]),
-    R13_FIELD(kH, BlockB, record.links.refs[1]),
-    R13_FIELD(kH, BlockB, record.links.refs[2]),
-    // The first entity, the block start, the last entity and the block end.
-    R13_FIELD(kH, BlockB, record.links.refs[3]),
-    R13_FIELD(kH, BlockB, record.links.refs[4]),
-    R13_FIELD(kH, BlockB, record.links.refs[5]),
-    R13_FIELD(kH, BlockB, record.links.refs[6]),
-};
-
-constexpr R13Field kVpEntHdrHead[] = {
-    R13_HEAD(R13VpEntHdrBody, record.entry_code),
-};
-
-int64_t BitsLeft(const CBitStream &stream) {
-    return (int64_t(stream.Size()) - stream.TellByte()) * 8 - stream.TellBit();
-}
-
-template <typename T> T *NewArray(size_t count) {
-    return static_cast<T *>(std::calloc(count, sizeof(T)));
-}
-
 } // namespace
 
 // ---- Records of one layout -----------------------------------------------------------------
@@ -308,18 +246,18 @@ void CR13LayerRecord::ConvertLayerFlags(CDB_LAYER_TBL_type &record) {
 }
 
 int CR13LayerRecord::Decode(CBitStream &stream) {
-    ReadR13Fields(stream, L(kLayerLayout), &body);
+    ReadR13Fields(stream, R13LayoutOf(kLayerLayout), &body);
     ConvertLayerFlags(body.record);
     return 1;
 }
 
 // The raw flag byte and the colour go out as the record holds them.
 void CR13LayerRecord::Encode(CBitWriter &writer) const {
-    WriteR13Fields(writer, L(kLayerLayout), &body);
+    WriteR13Fields(writer, R13LayoutOf(kLayerLayout), &body);
 }
 
 void CR13LayerRecord::ReleaseOwned() {
-    ReleaseTexts(L(kLayerLayout));
+    ReleaseTexts(R13LayoutOf(kLayerLayout));
 }
 
 // ---- Line type -----------------------------------------------------------------------------
@@ -329,10 +267,10 @@ CR13LtypeRecord::CR13LtypeRecord(CBaseDrawing *drawing)
                    offsetof(LtypeB, object_bits)) {}
 
 int CR13LtypeRecord::Decode(CBitStream &stream) {
-    ReadR13Fields(stream, L(kLtypeHead), &body);
+    ReadR13Fields(stream, R13LayoutOf(kLtypeHead), &body);
     if (!ReadDashes(stream))
         return 0;
-    ReadR13Fields(stream, L(kLtypeTail), &body);
+    ReadR13Fields(stream, R13LayoutOf(kLtypeTail), &body);
     CDB_LTYPE_TBL_type &r = body.record;
     for (int16_t i = 0; i < r.dash_count; ++i)
         stream.ReadHandle(r.style_handles[i]);
@@ -346,22 +284,22 @@ int CR13LtypeRecord::ReadDashes(CBitStream &stream) {
     const size_t n = static_cast<size_t>(r.dash_count);
     if (n == 0)
         return 1;
-    if (int64_t(n) * (kMinDashBits + 8) + kMinLtypeTailBits > BitsLeft(stream))
+    if (int64_t(n) * (kMinDashBits + 8) + kMinLtypeTailBits > R13BitsLeft(stream))
         return 0;
-    r.dashes = NewArray<double>(n);
-    r.complex_types = NewArray<int16_t>(n);
-    r.style_handles = NewArray<CHandleRef>(n);
-    r.shape_numbers = NewArray<double>(n);
-    r.scales = NewArray<double>(n);
-    r.rotations = NewArray<double>(n);
-    r.x_offsets = NewArray<double>(n);
-    r.y_offsets = NewArray<double>(n);
+    r.dashes = R13NewArray<double>(n);
+    r.complex_types = R13NewArray<int16_t>(n);
+    r.style_handles = R13NewArray<CHandleRef>(n);
+    r.shape_numbers = R13NewArray<double>(n);
+    r.scales = R13NewArray<double>(n);
+    r.rotations = R13NewArray<double>(n);
+    r.x_offsets = R13NewArray<double>(n);
+    r.y_offsets = R13NewArray<double>(n);
     if (!r.dashes || !r.complex_types || !r.style_handles || !r.shape_numbers || !r.scales ||
         !r.rotations || !r.x_offsets || !r.y_offsets)
         return 0;
     for (size_t i = 0; i < n; ++i) {
         R13Dash dash{};
-        ReadR13Fields(stream, L(kDashLayout), &dash);
+        ReadR13Fields(stream, R13LayoutOf(kDashLayout), &dash);
         r.dashes[i] = dash.length;
         r.complex_types[i] = dash.complex_type;
         r.shape_numbers[i] = dash.shape_number;
@@ -385,21 +323,21 @@ void CR13LtypeRecord::WriteDashes(CBitWriter &writer) const {
         dash.rotation = at(r.rotations);
         dash.x_offset = at(r.x_offsets);
         dash.y_offset = at(r.y_offsets);
-        WriteR13Fields(writer, L(kDashLayout), &dash);
+        WriteR13Fields(writer, R13LayoutOf(kDashLayout), &dash);
     }
 }
 
 void CR13LtypeRecord::Encode(CBitWriter &writer) const {
-    WriteR13Fields(writer, L(kLtypeHead), &body);
+    WriteR13Fields(writer, R13LayoutOf(kLtypeHead), &body);
     WriteDashes(writer);
-    WriteR13Fields(writer, L(kLtypeTail), &body);
+    WriteR13Fields(writer, R13LayoutOf(kLtypeTail), &body);
     const CDB_LTYPE_TBL_type &r = body.record;
     for (int16_t i = 0; i < r.dash_count; ++i)
         writer.WriteHandle(r.style_handles ? r.style_handles[i] : CHandleRef{});
 }
 
 void CR13LtypeRecord::ReleaseOwned() {
-    ReleaseTexts(L(kLtypeHead));
+    ReleaseTexts(R13LayoutOf(kLtypeHead));
     CDB_LTYPE_TBL_type &r = body.record;
     std::free(r.dashes);
     std::free(r.complex_types);
@@ -426,16 +364,16 @@ void CR13StyleRecord::ReadFrameStart(CBitStream &stream) {
 }
 
 int CR13StyleRecord::Decode(CBitStream &stream) {
-    ReadR13Fields(stream, L(kStyleLayout), &body);
+    ReadR13Fields(stream, R13LayoutOf(kStyleLayout), &body);
     return 1;
 }
 
 void CR13StyleRecord::Encode(CBitWriter &writer) const {
-    WriteR13Fields(writer, L(kStyleLayout), &body);
+    WriteR13Fields(writer, R13LayoutOf(kStyleLayout), &body);
 }
 
 void CR13StyleRecord::ReleaseOwned() {
-    ReleaseTexts(L(kStyleLayout));
+    ReleaseTexts(R13LayoutOf(kStyleLayout));
 }
 
 std::string CR13StyleRecord::FontName(const char *font_file) {
@@ -488,24 +426,24 @@ CR13VportRecord::CR13VportRecord(CBaseDrawing *drawing)
 // Between the view height and the view centre the object holds the view width, and only
 // when the height is not 0: the record keeps it as the aspect ratio, width over height.
 int CR13VportRecord::Decode(CBitStream &stream) {
-    ReadR13Fields(stream, L(kVportHead), &body);
+    ReadR13Fields(stream, R13LayoutOf(kVportHead), &body);
     CDB_VPORT_TBL_type &r = body.record;
     if (r.view_height != 0.0)
         r.aspect_ratio = stream.ReadBitDouble() / r.view_height;
-    ReadR13Fields(stream, L(kVportTail), &body);
+    ReadR13Fields(stream, R13LayoutOf(kVportTail), &body);
     return 1;
 }
 
 void CR13VportRecord::Encode(CBitWriter &writer) const {
-    WriteR13Fields(writer, L(kVportHead), &body);
+    WriteR13Fields(writer, R13LayoutOf(kVportHead), &body);
     const CDB_VPORT_TBL_type &r = body.record;
     if (r.view_height != 0.0)
         writer.WriteBitDouble(r.aspect_ratio * r.view_height);
-    WriteR13Fields(writer, L(kVportTail), &body);
+    WriteR13Fields(writer, R13LayoutOf(kVportTail), &body);
 }
 
 void CR13VportRecord::ReleaseOwned() {
-    ReleaseTexts(L(kVportHead));
+    ReleaseTexts(R13LayoutOf(kVportHead));
 }
 
 // ---- Dimension style -----------------------------------------------------------------------
@@ -517,7 +455,7 @@ CR13DimstyleRecord::CR13DimstyleRecord(CBaseDrawing *drawing)
 // The text style reference closes the object; the record keeps its value as handle text in
 // `dimtxsty` and its code beside the record.
 int CR13DimstyleRecord::Decode(CBitStream &stream) {
-    ReadR13Fields(stream, L(kDimstyleLayout), &body);
+    ReadR13Fields(stream, R13LayoutOf(kDimstyleLayout), &body);
     CHandleRef ref{};
     stream.ReadHandle(ref);
     body.text_style_code = ref.code;
@@ -526,207 +464,15 @@ int CR13DimstyleRecord::Decode(CBitStream &stream) {
 }
 
 void CR13DimstyleRecord::Encode(CBitWriter &writer) const {
-    WriteR13Fields(writer, L(kDimstyleLayout), &body);
+    WriteR13Fields(writer, R13LayoutOf(kDimstyleLayout), &body);
     CHandleRef ref{body.text_style_code, R13HandleValue(body.record.dimtxsty)};
     writer.WriteHandle(ref);
 }
 
 void CR13DimstyleRecord::ReleaseOwned() {
-    ReleaseTexts(L(kDimstyleLayout));
+    ReleaseTexts(R13LayoutOf(kDimstyleLayout));
     std::free(body.record.dimtxsty);
     body.record.dimtxsty = nullptr;
-}
-
-// ---- Multiline style -----------------------------------------------------------------------
-
-CR13MlineStyleRecord::CR13MlineStyleRecord(CBaseDrawing *drawing)
-    : CR13RecordOf(drawing, kR13MlineStyle, offsetof(CDB_MLINESTYLE_TBL_type, flags), 2,
-                   offsetof(MlineB, object_bits)) {}
-
-namespace {
-
-constexpr int kFlagGroupA = 0x4440;
-constexpr int kFlagGroupB = 0x2220;
-
-int SwapLowBits(int value) {
-    return ((value & 1) << 1) | ((value >> 1) & 1);
-}
-
-// One group present and not the other: it moves to the other group's place (A right to
-// B, B left to A). The two low bits are then those of `value`, swapped.
-int TradeGroups(int value, int shifted_source) {
-    int result = shifted_source;
-    const bool a = (shifted_source & kFlagGroupA) != 0;
-    const bool b = (shifted_source & kFlagGroupB) != 0;
-    if (a && !b)
-        result = shifted_source >> 1;
-    else if (b && !a)
-        result = shifted_source << 1;
-    return (result & ~3) | SwapLowBits(value);
-}
-
-} // namespace
-
-int16_t CR13MlineStyleRecord::FlagsFromFile(int16_t stored) {
-    const int f = static_cast<uint16_t>(stored);
-    return static_cast<int16_t>(TradeGroups(f, f));
-}
-
-int16_t CR13MlineStyleRecord::FlagsToFile(int16_t flags) {
-    const int f = static_cast<uint16_t>(flags);
-    return static_cast<int16_t>(TradeGroups(f, f & ~3));
-}
-
-int CR13MlineStyleRecord::Decode(CBitStream &stream) {
-    ReadR13Fields(stream, L(kMlineLayout), &body);
-    body.record.flags = FlagsFromFile(body.record.flags);
-    return ReadElements(stream);
-}
-
-// The elements, allocated once their count is known to fit the rest of the object. The
-// file's colour -1 (BYLAYER) is the record's 256, its line type 32767 the record's -1.
-int CR13MlineStyleRecord::ReadElements(CBitStream &stream) {
-    CDB_MLINESTYLE_TBL_type &r = body.record;
-    const size_t n = static_cast<size_t>(r.element_count);
-    if (n == 0)
-        return 1;
-    if (int64_t(n) * kMinElementBits > BitsLeft(stream))
-        return 0;
-    r.elements = NewArray<CDB_MLINESTYLE_ELEMENT>(n);
-    if (!r.elements)
-        return 0;
-    for (size_t i = 0; i < n; ++i) {
-        CDB_MLINESTYLE_ELEMENT element{};
-        ReadR13Fields(stream, L(kElementLayout), &element);
-        if (element.color == -1)
-            element.color = 256;
-        if (element.line_type_index == 32767)
-            element.line_type_index = -1;
-        std::memcpy(&r.elements[i], &element, sizeof element);
-    }
-    return 1;
-}
-
-void CR13MlineStyleRecord::WriteElements(CBitWriter &writer) const {
-    const CDB_MLINESTYLE_TBL_type &r = body.record;
-    for (int16_t i = 0; r.elements && i < r.element_count; ++i) {
-        CDB_MLINESTYLE_ELEMENT element;
-        std::memcpy(&element, &r.elements[i], sizeof element);
-        if (element.color == 256)
-            element.color = -1;
-        if (element.line_type_index == -1)
-            element.line_type_index = 32767;
-        WriteR13Fields(writer, L(kElementLayout), &element);
-    }
-}
-
-void CR13MlineStyleRecord::Encode(CBitWriter &writer) const {
-    MlineB stored;
-    std::memcpy(&stored, &body, sizeof stored);
-    stored.record.flags = FlagsToFile(body.record.flags);
-    WriteR13Fields(writer, L(kMlineLayout), &stored);
-    WriteElements(writer);
-}
-
-void CR13MlineStyleRecord::ReleaseOwned() {
-    ReleaseTexts(L(kMlineLayout));
-    CDB_MLINESTYLE_TBL_type &r = body.record;
-    for (int16_t i = 0; r.elements && i < r.element_count; ++i)
-        std::free(r.elements[i].line_type_handle);
-    std::free(r.elements);
-    r.elements = nullptr;
-}
-
-// ---- Block header --------------------------------------------------------------------------
-
-CR13BlockRecord::CR13BlockRecord(CBaseDrawing *drawing)
-    : CR13RecordOf(drawing, kR13BlockHeader, offsetof(CDB_BLOCK_TBL, flags), 1,
-                   offsetof(BlockB, object_bits)) {}
-
-int CR13BlockRecord::Decode(CBitStream &stream) {
-    ReadR13Fields(stream, L(kBlockHead), &body);
-    ReadNameAndFlags(stream);
-    ReadR13Fields(stream, L(kBlockTail), &body);
-    return 1;
-}
-
-// Behind the name the block's bits are picked one pair at a time, and then the stream goes
-// a byte back and reads the flags: a 0 in the second pair means a model block (and the
-// flags are the byte just picked); otherwise a byte is passed over first. A 3 in the
-// fourth pair marks a block of an external reference.
-void CR13BlockRecord::ReadNameAndFlags(CBitStream &stream) {
-    body.record.name = stream.ReadText();
-    stream.ReadBits(2);
-    if (stream.ReadBits(2) == 0) {
-        body.in_model_flag = 1;
-    } else {
-        stream.Skip(1, 0);
-        body.in_model_flag = 0;
-    }
-    stream.ReadBits(2);
-    body.is_xref_block = stream.ReadBits(2) == 3 ? 1 : 0;
-    stream.Skip(-1, 0);
-    body.record.flags = static_cast<uint8_t>(stream.ReadBits(8));
-}
-
-// An anonymous block of the kinds "*D" and "*U" is written under that bare name and the
-// bits 200; any other block under its name and the bits 0xC0. The number of an anonymous
-// name is lost here: "*D12" goes out as "*D".
-void CR13BlockRecord::WriteNameAndFlags(CBitWriter &writer) const {
-    const char *name = body.record.name ? body.record.name : "";
-    if (std::strncmp(name, "*D", 2) == 0 || std::strncmp(name, "*U", 2) == 0) {
-        const char bare[3] = {name[0], name[1], 0};
-        writer.WriteText(bare);
-        writer.WriteBits(200, 8);
-    } else {
-        writer.WriteText(name);
-        writer.WriteBits(0xC0, 8);
-    }
-}
-
-void CR13BlockRecord::Encode(CBitWriter &writer) const {
-    WriteR13Fields(writer, L(kBlockHead), &body);
-    WriteNameAndFlags(writer);
-    WriteR13Fields(writer, L(kBlockTail), &body);
-}
-
-void CR13BlockRecord::ReleaseOwned() {
-    ReleaseTexts(L(kBlockHead));
-    ReleaseTexts(L(kBlockTail));
-    std::free(body.record.name);
-    body.record.name = nullptr;
-}
-
-// ---- Viewport entity header ----------------------------------------------------------------
-
-CR13VpEntHdrRecord::CR13VpEntHdrRecord(CBaseDrawing *drawing)
-    : CR13RecordOf(drawing, kR13VpEntHdr, offsetof(R13VpEntHdrRecord, flags), 1,
-                   offsetof(R13VpEntHdrBody, object_bits)) {}
-
-int CR13VpEntHdrRecord::Decode(CBitStream &stream) {
-    ReadR13Fields(stream, L(kVpEntHdrHead), &body);
-    return 1;
-}
-
-void CR13VpEntHdrRecord::Encode(CBitWriter &writer) const {
-    WriteR13Fields(writer, L(kVpEntHdrHead), &body);
-}
-
-void CR13VpEntHdrRecord::KeepObject(const uint8_t *object, size_t size) {
-    raw.assign(object, object + size);
-}
-
-// The object goes out as it was read; a record that was never read writes its head.
-void CR13VpEntHdrRecord::WriteDWG(CBitWriter &writer) const {
-    if (raw.empty()) {
-        CR13TableRecord::WriteDWG(writer);
-        return;
-    }
-    writer.WriteRawBytes(raw.data(), raw.size());
-}
-
-void CR13VpEntHdrRecord::ReleaseOwned() {
-    ReleaseTexts(L(kVpEntHdrHead));
 }
 
 // ---- Factory -------------------------------------------------------------------------------
@@ -742,13 +488,13 @@ CR13TableRecord *MakeR13TableRecord(CBaseDrawing *drawing, int16_t record_type) 
     case kR13Ltype:
         return new (std::nothrow) CR13LtypeRecord(drawing);
     case kR13View:
-        return new (std::nothrow) CR13ViewRecord(drawing, kR13View, L(kViewLayout));
+        return new (std::nothrow) CR13ViewRecord(drawing, kR13View, R13LayoutOf(kViewLayout));
     case kR13Ucs:
-        return new (std::nothrow) CR13UcsRecord(drawing, kR13Ucs, L(kUcsLayout));
+        return new (std::nothrow) CR13UcsRecord(drawing, kR13Ucs, R13LayoutOf(kUcsLayout));
     case kR13Vport:
         return new (std::nothrow) CR13VportRecord(drawing);
     case kR13Appid:
-        return new (std::nothrow) CR13AppidRecord(drawing, kR13Appid, L(kAppidLayout));
+        return new (std::nothrow) CR13AppidRecord(drawing, kR13Appid, R13LayoutOf(kAppidLayout));
     case kR13Dimstyle:
         return new (std::nothrow) CR13DimstyleRecord(drawing);
     case kR13VpEntHdr:
