@@ -54,6 +54,12 @@ constexpr R13Field kVpEntHdrHead[] = {
     R13_HEAD(R13VpEntHdrBody, record.entry_code),
 };
 
+static_assert(R13FieldsFit(kMlineLayout, sizeof(MlineB)), "multiline style layout");
+static_assert(R13FieldsFit(kElementLayout, sizeof(CDB_MLINESTYLE_ELEMENT)), "element layout");
+static_assert(R13FieldsFit(kBlockHead, sizeof(BlockB)) && R13FieldsFit(kBlockTail, sizeof(BlockB)),
+              "block header layouts");
+static_assert(R13FieldsFit(kVpEntHdrHead, sizeof(R13VpEntHdrBody)), "viewport entity header");
+
 } // namespace
 
 // ---- Multiline style -----------------------------------------------------------------------

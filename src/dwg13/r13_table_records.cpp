@@ -208,6 +208,18 @@ constexpr R13Field kDimstyleLayout[] = {
     R13_LINKS(DimB),
 };
 
+static_assert(R13FieldsFit(kLayerLayout, sizeof(LayerB)), "layer layout");
+static_assert(R13FieldsFit(kLtypeHead, sizeof(LtypeB)) && R13FieldsFit(kLtypeTail, sizeof(LtypeB)),
+              "line type layouts");
+static_assert(R13FieldsFit(kDashLayout, sizeof(R13Dash)), "dash layout");
+static_assert(R13FieldsFit(kStyleLayout, sizeof(StyleB)), "style layout");
+static_assert(R13FieldsFit(kViewLayout, sizeof(ViewB)), "view layout");
+static_assert(R13FieldsFit(kUcsLayout, sizeof(UcsB)), "UCS layout");
+static_assert(R13FieldsFit(kVportHead, sizeof(VportB)) && R13FieldsFit(kVportTail, sizeof(VportB)),
+              "viewport layouts");
+static_assert(R13FieldsFit(kAppidLayout, sizeof(R13AppidBody)), "application name layout");
+static_assert(R13FieldsFit(kDimstyleLayout, sizeof(DimB)), "dimension style layout");
+
 } // namespace
 
 // ---- Records of one layout -----------------------------------------------------------------

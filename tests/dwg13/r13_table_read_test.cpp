@@ -1,6 +1,7 @@
 // The block header, the control objects and the table managers of release 13: objects
 // written with the library's writer and read back, tables read from a file, the lookups and
 // the walk over the objects behind the tables.
+#include "dwg13/r13_record_layout.h"
 #include "dwg13/r13_tables.h"
 #include "dwg13/r13_test_objects.h"
 #include "interface/test_files.h"
@@ -448,4 +449,37 @@ TEST(R13Table, AFileWithoutMultilineStylesEndsTheFirstStageWithFailure) {
     R13CarriedObjects carried;
     EXPECT_EQ(mlines.ReadBehindTables(f, carried), -123);
     EXPECT_EQ(carried.size(), 2u);
+}
+
+TEST(R13Table, ARecordThatDoesNotDecodeFailsTheTable) {
+    std::vector<uint8_t> bad = HandObject(kR13Ltype, "16", [](CBitWriter &w) {
+        w.WriteRawLong(0);
+        w.WriteBits(0, 4);
+        w.WriteText("BAD");
+        w.WriteBits(0, 4);
+        w.WriteText("");
+        w.WriteBitDouble(1.0);
+        w.WriteByte(65);
+        w.WriteByte(200); // far more dashes than the object holds
+    });
+    TempFile file("r13_table_bad_record.bin", Join({ControlObject(kR13Ltype, {0x16, 0x14, 0x15}),
+                                                    bad, ControlObject(kR13View, {})}));
+    CDrawingFile f;
+    ASSERT_EQ(f.Open(file.c_str(), kDrawingFileRead), 1);
+    CR13Table table(nullptr, kR13Ltype, 3);
+    EXPECT_EQ(table.Read(f), -123);
+    EXPECT_EQ(table.records.Count(), 0);
+}
+
+namespace {
+constexpr R13Field kPastTheRecord[] = {R13Field{R13Kind::kBD, 0, 0, 4, 0}};
+constexpr R13Field kOddWidth[] = {R13Field{R13Kind::kBS, 0, 3, 0, 0}};
+constexpr R13Field kDroppedOnly[] = {R13_DROP(kBD), R13_SKIP(256, 0)};
+} // namespace
+
+TEST(R13Table, LayoutsOutsideTheirRecordDoNotBuild) {
+    static_assert(!R13FieldsFit(kPastTheRecord, 8), "a double at 4 of 8 bytes");
+    static_assert(!R13FieldsFit(kOddWidth, 8), "an integer of 3 bytes");
+    static_assert(R13FieldsFit(kDroppedOnly, 0), "dropped fields take no room");
+    SUCCEED();
 }
