@@ -1,0 +1,202 @@
+// The table managers of a release 13 drawing: reading a table from the file, the lookups by
+// name and handle, the update of a record by a later object, and the walk over the objects
+// that stand behind the tables.
+#include "dwg13/r13_tables.h"
+
+#include "io/bit_stream.h"
+#include "io/drawing_file.h"
+
+#include <cstring>
+#include <memory>
+
+namespace {
+
+// The type of an object as the file delivered it: behind the 2 bytes of size, a BS.
+int16_t ObjectType(const uint8_t *object) {
+    CBitStream stream(object);
+    stream.Skip(2, 0);
+    return static_cast<int16_t>(stream.ReadBitShort());
+}
+
+// The handle of an object: behind its type, a 4-bit code and the handle.
+uint32_t ObjectHandle(const uint8_t *object) {
+    CBitStream stream(object);
+    stream.Skip(2, 0);
+    stream.ReadBitShort();
+    stream.ReadBits(4);
+    return stream.ReadHandleValue();
+}
+
+// True when ReadObject gave nothing because the file ended, not because a read failed.
+bool AtEndOfFile(const CDrawingFile &file) {
+    return !file.read_failed;
+}
+
+// An object of four zero bytes: an empty object, which ends the multiline styles.
+bool IsEmptyObject(const uint8_t *object) {
+    return object[0] == 0 && object[1] == 0 && object[2] == 0 && object[3] == 0;
+}
+
+} // namespace
+
+CR13Table::CR13Table(CBaseDrawing *drawing, int16_t record_type, int16_t table_number)
+    : records(table_number), drawing(drawing), record_type(record_type) {}
+
+int16_t CR13Table::ControlType() const {
+    return record_type == kR13MlineStyle ? int16_t(0) : static_cast<int16_t>(record_type - 1);
+}
+
+CR13TableRecord *CR13Table::CreateRecord(const uint8_t *object) {
+    std::unique_ptr<CR13TableRecord> record(MakeR13TableRecord(drawing, record_type));
+    if (!record || !record->ReadDWG(object))
+        return nullptr;
+    // A style's font: loaded for a new handle, kept or replaced for a known one. A font
+    // that is found nowhere leaves the style without a slot and is no failure.
+    if (record_type == kR13Style) {
+        auto *style = static_cast<CR13StyleRecord *>(record.get());
+        auto *known = static_cast<const CR13StyleRecord *>(FindByHandle(style->RecordHandle()));
+        style->AttachFont(known);
+    }
+    return record.release();
+}
+
+void CR13Table::AddRecord(CR13TableRecord *record) {
+    records.Add(record);
+    ++count_hint;
+}
+
+int CR13Table::Read(CDrawingFile &file) {
+    std::unique_ptr<uint8_t[]> object = file.ReadObject();
+    if (!object)
+        return -123;
+    {
+        CBitStream stream(object.get());
+        if (!head.Read(stream, record_type))
+            return -123;
+    }
+    int32_t noted = file.GetPosition();
+    object = file.ReadObject();
+    if (!object) {
+        file.SetPosition(noted, 0);
+        return -123;
+    }
+    while (ObjectType(object.get()) == record_type) {
+        CR13TableRecord *record = CreateRecord(object.get());
+        if (!record)
+            return -123;
+        AddRecord(record);
+        noted = file.GetPosition();
+        object = file.ReadObject();
+        if (!object) {
+            if (!AtEndOfFile(file))
+                return -123;
+            break;
+        }
+    }
+    // The object that is not a record of this table is read again by the next table.
+    file.SetPosition(noted, 0);
+    return 0;
+}
+
+int CR13Table::UpdateRecord(const uint8_t *object) {
+    CR13TableRecord *record = CreateRecord(object);
+    if (!record)
+        return 0;
+    if (record_type != kR13Vport) {
+        for (int i = 0; i < records.Count(); ++i)
+            if (records.At(i)->HasHandle(record->RecordHandle())) {
+                records.Replace(i, record);
+                return 1;
+            }
+    }
+    AddRecord(record);
+    return 1;
+}
+
+const char *CR13Table::HandleOfName(const char *name) const {
+    for (int i = 0; i < records.Count(); ++i)
+        if (records.At(i)->IsNamed(name))
+            return records.At(i)->RecordHandle();
+    return nullptr;
+}
+
+const char *CR13Table::HandleAt(int index) const {
+    const CR13TableRecord *record = records.At(index);
+    return record ? record->RecordHandle() : nullptr;
+}
+
+CR13TableRecord *CR13Table::FindByHandle(const char *text) const {
+    for (int i = 0; i < records.Count(); ++i)
+        if (records.At(i)->HasHandle(text))
+            return records.At(i);
+    return nullptr;
+}
+
+const char *CR13Table::NameAt(int index) const {
+    const CR13TableRecord *record = records.At(index);
+    return record ? record->Name() : nullptr;
+}
+
+int CR13Table::IndexOfName(const char *name) const {
+    for (int i = 0; i < records.Count(); ++i)
+        if (records.At(i)->IsNamed(name))
+            return i;
+    return -1;
+}
+
+int16_t CR13Table::IndexOfHandle(const char *text) const {
+    // The stored handle of layer "0" asked of the line type table: the negative layer
+    // base, without a search.
+    if (record_type == kR13Ltype && text && !layer_zero_handle.empty() && layer_zero_handle == text)
+        return static_cast<int16_t>(-layer_base);
+    for (int i = 0; i < records.Count(); ++i)
+        if (records.At(i)->HasHandle(text))
+            return static_cast<int16_t>(i);
+    return -1;
+}
+
+void CR13Table::SetLayerZeroHandle(const char *text, int32_t base) {
+    layer_zero_handle = text ? text : "";
+    layer_base = base;
+}
+
+void CR13Table::RemoveXrefSymbols() {
+    for (int i = records.Count() - 1; i >= 0; --i) {
+        const char *name = records.At(i)->Name();
+        if (name && name[0] && std::strchr(name + 1, '|'))
+            records.Remove(i);
+    }
+}
+
+int CR13Table::ReadBehindTables(CDrawingFile &file, R13CarriedObjects &carried) {
+    // First stage: everything up to the first multiline style is carried as it stands.
+    int32_t noted = 0;
+    for (;;) {
+        noted = file.GetPosition();
+        std::unique_ptr<uint8_t[]> object = file.ReadObject();
+        if (!object)
+            return -123;
+        if (ObjectType(object.get()) == kR13MlineStyle)
+            break;
+        carried.emplace_back(ObjectHandle(object.get()), noted);
+    }
+    file.SetPosition(noted, 0);
+    // Second stage: the multiline styles, up to an object of another type or an empty one.
+    for (;;) {
+        noted = file.GetPosition();
+        std::unique_ptr<uint8_t[]> object = file.ReadObject();
+        if (!object) {
+            if (!AtEndOfFile(file))
+                return -123;
+            break;
+        }
+        if (IsEmptyObject(object.get()) || ObjectType(object.get()) != kR13MlineStyle)
+            break;
+        CR13TableRecord *record = CreateRecord(object.get());
+        if (!record)
+            return -123;
+        AddRecord(record);
+    }
+    file.SetPosition(noted, 0);
+    return 0;
+}
