@@ -128,16 +128,6 @@ constexpr size_t kHeaderHandles[] = {
 };
 #undef HV
 
-// Copies `text` into `block` of `room` bytes, cut to fit; a null text empties the block.
-void CopyIntoBlock(char *block, size_t room, const char *text) {
-    if (!block || room == 0 || text == block)
-        return;
-    const size_t n = text ? strnlen(text, room - 1) : 0;
-    if (n)
-        std::memmove(block, text, n);
-    std::memset(block + n, 0, room - n);
-}
-
 // The handle seed of release 12 moves on as a decimal number: its text is read as decimal
 // up to the first other character, one is added, the sum is taken to 16 bits and written
 // back as decimal text.
@@ -151,7 +141,7 @@ void AdvanceHandseed(CDB_HEADER_type &vars) {
     value = (value + 1u) & 0xFFFFu;
     char text[kHeaderHandseedSize];
     std::snprintf(text, sizeof text, "%u", static_cast<unsigned>(value));
-    CopyIntoBlock(seed, kHeaderHandseedSize, text);
+    CopyIntoTextBlock(seed, kHeaderHandseedSize, text);
 }
 
 bool HandlingOn(const CDB_HEADER_type &vars) {
@@ -278,7 +268,7 @@ short CR12Drawing::BlockAdd(CDB_STARTBLOCK_ENTITY_type *block) {
     // The block takes the seed as it stands now as its handle.
     char seed[kHeaderHandseedSize] = {};
     if (handling && header.vars.handseed)
-        CopyIntoBlock(seed, sizeof seed, header.vars.handseed);
+        CopyIntoTextBlock(seed, sizeof seed, header.vars.handseed);
     if (!TriggerLoading())
         return CDB_FAIL;
 
@@ -379,7 +369,7 @@ short CR12Drawing::SetAllVariables(CDB_HEADER_type *source) {
     for (const HeaderTextBlock &block : kHeaderTextBlocks) {
         char *own = LoadField<char *>(&before, block.offset);
         StoreField(&header.vars, block.offset, own);
-        CopyIntoBlock(own, block.room, LoadField<const char *>(&taken, block.offset));
+        CopyIntoTextBlock(own, block.room, LoadField<const char *>(&taken, block.offset));
     }
     for (size_t offset : kHeaderHandles)
         StoreField(&header.vars, offset, LoadField<char *>(&before, offset));

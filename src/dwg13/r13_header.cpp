@@ -245,15 +245,6 @@ void WriteUnkeptPairs(CBitWriter &w) {
     }
 }
 
-// A text into a fixed block of `room` bytes, cut to fit.
-void CopyIntoBlock(char *block, size_t room, const char *text) {
-    if (!block || room == 0)
-        return;
-    const size_t n = text ? strnlen(text, room - 1) : 0;
-    std::memset(block, 0, room);
-    std::memcpy(block, text ? text : "", n);
-}
-
 // Where a search found the tree depth: the end of its value.
 struct BitPlace {
     int32_t byte;
@@ -348,7 +339,7 @@ int CR13Header::Read(CBitStream &s) {
     // their reference codes, unlike the handles behind them.
     handseed_code = static_cast<uint8_t>(s.ReadBits(4));
     char *seed = s.ReadHandleText();
-    CopyIntoBlock(vars.handseed, kHeaderHandseedSize, seed);
+    CopyIntoTextBlock(vars.handseed, kHeaderHandseedSize, seed);
     std::free(seed);
     hclayer_code = static_cast<uint8_t>(s.ReadBits(4));
     vars.hclayer = s.ReadHandleText();
@@ -370,10 +361,10 @@ void CR13Header::Write(CBitWriter &w) const {
 }
 
 void CR13Header::SetTextsWithoutFile() {
-    CopyIntoBlock(vars.acadver, kHeaderAcadverSize, "AC1012");
+    CopyIntoTextBlock(vars.acadver, kHeaderAcadverSize, "AC1012");
     // The code page is not read from the file; the text says so, in the spelling that
     // callers of this library know.
-    CopyIntoBlock(vars.dwgcodepage, kHeaderCodePageSize, "Not implimented");
+    CopyIntoTextBlock(vars.dwgcodepage, kHeaderCodePageSize, "Not implimented");
 }
 
 namespace {

@@ -43,3 +43,12 @@ size_t HeaderTextRoomOf(size_t offset) {
             return block.room;
     return 0;
 }
+
+void CopyIntoTextBlock(char *block, size_t room, const char *text) {
+    if (!block || room == 0 || text == block)
+        return;
+    const size_t n = text ? strnlen(text, room - 1) : 0;
+    if (n)
+        std::memmove(block, text, n);
+    std::memset(block + n, 0, room - n);
+}

@@ -57,4 +57,8 @@ extern const HeaderTextBlock kHeaderTextBlocks[kHeaderTextBlockCount];
 // CDB_HEADER_type points at; 0 for every other offset. Serves SetHeaderVariable.
 size_t HeaderTextRoomOf(size_t offset);
 
+// Copies `text` into `block` of `room` bytes, cut to room - 1 characters, and zero-fills
+// the rest; a null text empties the block. `text` may lie inside `block`.
+void CopyIntoTextBlock(char *block, size_t room, const char *text);
+
 #endif

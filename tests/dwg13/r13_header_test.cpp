@@ -230,12 +230,50 @@ TEST(R13Header, TheSeedPlaceIsWhereTheSeedStands) {
     std::free(seed);
 }
 
+namespace {
+
+// Copies bits [from, to) of `bytes` into `w`.
+void CopyBits(const Bytes &bytes, int32_t from, int32_t to, CBitWriter &w) {
+    CBitStream s(bytes.data(), int32_t(bytes.size()));
+    s.Seek(from / 8, from % 8);
+    for (int32_t i = from; i < to; ++i)
+        w.WriteBit(s.ReadBit());
+}
+
+} // namespace
+
+TEST(R13Header, AFlagOfOneInTheUnkeptPairsTakesADouble) {
+    CR13Header written;
+    Fill(written); // cecolor 256: a BS of 18 bits in front of the seed
+    int32_t end_bit = 0;
+    const Bytes plain = Section(written, 0, &end_bit);
+    CBitStream probe(plain.data(), int32_t(plain.size()));
+    CR13Header where;
+    ASSERT_EQ(where.Read(probe), 1);
+    const int32_t seed = where.seed_byte * 8 + where.seed_bit;
+    const int32_t pairs = seed - 18 - 19; // the writer's pairs take 19 bits
+    CBitWriter w;
+    CopyBits(plain, 0, pairs, w);
+    w.WriteBit(1);
+    w.WriteBitDouble(2.5); // dropped
+    w.WriteBits(0xA5, 8);
+    w.WriteBit(1);
+    w.WriteBitDouble(1.0); // dropped
+    w.WriteBits(0x1F, 5);
+    CopyBits(plain, pairs + 19, end_bit, w);
+    const Bytes section(w.Data(), w.Data() + w.TellSize());
+    CBitStream stream(section.data(), int32_t(section.size()));
+    CR13Header read;
+    ASSERT_EQ(read.Read(stream), 1);
+    ExpectSameVariables(written, read);
+}
+
 TEST(R13Header, TreedepthOf3020AtTheFirstTryTakesNoSearch) {
-    // Both values in front of the tree depth are 0: flags and values take 48 bits, not
-    // 56, so a search would step back to other flags.
+    // The value behind the tree depth is 3020 too: a search would find it and step back
+    // to other flags.
     CR13Header written;
     Fill(written);
-    written.vars.dragmode = 0;
+    written.vars.lunits = 3020;
     const Bytes section = Section(written, 0);
     CBitStream stream(section.data(), int32_t(section.size()));
     CR13Header read;
