@@ -7,6 +7,7 @@
 #include "dwg12/r12_drawing.h"
 
 #include "io/record_field.h"
+#include "records/header_texts.h"
 #include "records/header_vars.h"
 #include "records/heap_text.h"
 
@@ -119,46 +120,13 @@ template <typename Rec> int DeleteRecord(CR12Drawing &drawing, int t, short inde
 
 // ---- The header ------------------------------------------------------------------------------
 
-// The text blocks of the release 12 header and their sizes, terminator included.
-struct HeaderTextBlock {
-    size_t offset;
-    size_t room;
-};
 #define HV(name) offsetof(CDB_HEADER_type, name)
-constexpr HeaderTextBlock kHeaderTextBlocks[] = {
-    {HV(acadver), CR12Header::kAcadverSize},
-    {HV(dimapost), CR12Header::kDimapostSize},
-    {HV(dimblk), CR12Header::kDimblkSize},
-    {HV(dimblk1), CR12Header::kDimblkSize},
-    {HV(dimblk2), CR12Header::kDimblkSize},
-    {HV(dimpost), CR12Header::kDimpostSize},
-    {HV(dwgcodepage), CR12Header::kCodePageSize},
-    {HV(handseed), CR12Header::kHandseedSize},
-    {HV(menu), CR12Header::kMenuSize},
-};
 // The handle references of release 13, which the release 12 header does not keep.
 constexpr size_t kHeaderHandles[] = {
     HV(hceltype),  HV(hclayer),   HV(hcmlstyle),  HV(hdimstyle),
     HV(hdimtxsty), HV(hpucsname), HV(htextstyle), HV(hucsname),
 };
 #undef HV
-
-size_t HeaderTextRoomOf(size_t offset) {
-    for (const HeaderTextBlock &block : kHeaderTextBlocks)
-        if (block.offset == offset)
-            return block.room;
-    return 0;
-}
-
-// Copies `text` into `block` of `room` bytes, cut to fit; a null text empties the block.
-void CopyIntoBlock(char *block, size_t room, const char *text) {
-    if (!block || room == 0 || text == block)
-        return;
-    const size_t n = text ? strnlen(text, room - 1) : 0;
-    if (n)
-        std::memmove(block, text, n);
-    std::memset(block + n, 0, room - n);
-}
 
 // The handle seed of release 12 moves on as a decimal number: its text is read as decimal
 // up to the first other character, one is added, the sum is taken to 16 bits and written
@@ -168,12 +136,12 @@ void AdvanceHandseed(CDB_HEADER_type &vars) {
     if (!seed)
         return;
     uint32_t value = 0;
-    for (size_t i = 0; i < CR12Header::kHandseedSize && seed[i] >= '0' && seed[i] <= '9'; ++i)
+    for (size_t i = 0; i < kHeaderHandseedSize && seed[i] >= '0' && seed[i] <= '9'; ++i)
         value = (value * 10u + uint32_t(seed[i] - '0')) & 0xFFFFu;
     value = (value + 1u) & 0xFFFFu;
-    char text[CR12Header::kHandseedSize];
+    char text[kHeaderHandseedSize];
     std::snprintf(text, sizeof text, "%u", static_cast<unsigned>(value));
-    CopyIntoBlock(seed, CR12Header::kHandseedSize, text);
+    CopyIntoTextBlock(seed, kHeaderHandseedSize, text);
 }
 
 bool HandlingOn(const CDB_HEADER_type &vars) {
@@ -298,9 +266,9 @@ short CR12Drawing::BlockAdd(CDB_STARTBLOCK_ENTITY_type *block) {
         return CDB_NAME_EXISTS;
     const bool handling = HandlingOn(header.vars);
     // The block takes the seed as it stands now as its handle.
-    char seed[CR12Header::kHandseedSize] = {};
+    char seed[kHeaderHandseedSize] = {};
     if (handling && header.vars.handseed)
-        CopyIntoBlock(seed, sizeof seed, header.vars.handseed);
+        CopyIntoTextBlock(seed, sizeof seed, header.vars.handseed);
     if (!TriggerLoading())
         return CDB_FAIL;
 
@@ -401,7 +369,7 @@ short CR12Drawing::SetAllVariables(CDB_HEADER_type *source) {
     for (const HeaderTextBlock &block : kHeaderTextBlocks) {
         char *own = LoadField<char *>(&before, block.offset);
         StoreField(&header.vars, block.offset, own);
-        CopyIntoBlock(own, block.room, LoadField<const char *>(&taken, block.offset));
+        CopyIntoTextBlock(own, block.room, LoadField<const char *>(&taken, block.offset));
     }
     for (size_t offset : kHeaderHandles)
         StoreField(&header.vars, offset, LoadField<char *>(&before, offset));

@@ -29,7 +29,7 @@ constexpr R12Field T(uint16_t at, R12Kind kind, uint16_t field, uint16_t size, s
 // section copies at 0x14 to 0x2B, the descriptor copies (the first five are kept raw in
 // `descriptor_copies`), and bytes of unknown meaning, which the writer leaves zero.
 constexpr R12Field kHeaderLayout[] = {
-    T(0x0000, K::kFixedText, HV(acadver), 6, CR12Header::kAcadverSize),
+    T(0x0000, K::kFixedText, HV(acadver), 6, kHeaderAcadverSize),
     F(0x005E, K::kReal, HV(insbase), 24),
     F(0x0076, K::kI16, HV(plinegen), 2),
     F(0x0078, K::kReal, HV(extmin), 24),
@@ -68,7 +68,7 @@ constexpr R12Field kHeaderLayout[] = {
     F(0x018E, K::kI16, HV(textstyle), 2),
     F(0x0190, K::kI16, HV(osmode), 2),
     F(0x0192, K::kI16, HV(attmode), 2),
-    T(0x0194, K::kMenuHead, HV(menu), 15, CR12Header::kMenuSize),
+    T(0x0194, K::kMenuHead, HV(menu), 15, kHeaderMenuSize),
     F(0x01A3, K::kReal, HV(dimscale), 8),
     F(0x01AB, K::kReal, HV(dimasz), 8),
     F(0x01B3, K::kReal, HV(dimexo), 8),
@@ -87,7 +87,7 @@ constexpr R12Field kHeaderLayout[] = {
     F(0x01F8, K::kI8, HV(dimse2), 1),
     F(0x01F9, K::kI8, HV(dimtad), 1),
     F(0x01FA, K::kI16, HV(limcheck), 2),
-    T(0x01FC, K::kMenuTail, HV(menu), 45, CR12Header::kMenuSize),
+    T(0x01FC, K::kMenuTail, HV(menu), 45, kHeaderMenuSize),
     F(0x0229, K::kReal, HV(elevation), 8),
     F(0x0231, K::kReal, HV(thickness), 8),
     F(0x0239, K::kReal, HV(viewdir), 24),
@@ -95,7 +95,7 @@ constexpr R12Field kHeaderLayout[] = {
     F(0x02E5, K::kI8, HV(dimzin), 1),
     F(0x02E6, K::kReal, HV(dimrnd), 8),
     F(0x02EE, K::kReal, HV(dimdle), 8),
-    T(0x02F6, K::kFixedText, HV(dimblk), 33, CR12Header::kDimblkSize),
+    T(0x02F6, K::kFixedText, HV(dimblk), 33, kHeaderDimblkSize),
     F(0x0319, K::kI16, HV(coords), 2),
     F(0x031B, K::kI16, HV(cecolor), 2),
     F(0x031D, K::kCeltype, HV(celtype), 2),
@@ -125,8 +125,8 @@ constexpr R12Field kHeaderLayout[] = {
     F(0x03A2, K::kI8, HV(dimaltd), 1),
     F(0x03A3, K::kI8, HV(dimaso), 1),
     F(0x03A4, K::kI8, HV(dimsho), 1),
-    T(0x03A5, K::kFixedText, HV(dimpost), 16, CR12Header::kDimpostSize),
-    T(0x03B5, K::kFixedText, HV(dimapost), 16, CR12Header::kDimapostSize),
+    T(0x03A5, K::kFixedText, HV(dimpost), 16, kHeaderDimpostSize),
+    T(0x03B5, K::kFixedText, HV(dimapost), 16, kHeaderDimapostSize),
     F(0x03C5, K::kReal, HV(dimaltf), 8),
     F(0x03CD, K::kReal, HV(dimlfac), 8),
     F(0x03D5, K::kI16, HV(splinesegs), 2),
@@ -136,19 +136,19 @@ constexpr R12Field kHeaderLayout[] = {
     F(0x03DD, K::kReal, HV(chamfera), 8),
     F(0x03E5, K::kReal, HV(chamferb), 8),
     F(0x03ED, K::kI16, HV(mirrtext), 2),
-    T(0x03F9, K::kCodePage, HV(dwgcodepage), 2, CR12Header::kCodePageSize),
+    T(0x03F9, K::kCodePage, HV(dwgcodepage), 2, kHeaderCodePageSize),
     F(0x03FB, K::kReal, HV(ucsorg), 24),
     F(0x0413, K::kReal, HV(ucsxdir), 24),
     F(0x042B, K::kReal, HV(ucsydir), 24),
     F(0x047D, K::kI8, HV(dimtofl), 1),
-    T(0x047E, K::kFixedText, HV(dimblk1), 33, CR12Header::kDimblkSize),
-    T(0x049F, K::kFixedText, HV(dimblk2), 33, CR12Header::kDimblkSize),
+    T(0x047E, K::kFixedText, HV(dimblk1), 33, kHeaderDimblkSize),
+    T(0x049F, K::kFixedText, HV(dimblk2), 33, kHeaderDimblkSize),
     F(0x04C0, K::kI8, HV(dimsah), 1),
     F(0x04C1, K::kI8, HV(dimtix), 1),
     F(0x04C2, K::kI8, HV(dimsoxd), 1),
     F(0x04C3, K::kReal, HV(dimtvp), 8),
     F(0x04EC, K::kI16, HV(handling), 2),
-    T(0x04EE, K::kHandseed, HV(handseed), 8, CR12Header::kHandseedSize),
+    T(0x04EE, K::kHandseed, HV(handseed), 8, kHeaderHandseedSize),
     F(0x04F6, K::kI16, HV(surfu), 2),
     F(0x04F8, K::kI16, HV(surfv), 2),
     F(0x04FA, K::kI16, HV(surftype), 2),
@@ -207,11 +207,11 @@ constexpr bool HeaderLayoutIsSound() {
                 return false;
             break;
         case R12Kind::kMenuHead:
-            if (f.size != CR12Header::kMenuHeadLength || f.capacity != CR12Header::kMenuSize)
+            if (f.size != CR12Header::kMenuHeadLength || f.capacity != kHeaderMenuSize)
                 return false;
             break;
         case R12Kind::kMenuTail:
-            if (size_t(f.size) + CR12Header::kMenuHeadLength != CR12Header::kMenuSize)
+            if (size_t(f.size) + CR12Header::kMenuHeadLength != kHeaderMenuSize)
                 return false;
             break;
         case R12Kind::kReal:
@@ -389,24 +389,7 @@ CR12Header::~CR12Header() = default;
 
 void CR12Header::Reset() {
     std::memset(&vars, 0, sizeof(vars));
-    std::memset(acadver_, 0, sizeof(acadver_));
-    std::memset(dimapost_, 0, sizeof(dimapost_));
-    std::memset(dimpost_, 0, sizeof(dimpost_));
-    std::memset(dimblk_, 0, sizeof(dimblk_));
-    std::memset(dimblk1_, 0, sizeof(dimblk1_));
-    std::memset(dimblk2_, 0, sizeof(dimblk2_));
-    std::memset(menu_, 0, sizeof(menu_));
-    std::memset(handseed_, 0, sizeof(handseed_));
-    std::memset(dwgcodepage_, 0, sizeof(dwgcodepage_));
-    vars.acadver = acadver_;
-    vars.dimapost = dimapost_;
-    vars.dimpost = dimpost_;
-    vars.dimblk = dimblk_;
-    vars.dimblk1 = dimblk1_;
-    vars.dimblk2 = dimblk2_;
-    vars.menu = menu_;
-    vars.handseed = handseed_;
-    vars.dwgcodepage = dwgcodepage_;
+    texts_.Attach(vars);
 }
 
 R12Layout CR12Header::Layout() {
@@ -441,26 +424,28 @@ void CR12Header::Decode(const uint8_t *block) {
             break;
         case R12Kind::kMenuHead:
             // The head may fill all its 15 characters without a terminator.
-            CopyBoundedText(menu_, kMenuSize, src, f.size);
+            CopyBoundedText(vars.menu, kHeaderMenuSize, src, f.size);
             break;
         case R12Kind::kMenuTail:
             // Characters 15 and up stand at their own place in the text, so they count
             // only behind a head that filled all its 15 characters; the block keeps its
             // last byte for the terminator.
-            if (std::strlen(menu_) == kMenuHeadLength)
-                CopyBoundedText(menu_ + kMenuHeadLength, kMenuSize - kMenuHeadLength, src, f.size);
+            if (std::strlen(vars.menu) == kMenuHeadLength)
+                CopyBoundedText(vars.menu + kMenuHeadLength, kHeaderMenuSize - kMenuHeadLength, src,
+                                f.size);
             break;
         case R12Kind::kHandseed: {
             std::string text = HandleBytesToText(src, f.size);
-            size_t n = text.size() < kHandseedSize - 1 ? text.size() : kHandseedSize - 1;
-            std::memcpy(handseed_, text.data(), n);
-            handseed_[n] = 0;
+            size_t n =
+                text.size() < kHeaderHandseedSize - 1 ? text.size() : kHeaderHandseedSize - 1;
+            std::memcpy(vars.handseed, text.data(), n);
+            vars.handseed[n] = 0;
             break;
         }
         case R12Kind::kCodePage: {
-            if (CodePageText(i16, dwgcodepage_, kCodePageSize) != 1)
-                std::memset(dwgcodepage_, 0, kCodePageSize);
-            dwgcodepage_[kCodePageSize - 1] = 0;
+            if (CodePageText(i16, vars.dwgcodepage, kHeaderCodePageSize) != 1)
+                std::memset(vars.dwgcodepage, 0, kHeaderCodePageSize);
+            vars.dwgcodepage[kHeaderCodePageSize - 1] = 0;
             break;
         }
         default:
@@ -518,10 +503,10 @@ void CR12Header::Encode(uint8_t *block) const {
         case R12Kind::kCodePage: {
             // Compared in a bounded copy: the record's pointer need not be terminated
             // within its block.
-            char text[kCodePageSize] = {};
+            char text[kHeaderCodePageSize] = {};
             const char *source = TextField(vars, f.field_offset);
             if (source)
-                std::memcpy(text, source, BoundedLength(source, kCodePageSize - 1));
+                std::memcpy(text, source, BoundedLength(source, kHeaderCodePageSize - 1));
             int16_t number = -1;
             if (CodePageNumber(text, number) != 1)
                 number = -1;

@@ -7,6 +7,7 @@
 #define VELKO_R12_HEADER_H
 
 #include "records/angles.h"
+#include "records/header_texts.h"
 #include "velkow32.h"
 
 #include <cstddef>
@@ -100,15 +101,6 @@ public:
     // `menu` is split in the file: 15 characters here, the rest in a second field.
     static constexpr uint32_t kMenuHeadLength = 15;
 
-    // Sizes of the fixed text blocks the record points at.
-    static constexpr size_t kAcadverSize = 7;
-    static constexpr size_t kDimpostSize = 16;
-    static constexpr size_t kDimapostSize = 16;
-    static constexpr size_t kDimblkSize = 33;
-    static constexpr size_t kMenuSize = 60;
-    static constexpr size_t kHandseedSize = 30;
-    static constexpr size_t kCodePageSize = 40;
-
     CR12Header();
     ~CR12Header();
     CR12Header(const CR12Header &) = delete;
@@ -147,16 +139,8 @@ private:
     // Clears `vars` and the text blocks, and points the text fields at the blocks.
     void Reset();
 
-    // Fixed text blocks the record points at.
-    char acadver_[kAcadverSize];
-    char dimapost_[kDimapostSize];
-    char dimpost_[kDimpostSize];
-    char dimblk_[kDimblkSize];
-    char dimblk1_[kDimblkSize];
-    char dimblk2_[kDimblkSize];
-    char menu_[kMenuSize];
-    char handseed_[kHandseedSize];
-    char dwgcodepage_[kCodePageSize];
+    // The fixed text blocks the record points at.
+    CHeaderTextBlocks texts_;
 };
 
 #endif

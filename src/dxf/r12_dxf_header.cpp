@@ -363,7 +363,7 @@ int ReadR12DxfHeader(CDxfStream &stream, CDrawingFile &input, CR12Header &header
     // the header block's encoder, so that the image is what a DWG would hold. A cleared
     // image holds code page 0; the record starts with that code page's text to keep it.
     CR12Header scratch;
-    CodePageText(0, scratch.vars.dwgcodepage, CR12Header::kCodePageSize);
+    CodePageText(0, scratch.vars.dwgcodepage, kHeaderCodePageSize);
 
     int result = 1;
     if (!value || !stream.ReadGroup(&code, value) || stream.AtEnd())
@@ -387,7 +387,7 @@ int ReadR12DxfHeader(CDxfStream &stream, CDrawingFile &input, CR12Header &header
     header.Decode(image);
     // The code page stays as the file names it when it gave a name, known or not.
     if (names.dwgcodepage[0] != 0)
-        CopyCut(header.vars.dwgcodepage, CR12Header::kCodePageSize, names.dwgcodepage);
+        CopyCut(header.vars.dwgcodepage, kHeaderCodePageSize, names.dwgcodepage);
     return result;
 }
 

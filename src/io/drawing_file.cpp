@@ -354,6 +354,17 @@ int CDrawingFile::SeekForWrite(int32_t offset) {
     return 1;
 }
 
+int32_t CDrawingFile::SeekEndForWrite() {
+    if (fd < 0 || !Flush())
+        return -1;
+    const off_t end = ::lseek(fd, 0, SEEK_END);
+    if (end < 0 || end > INT32_MAX)
+        return -1;
+    position = static_cast<int32_t>(end);
+    buffer_start = buffer_end = 0;
+    return position;
+}
+
 int CDrawingFile::Truncate() {
     if (fd < 0 || !Flush())
         return 0;

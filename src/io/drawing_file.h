@@ -70,6 +70,10 @@ public:
     // Writing at a place: flushes what the write buffer holds and moves the physical file
     // position to `offset`, where the next Write goes. 1, or 0 when the platform refuses.
     int SeekForWrite(int32_t offset);
+    // Writing at the end: flushes what the write buffer holds and moves the physical file
+    // position to the end of the file, where the next Write goes. The offset of that end,
+    // or -1 when the platform refuses.
+    int32_t SeekEndForWrite();
     // Flushes and cuts the file to length 0; the next Write goes to offset 0. 1 or 0.
     int Truncate();
     int WriteString(const char *text);

@@ -17,7 +17,7 @@ enum class TableBase : uint8_t {
     kLtypes = 2,
     kDimstyles = 3,
     kStyles = 4,
-    kReserved = 5, // kept at 0: no index refers to it
+    kMlineStyles = 5,
     kAppids = 6,
     kViews = 7,
     kUcs = 8,

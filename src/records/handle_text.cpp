@@ -44,3 +44,21 @@ uint64_t HandleTextToValue(const char *text, size_t limit) {
     }
     return value;
 }
+
+namespace {
+// The value a handle text compares with: its leading hexadecimal digits.
+uint64_t ComparedValue(const char *text) {
+    if (!text)
+        return 0;
+    const unsigned char first = static_cast<unsigned char>(text[0]);
+    const bool digit_or_letter = (first >= '0' && first <= '9') || (first >= 'A' && first <= 'Z') ||
+                                 (first >= 'a' && first <= 'z');
+    return digit_or_letter ? HandleTextToValue(text, SIZE_MAX) : 0;
+}
+} // namespace
+
+int CompareHandles(const char *a, const char *b) {
+    const uint64_t left = ComparedValue(a);
+    const uint64_t right = ComparedValue(b);
+    return left < right ? -1 : left > right ? 1 : 0;
+}

@@ -17,4 +17,10 @@ int HexDigitValue(char c);
 // count. Null or no digit gives 0.
 uint64_t HandleTextToValue(const char *text, size_t limit);
 
+// Compares two handle texts by their value in base 16: -1, 0 or 1. The value is that of
+// the hexadecimal digits at the text's start; a text that does not start with a digit or
+// a letter (null, empty, "-1") counts as 0, and so does one that starts with a letter
+// beyond F.
+int CompareHandles(const char *a, const char *b);
+
 #endif

@@ -108,10 +108,10 @@ TEST(R12Header, FullMenuStaysTerminatedInItsBlock) {
     PutText(b, 0x1FC, 45, std::string(45, 'b'));
     CR12Header header;
     header.Decode(b.data());
-    EXPECT_EQ(Val(std::strlen(header.vars.menu)), CR12Header::kMenuSize - 1);
+    EXPECT_EQ(Val(std::strlen(header.vars.menu)), kHeaderMenuSize - 1);
     EXPECT_EQ(Val(std::string(header.vars.menu)), std::string(15, 'a') + std::string(44, 'b'));
     // the bytes behind the tail (elevation) did not leak in
-    EXPECT_EQ(Val(header.vars.menu[CR12Header::kMenuSize - 1]), 0);
+    EXPECT_EQ(Val(header.vars.menu[kHeaderMenuSize - 1]), 0);
 }
 
 TEST(R12Header, HandseedBecomesHexTextWithoutLeadingZeros) {
