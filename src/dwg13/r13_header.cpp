@@ -300,9 +300,10 @@ void CR13Header::FreeHandleTexts() {
 // three values do not fill exactly those 56 bits is read with flags that are off; that is
 // accepted. Without a find the reader goes on behind the flags as they were read.
 //
-// The bound: a find whose step back does not meet the tree depth again would lead to the
-// same find forever. A find met a second time, or more than kMaxSearchPasses finds, end
-// the reading with false.
+// The bound: when the step back does not meet the tree depth again, the next search may
+// come back to a find it made before, and from there the passes would go round forever.
+// So a find met a second time ends the reading with false, and so does any find beyond
+// kMaxSearchPasses (no sound section needs more than one).
 bool CR13Header::ReadFlags(CBitStream &s) {
     std::vector<BitPlace> finds;
     for (;;) {
