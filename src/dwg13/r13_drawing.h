@@ -1,26 +1,160 @@
-// A drawing of release 13: DWG "AC1012" and DXF "AC1012". Reading this release is not
-// built yet: both opens refuse the file.
+// A drawing of release 13: DWG "AC1012" (and, later, DXF "AC1012").
+//
+// The lists, the walks and the table read-out are CListDrawing's (src/model); this class
+// keeps what is release 13's own: the file and its layout (the head, the header section,
+// the object map, the object area walked front to back), the tables with their control
+// objects, the blocks with their headers, the extended data coding, and the resolution of
+// handles to table indices.
+//
+// A load reads the whole drawing: the header variables, the object map, the blocks (a
+// block header, its BLOCK, its entities and its ENDBLK, block after block behind the block
+// control), the tables in their fixed order, and the objects behind them. It relies on the
+// order in which the file's writer laid the objects out; a file laid out otherwise fails
+// the load, and LoadFailure() says why.
 #ifndef VELKO_R13_DRAWING_H
 #define VELKO_R13_DRAWING_H
 
-#include "model/base_drawing.h"
+#include "dwg13/r13_block.h"
+#include "dwg13/r13_entity.h"
+#include "dwg13/r13_file_head.h"
+#include "model/list_drawing.h"
+#include "records/eed_cursor.h"
 
 #include <memory>
+#include <string>
+#include <vector>
 
 class CDrawingFile;
+class CObjectMap;
+class CR13Header;
+class CR13Table;
 
-class CR13Drawing : public CBaseDrawing {
+// The tables of a release 13 drawing, in the order in which the loader meets them after
+// the block table (which the first pass reads).
+enum class R13Table : uint8_t {
+    kBlocks = 0,
+    kLayers,
+    kStyles,
+    kLtypes,
+    kViews,
+    kUcs,
+    kVports,
+    kAppids,
+    kDimstyles,
+    kVpEntHdrs,
+    kMlineStyles,
+    kCount,
+};
+constexpr size_t kR13TableCount = static_cast<size_t>(R13Table::kCount);
+
+class CR13Drawing : public CListDrawing, private EedHandleResolver {
 public:
-    CR13Drawing(CLibDrawing *owner, int view_flag);
+    enum FileKind { kNone = -1, kDwg = 0, kTextDxf = 1, kBinaryDxf = 2 };
 
-    // Refuses the file with "Version Mismatch.", so that a release 13 DWG does not go on
-    // to the DXF road.
+    CR13Drawing(CLibDrawing *owner, int view_flag);
+    ~CR13Drawing() override;
+
+    // Opens `name` as a DWG of this release: 1; 0 with -400 (a file is open), -401 (the
+    // platform refused), -402 (the version could not be read); -123 with -404 for a file
+    // that does not begin "AC1012".
     int OpenDWG(const char *name, CDB_OPEN_MODE mode);
     // Takes the file out of `opened`, a file that the open sniff found to be a DXF of
-    // this release (`binary` non-zero for the binary form), positioned where its groups
-    // begin: 1. A refused file stays with the caller, who then tries release 12. Until
-    // the reader of this release exists every file is refused, with "Invalid File.".
+    // this release. Until the DXF reader of this release exists every file is refused,
+    // with "Invalid File.", and stays with the caller.
     int OpenDXFFrom(std::unique_ptr<CDrawingFile> &opened, const char *name, int binary);
+
+    int FileKind() const { return file_kind; }
+
+    int CloseDWGFile() override;
+    int LoadDWG() override;
+    int TriggerLoading() override { return loaded ? 1 : 0; }
+    void LoadEntities() override;
+    CDB_HEADER_type *GetAllVars() override;
+    char *GetFileName() override;
+    const std::string &GetAcadVersion() override;
+    short GetVariableValue(const char *name, CDB_VAR_VALUE_type *value) override;
+    int SetVariableValue(const char *name, CDB_VAR_VALUE_type *value) override;
+    int GetMLineStyleTableCount() override;
+    CDB_MLINESTYLE_TBL_type *GetMLineStyleTable(int index) override;
+
+    // ---- Handles and tables ---------------------------------------------------------------
+    // The index of the record with handle `handle` in the public table `which`, or -1 (the
+    // drawing's base is not added).
+    int IndexOfHandle(TableBase which, const char *handle) const;
+    CR13Table &Table(R13Table which) { return *tables[static_cast<size_t>(which)]; }
+    CR13Header &Header() { return *header; }
+    CObjectMap &ObjectMap() { return *object_map; }
+    // The objects behind the tables that the load met and did not decode: handle and
+    // file offset, in file order.
+    CObjectMap &CarriedObjects() { return *carried_objects; }
+    CDrawingFile *File() { return file.get(); }
+    const R13FileHead &FileHead() const { return file_head; }
+    int32_t ObjectsStart() const { return objects_start; }
+    // The stored handle of layer "0".
+    const std::string &LayerZeroHandle() const { return layer_zero_handle; }
+    // The entities of paper space, in file order.
+    CEntityList &PaperEntities() { return paper_entities; }
+
+    // Why the last load failed, in words; empty when it did not.
+    const std::string &LoadFailure() const { return load_failure; }
+
+    // ---- Loading (r13_load.cpp) ---------------------------------------------------------------
+    // Reads the entities of a block from the file's position up to and including its
+    // ENDBLK into `list`; the BLOCK object is decoded into `start`. 1; 0 for an entity that
+    // failed to decode; -2 when the file ends first.
+    int ReadEntities(CEntityList &list, CR13BlockStart &start);
+    // The first pass: the block control and every block behind it. 1, 0, or -99.
+    int ReadBlocks();
+    // The tables behind the blocks, and the objects behind the tables. 1, or 0 when a
+    // table fails.
+    int ReadTables();
+    // The entity object of the file type `type`, or null for a type that is no entity of
+    // this reader.
+    std::unique_ptr<CR13Entity> MakeEntityOfType(int type);
+
+protected:
+    CModelEntity *MakeEntity(int16_t kind) override;
+    CTableList *PublicTable(TableBase which) override;
+    const EedHandleResolver *EedResolver() const override { return this; }
+
+private:
+    int16_t ApplicationIndex(const char *handle) const override;
+    int16_t LayerIndex(const char *handle) const override;
+
+    // The manager of the public table `which`, null for a slot without a table.
+    CR13Table *PublicTableOf(TableBase which) const;
+    // The steps of LoadDWG behind the header and the map.
+    int LoadObjects();
+    // Finds a block by name in the block list: its index, or -1.
+    int FindBlock(const char *name) const;
+    // The end of LoadDWG for every file kind: the handle of layer "0", the symbols of
+    // external references dropped, layer "0" moved to the front of its table.
+    void FinishTables();
+    // Records why the load failed and gives 0.
+    int Fail(const char *why);
+
+    std::unique_ptr<CDrawingFile> file;
+    std::string file_name;
+    int file_kind = kNone;
+    std::string version = "AC1012";
+    R13FileHead file_head;
+    std::unique_ptr<CR13Header> header;
+    std::unique_ptr<CObjectMap> object_map;
+    std::unique_ptr<CObjectMap> carried_objects;
+    std::unique_ptr<CR13Table> tables[kR13TableCount];
+    // The object being decoded.
+    std::unique_ptr<uint8_t[]> object_buffer;
+    int32_t objects_start = 0;
+    int32_t objects_end = 0;
+    uint32_t next_handle = 0;
+    std::string layer_zero_handle;
+    CR13Block *model_space = nullptr;
+    CR13Block *paper_space = nullptr;
+    CEntityList paper_entities;
+    int32_t loaded = 0;
+    int32_t tables_loaded = 0;
+    int32_t in_update_pass = 0;
+    std::string load_failure;
 };
 
 #endif

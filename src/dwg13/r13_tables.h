@@ -441,13 +441,15 @@ public:
     // file ends before a multiline style or an object cannot be read.
     int ReadBehindTables(CDrawingFile &file, R13CarriedObjects &carried);
 
+    // Takes a record that was decoded elsewhere (the block headers of the first pass): it
+    // goes to the end of the list, and the count hint grows.
+    void AddRecord(CR13TableRecord *record);
+
     CR13TableHead head;
     CTableListOf<CR13TableRecord> records;
     int16_t count_hint = 0;
 
 private:
-    void AddRecord(CR13TableRecord *record);
-
     CBaseDrawing *drawing;
     int16_t record_type;
     std::string layer_zero_handle;

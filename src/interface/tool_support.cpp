@@ -2,6 +2,7 @@
 #include "interface/tool_support.h"
 
 #include "dwg12/r12_drawing.h"
+#include "dwg13/r13_drawing.h"
 #include "fonts/shape_file.h"
 #include "fonts/shape_index_writer.h"
 #include "fonts/shape_strokes.h"
@@ -117,8 +118,18 @@ void FreeEntityTexts(CDB_ENTITY *record) {
 }
 
 DrawingForm FormOf(int16_t drawing) {
-    const CR12Drawing *r12 = R12DrawingOf(drawing);
-    switch (r12 ? r12->FileKind() : CR12Drawing::kNone) {
+    // Both releases number their file kinds alike.
+    static_assert(int(CR12Drawing::kDwg) == int(CR13Drawing::kDwg) &&
+                      int(CR12Drawing::kTextDxf) == int(CR13Drawing::kTextDxf) &&
+                      int(CR12Drawing::kBinaryDxf) == int(CR13Drawing::kBinaryDxf),
+                  "one numbering of file kinds");
+    CLibDrawing *lib = g_DrawingTable.GetDrawing(drawing);
+    int kind = CR12Drawing::kNone;
+    if (const auto *r12 = R12DrawingOf(drawing))
+        kind = r12->FileKind();
+    else if (const auto *r13 = lib ? dynamic_cast<CR13Drawing *>(lib->Drawing()) : nullptr)
+        kind = r13->FileKind();
+    switch (kind) {
     case CR12Drawing::kDwg:
         return DrawingForm::kDwg;
     case CR12Drawing::kTextDxf:
@@ -175,6 +186,16 @@ double LoadFraction(int16_t drawing) {
     CDrawingFile *file = r12 ? r12->File() : nullptr;
     return file && file->Length() > 0 ? static_cast<double>(file->GetPosition()) / file->Length()
                                       : -1.0;
+}
+
+std::string WhyRefused(const std::string &path) {
+    // A release 13 DWG whose load failed: load it again on its own to hear why.
+    CR13Drawing drawing(nullptr, 0);
+    if (drawing.OpenDWG(path.c_str(), CDB_OPEN_READ) != 1)
+        return "";
+    if (drawing.LoadDWG() == 1)
+        return "";
+    return drawing.LoadFailure();
 }
 
 bool DrawingFileExists(const std::string &path) {

@@ -20,7 +20,8 @@ struct CModelBlock {
     static constexpr int16_t kDeleted = 0x80;
 
     CModelBlock();
-    ~CModelBlock();
+    // A release may keep more of a block in a class of its own.
+    virtual ~CModelBlock();
     CModelBlock(const CModelBlock &) = delete;
     CModelBlock &operator=(const CModelBlock &) = delete;
 

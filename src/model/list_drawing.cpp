@@ -50,16 +50,16 @@ short CListDrawing::GetEED(CDB_ENTITY *entity, CDB_EED_type *cursor) {
 }
 
 short CListDrawing::GetFirstAppid(CDB_EED_type *cursor) {
-    return EedFirstAppid(cursor);
+    return EedFirstAppid(cursor, EedResolver());
 }
 short CListDrawing::GetNextAppid(CDB_EED_type *cursor) {
-    return EedNextAppid(cursor);
+    return EedNextAppid(cursor, EedResolver());
 }
 short CListDrawing::GetFirstValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) {
-    return EedFirstValue(cursor, value);
+    return EedFirstValue(cursor, value, EedResolver());
 }
 short CListDrawing::GetNextValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) {
-    return EedNextValue(cursor, value);
+    return EedNextValue(cursor, value, EedResolver());
 }
 
 // ---- Editing the lists ------------------------------------------------------------------

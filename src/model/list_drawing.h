@@ -20,6 +20,8 @@
 #include <memory>
 #include <vector>
 
+class EedHandleResolver;
+
 class CListDrawing : public CBaseDrawing {
 public:
     explicit CListDrawing(int view_flag);
@@ -106,6 +108,9 @@ public:
     }
 
 protected:
+    // How the extended data of this release names applications and layers: null for the
+    // release 12 coding (by index), a resolver of handles for the release 13 one.
+    virtual const EedHandleResolver *EedResolver() const { return nullptr; }
     // The object of kind `kind` of this release, or null for a kind without a class.
     virtual CModelEntity *MakeEntity(int16_t kind) = 0;
     // A new entity takes the drawing's next handle, when the drawing keeps handles; once

@@ -13,7 +13,62 @@ constexpr short kEedEnd = CDB_EED_END;
 // Reads the value at the cursor's position. On success the cursor moves past it and
 // the code byte comes back; on failure (end of data, unknown code, truncated payload)
 // nothing is delivered, the position is not moved and the result is -6.
-short ReadValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) {
+// The release 13 marker of an application: code 5 of a handle and its byte count.
+bool IsApplicationMarker(uint8_t code) {
+    return code >= 0x51 && code <= 0x58;
+}
+
+// The hexadecimal text of `count` handle bytes at the reader (most significant first); false
+// when they are not there.
+bool ReadHandleText(ByteReader &in, size_t count, std::string &text) {
+    if (!in.Has(count))
+        return false;
+    text = HandleBytesToText(in.Here(), count);
+    in.Skip(count);
+    return true;
+}
+
+void CopyText(CDB_EED_VALUES *value, const void *bytes, size_t length) {
+    if (!value)
+        return;
+    std::memset(value->text, 0, sizeof value->text);
+    std::memcpy(value->text, bytes, length < sizeof value->text ? length : sizeof value->text);
+}
+
+// The values whose release 13 coding differs from the release 12 one: the application
+// marker, the layer handle and the string's code page. 1 with `code` and the value set,
+// 0 for a value coded alike, -1 for one that is cut short.
+int ReadRelease13Value(ByteReader &in, uint8_t &code, CDB_EED_VALUES *value,
+                       const EedHandleResolver &resolver) {
+    std::string handle;
+    if (IsApplicationMarker(code)) {
+        if (!ReadHandleText(in, code - 0x50u, handle))
+            return -1;
+        code = 1;
+        if (value)
+            value->short_value = resolver.ApplicationIndex(handle.c_str());
+        return 1;
+    }
+    if (code == 3) {
+        if (!ReadHandleText(in, 8, handle))
+            return -1;
+        if (value)
+            value->short_value = resolver.LayerIndex(handle.c_str());
+        return 1;
+    }
+    if (code == 0) {
+        uint8_t length = 0;
+        uint16_t code_page = 0;
+        if (!in.U8(length) || !in.U16(code_page) || !in.Has(length))
+            return -1;
+        CopyText(value, in.Here(), length);
+        in.Skip(length);
+        return 1;
+    }
+    return 0;
+}
+
+short ReadValue(CDB_EED_type *cursor, CDB_EED_VALUES *value, const EedHandleResolver *release13) {
     if (!cursor || !cursor->data)
         return kEedEnd;
     if (static_cast<int>(cursor->position) >= static_cast<int>(cursor->size) - 1)
@@ -26,6 +81,15 @@ short ReadValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) {
     uint8_t code = 0;
     if (!in.U8(code))
         return kEedEnd;
+    if (release13) {
+        int read = ReadRelease13Value(in, code, value, *release13);
+        if (read < 0)
+            return kEedEnd;
+        if (read > 0) {
+            cursor->position = static_cast<uint16_t>(in.Position());
+            return static_cast<short>(code);
+        }
+    }
 
     switch (code) {
     case 0:   // string
@@ -33,12 +97,8 @@ short ReadValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) {
         uint8_t length = 0;
         if (!in.U8(length) || !in.Has(length))
             return kEedEnd;
-        const uint8_t *bytes = in.Here();
+        CopyText(value, in.Here(), length);
         in.Skip(length);
-        if (value) {
-            std::memset(value->text, 0, sizeof value->text);
-            std::memcpy(value->text, bytes, length);
-        }
         break;
     }
     case 1:    // application index
@@ -110,13 +170,13 @@ short ReadValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) {
 
 // Walks from the cursor's position to the next application value and returns its
 // index. When none is found the position is put back where the walk began.
-short WalkToAppid(CDB_EED_type *cursor) {
+short WalkToAppid(CDB_EED_type *cursor, const EedHandleResolver *release13) {
     if (!cursor)
         return kEedEnd;
     const uint16_t start = cursor->position;
     CDB_EED_VALUES v;
     for (;;) {
-        const short code = ReadValue(cursor, &v);
+        const short code = ReadValue(cursor, &v, release13);
         if (code == kEedEnd) {
             cursor->position = start;
             return kEedEnd;
@@ -139,24 +199,26 @@ short EedAttach(const CDB_ENTITY *entity, CDB_EED_type *cursor, short &error) {
     return CDB_OK;
 }
 
-short EedFirstAppid(CDB_EED_type *cursor) {
+short EedFirstAppid(CDB_EED_type *cursor, const EedHandleResolver *release13) {
     if (!cursor)
         return kEedEnd;
     cursor->position = 0;
-    return WalkToAppid(cursor);
+    return WalkToAppid(cursor, release13);
 }
 
-short EedNextAppid(CDB_EED_type *cursor) {
-    return WalkToAppid(cursor);
+short EedNextAppid(CDB_EED_type *cursor, const EedHandleResolver *release13) {
+    return WalkToAppid(cursor, release13);
 }
 
-short EedFirstValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) {
+short EedFirstValue(CDB_EED_type *cursor, CDB_EED_VALUES *value,
+                    const EedHandleResolver *release13) {
     if (!cursor)
         return kEedEnd;
     cursor->position = 0;
-    return ReadValue(cursor, value);
+    return ReadValue(cursor, value, release13);
 }
 
-short EedNextValue(CDB_EED_type *cursor, CDB_EED_VALUES *value) {
-    return ReadValue(cursor, value);
+short EedNextValue(CDB_EED_type *cursor, CDB_EED_VALUES *value,
+                   const EedHandleResolver *release13) {
+    return ReadValue(cursor, value, release13);
 }

@@ -1,8 +1,10 @@
 #include "command_support.h"
 
+#include "interface/tool_support.h"
 #include "velkow32.h"
 
 #include <cstdio>
+#include <string>
 
 namespace {
 
@@ -45,5 +47,13 @@ int Refused(const char *file, int16_t code) {
     char message[64] = {};
     CDBGetErrorMessage(code, message, sizeof message - 1);
     std::fprintf(stderr, "velko: %s: %s (%d)\n", file, message, code);
+    return 1;
+}
+
+int RefusedToOpen(const char *file) {
+    Refused(file, CDBGetErrorNumber(CDB_FAIL));
+    const std::string why = tool_support::WhyRefused(file);
+    if (!why.empty())
+        std::fprintf(stderr, "velko: %s: %s\n", file, why.c_str());
     return 1;
 }

@@ -160,7 +160,7 @@ int RunConvert(int argc, char **argv) {
     ProgressBar bar(stderr, !o.quiet && isatty(fileno(stderr)), 1.0, start);
     int16_t h = CDBStartFileReading(o.in, nullptr);
     if (h == CDB_FAIL)
-        return Refused(o.in, CDBGetErrorNumber(CDB_FAIL));
+        return RefusedToOpen(o.in);
 
     SavedObjects counts;
     DrawingForm from_form = DrawingForm::kUnknown;

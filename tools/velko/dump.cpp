@@ -549,7 +549,7 @@ int RunDump(int argc, char **argv) {
         return WrongUsage(Usage());
     int16_t h = CDBStartFileReading(file, nullptr);
     if (h == CDB_FAIL)
-        return Refused(file, CDBGetErrorNumber(CDB_FAIL));
+        return RefusedToOpen(file);
 
     // A reference that can't be found or read leaves its block as it was; only a drawing
     // whose tables can't be loaded fails here.

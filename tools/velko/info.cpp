@@ -170,7 +170,7 @@ int RunInfo(int argc, char **argv) {
     const bool sniffed = CDBGetDrawingFileInfo(file, &info) == 0;
     int16_t h = CDBStartFileReading(file, nullptr);
     if (h == CDB_FAIL)
-        return Refused(file, CDBGetErrorNumber(CDB_FAIL));
+        return RefusedToOpen(file);
     if (!sniffed) {
         // The sniff looks for the version as text in the first bytes, where a binary DXF
         // keeps it behind the zero byte of its sentinel (and a text DXF may keep it further
