@@ -336,15 +336,17 @@ CDB_ENTITY *CR13Entity::GetResolvedRecord() {
     if (!record || resolved || !drawing)
         return record;
     resolved = 1;
+    // "0" is BYBLOCK. "-1" (BYLAYER) takes the base like an index, without a lookup, as
+    // does a handle that the line type table does not know.
+    const int32_t ltype_base = drawing->Base(TableBase::kLtypes);
     const char *line_type = record->line_type_handle;
     if (line_type && std::strcmp(line_type, "0") == 0)
         record->line_type_index = 0;
     else if (line_type && std::strcmp(line_type, "-1") == 0)
-        record->line_type_index = -1;
+        record->line_type_index = static_cast<int16_t>(-1 + ltype_base);
     else
-        record->line_type_index =
-            static_cast<int16_t>(drawing->IndexOfHandle(TableBase::kLtypes, line_type) +
-                                 drawing->Base(TableBase::kLtypes));
+        record->line_type_index = static_cast<int16_t>(
+            drawing->IndexOfHandle(TableBase::kLtypes, line_type) + ltype_base);
     record->layer_index =
         static_cast<int16_t>(drawing->IndexOfHandle(TableBase::kLayers, record->layer_handle) +
                              drawing->Base(TableBase::kLayers));

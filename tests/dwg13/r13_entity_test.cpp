@@ -322,6 +322,14 @@ TEST(R13EntityResolve, ByLayerLineTypeGivesMinusOneOnceWithoutALookup) {
     EXPECT_EQ(+e.GetResolvedRecord()->line_type_index, -1);
 }
 
+TEST(R13EntityResolve, ByLayerLineTypeTakesTheBaseWithoutALookup) {
+    CR13Drawing drawing(nullptr, 0);
+    drawing.SetBase(TableBase::kLtypes, 3);
+    CR13PlainEntity e(&drawing, CDB_SEQEND, kR13SeqEndType, 0);
+    e.GetData()->line_type_handle = strdup("-1");
+    EXPECT_EQ(+e.GetResolvedRecord()->line_type_index, 2);
+}
+
 TEST(R13EntityResolve, AnUnknownLayerGivesMinusOnePlusTheBase) {
     CR13Drawing drawing(nullptr, 0);
     drawing.SetBase(TableBase::kLayers, 5);
