@@ -6,8 +6,11 @@
 #include "dwg13/r13_object_map.h"
 #include "dwg13/r13_tables.h"
 #include "io/drawing_file.h"
+#include "records/handle_text.h"
+#include "records/header_texts.h"
 #include "records/header_vars.h"
 
+#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -112,6 +115,15 @@ int CR13Drawing::SetVariableValue(const char *name, CDB_VAR_VALUE_type *value) {
 }
 
 // ---- Tables and handles -------------------------------------------------------------------
+
+std::string CR13Drawing::TakeNextHandle() {
+    char *seed = header->vars.handseed;
+    const std::string handle = seed && *seed ? seed : "1";
+    if (seed)
+        std::snprintf(seed, kHeaderHandseedSize, "%llX",
+                      static_cast<unsigned long long>(HandleTextToValue(handle.c_str(), 32) + 1));
+    return handle;
+}
 
 CR13Table *CR13Drawing::PublicTableOf(TableBase which) const {
     switch (which) {

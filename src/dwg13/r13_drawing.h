@@ -95,6 +95,9 @@ public:
     // The entities of paper space, in file order.
     CEntityList &PaperEntities() { return paper_entities; }
 
+    // The handle a new object takes: the running handle seed, which moves on by one.
+    std::string TakeNextHandle();
+
     // Why the last load failed, in words; empty when it did not.
     const std::string &LoadFailure() const { return load_failure; }
 

@@ -23,6 +23,7 @@
 class CBitStream;
 class CBitWriter;
 class CR13Drawing;
+struct CR13Block;
 
 class CR13Entity : public CModelEntity {
 public:
@@ -74,6 +75,14 @@ public:
     void GetRecord(CDB_ENTITY *out) override;
     // Takes a public record in: the object keeps copies of its texts and extended data.
     void SetRecord(const CDB_ENTITY *in) override;
+
+    // Makes the object a new entity of `block` behind `previous` (null for the block's
+    // first): the record is copied in, the layer's and the line type's handles come from
+    // their tables by index, the entity takes the drawing's next handle, the links to and
+    // from `previous` become relative references, the mode bits follow the block, and the
+    // handle enters the object map. 1; -123 with -427 (no such layer) or -428 (no such line
+    // type), the record then not taken.
+    int SetNewRecord(const CDB_ENTITY *in, CR13Block &block, CR13Entity *previous);
 
     CR13Drawing *Drawing() const { return drawing; }
     // The object type of the file (a kind may have several: 7 or 8 for TEXT, ...).

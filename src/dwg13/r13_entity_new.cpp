@@ -1,0 +1,94 @@
+// A new release 13 entity: what an entity that editing adds takes from its drawing and its
+// block -- handles for its references, a handle of its own, its links and its mode bits.
+#include "dwg13/r13_block.h"
+#include "dwg13/r13_drawing.h"
+#include "dwg13/r13_object_map.h"
+#include "dwg13/r13_tables.h"
+#include "records/handle_text.h"
+#include "records/heap_text.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr char kModelSpace[] = "*MODEL_SPACE";
+constexpr char kPaperSpace[] = "*PAPER_SPACE";
+// The codes of an absolute reference, and of the dictionary reference a new object has.
+constexpr int16_t kAbsoluteCode = 4;
+constexpr int16_t kNoDictionaryCode = 3;
+
+// The handle text of record `index` of a table (the drawing's base taken off), or null.
+const char *TableHandle(CR13Drawing &drawing, R13Table table, TableBase base, int index) {
+    return drawing.Table(table).HandleAt(index - drawing.Base(base));
+}
+
+} // namespace
+
+int CR13Entity::SetNewRecord(const CDB_ENTITY *in, CR13Block &block, CR13Entity *previous) {
+    if (!in || !record || !drawing)
+        return CDB_FAIL;
+    const char *layer =
+        TableHandle(*drawing, R13Table::kLayers, TableBase::kLayers, in->layer_index);
+    if (!layer) {
+        drawing->SetError(CDB_ERR_INVALID_LAYER);
+        return CDB_FAIL;
+    }
+    const bool bylayer = in->line_type_index == -1;
+    const char *line_type =
+        bylayer ? "-1"
+                : TableHandle(*drawing, R13Table::kLtypes, TableBase::kLtypes, in->line_type_index);
+    if (!line_type) {
+        drawing->SetError(CDB_ERR_INVALID_LTYPE);
+        return CDB_FAIL;
+    }
+    SetRecord(in);
+    std::free(record->layer_handle);
+    std::free(record->line_type_handle);
+    std::free(record->handle);
+    record->layer_handle = DuplicateText(layer);
+    record->line_type_handle = DuplicateText(line_type);
+    record->line_type_bylayer = bylayer ? 1u : 0u;
+    const std::string handle = drawing->TakeNextHandle();
+    record->handle = DuplicateText(handle.c_str());
+
+    // The block's chain: this entity is its last; the first when nothing stands before it.
+    block.last_handle = handle;
+    if (!previous) {
+        block.first_handle = handle;
+        record->previous = CHandleRef{kAbsoluteCode, 0};
+    } else {
+        CDB_ENTITY *before = previous->GetData();
+        MakeRelativeRef(before->handle, record->handle, before->next);
+        MakeRelativeRef(record->handle, before->handle, record->previous);
+    }
+    record->next = CHandleRef{kAbsoluteCode, 0};
+    record->has_owner = 0;
+    if (record->previous.value != 0 || record->next.value != 0)
+        record->no_links = 0;
+
+    const char *name = block.record ? block.record->name : nullptr;
+    if (name && std::strcmp(name, kModelSpace) == 0) {
+        record->mode_model = 1;
+        record->mode_paper = 0;
+    } else if (name && std::strcmp(name, kPaperSpace) == 0) {
+        record->mode_model = 0;
+        record->mode_paper = 1;
+    } else {
+        record->mode_model = 0;
+        record->mode_paper = 0;
+        record->has_owner = 1;
+        const char *block_handle = block.header ? block.header->RecordHandle() : nullptr;
+        MakeRelativeRef(record->handle, block_handle, record->owner);
+    }
+    record->invisibility = 0;
+    record->dictionary = CHandleRef{kNoDictionaryCode, 0};
+    record->has_graphic = 0;
+    record->reserved_bit_1 = 1;
+    record->reserved_bit_2 = 0;
+    is_unlinked = 1;
+    if (drawing->FileKind() == CR13Drawing::kDwg)
+        drawing->ObjectMap().InsertSorted(
+            ObjectMapEntry{static_cast<uint32_t>(HandleTextToValue(record->handle, 32)), 0});
+    return 1;
+}
