@@ -6,11 +6,9 @@
 #include "dwg13/r13_object_map.h"
 #include "dwg13/r13_tables.h"
 #include "io/drawing_file.h"
-#include "records/handle_text.h"
 #include "records/header_texts.h"
 #include "records/header_vars.h"
 
-#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -120,8 +118,8 @@ std::string CR13Drawing::TakeNextHandle() {
     char *seed = header->vars.handseed;
     const std::string handle = seed && *seed ? seed : "1";
     if (seed)
-        std::snprintf(seed, kHeaderHandseedSize, "%llX",
-                      static_cast<unsigned long long>(HandleTextToValue(handle.c_str(), 32) + 1));
+        CopyIntoTextBlock(seed, kHeaderHandseedSize,
+                          R13HandleText(R13HandleValue(handle.c_str()) + 1).c_str());
     return handle;
 }
 

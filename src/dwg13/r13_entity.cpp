@@ -2,6 +2,7 @@
 #include "dwg13/r13_entity.h"
 
 #include "dwg13/r13_drawing.h"
+#include "dwg13/r13_tables.h"
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"
 #include "io/record_field.h"
@@ -9,7 +10,6 @@
 #include "records/handle_text.h"
 #include "records/heap_text.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -64,7 +64,9 @@ int64_t HandleNumber(const char *text) {
 
 // The value of a link written into a 32-byte text in base 16.
 void LinkText(uint32_t value, char text[32]) {
-    std::snprintf(text, 32, "%X", value);
+    const std::string hex = R13HandleText(value);
+    std::strncpy(text, hex.c_str(), 31);
+    text[31] = '\0';
 }
 
 } // namespace

@@ -4,7 +4,6 @@
 #include "dwg13/r13_drawing.h"
 #include "dwg13/r13_object_map.h"
 #include "dwg13/r13_tables.h"
-#include "records/handle_text.h"
 #include "records/heap_text.h"
 
 #include <cstdlib>
@@ -88,7 +87,6 @@ int CR13Entity::SetNewRecord(const CDB_ENTITY *in, CR13Block &block, CR13Entity 
     record->reserved_bit_2 = 0;
     is_unlinked = 1;
     if (drawing->FileKind() == CR13Drawing::kDwg)
-        drawing->ObjectMap().InsertSorted(
-            ObjectMapEntry{static_cast<uint32_t>(HandleTextToValue(record->handle, 32)), 0});
+        drawing->ObjectMap().InsertSorted(ObjectMapEntry{R13HandleValue(record->handle), 0});
     return 1;
 }
