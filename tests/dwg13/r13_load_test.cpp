@@ -378,6 +378,16 @@ TEST(R13Load, ABlockWhoseEntityFailsToDecodeFailsTheLoad) {
     EXPECT_EQ(l.loaded, 0);
 }
 
+TEST(R13Load, AnObjectOfTheLongSizeFormIsPassedOverAndTheNextOneDelivered) {
+    Builder b;
+    // Two words: (0x8003 & 0x7FFF) XOR (0 << 15) = 3 bytes, the object taking 3 + 6.
+    const R13Object long_form = {0x03, 0x80, 0x00, 0x00, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE};
+    b.Space(kModelSpaceName)->entities = {Seqend(0x40), long_form, Seqend(0x41)};
+    Loaded l = Load(b);
+    ASSERT_EQ(l.loaded, 1) << l.drawing->LoadFailure();
+    EXPECT_EQ(HandlesWithoutEnd(l.drawing->Entities()), (std::vector<std::string>{"40", "41"}));
+}
+
 // ---- Behind the tables ------------------------------------------------------------------------
 
 TEST(R13Load, ObjectsBehindTheTablesAreCarriedInFileOrderUpToTheFirstMultilineStyle) {
