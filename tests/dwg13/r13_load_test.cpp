@@ -560,7 +560,19 @@ TEST(R13Load, TheFlatInterfaceOpensABuiltDrawing) {
     EXPECT_EQ(+layer.color, 3);
     EXPECT_EQ(CDBLayerTableFind(h, "WALLS"), 1);
     EXPECT_EQ(CDBBlockTableCount(h), 1);
-    EXPECT_GE(CDBEntityCount(h, -1), 2);
+    // The main list is model space: the walk meets its entities in file order.
+    std::vector<std::string> walked;
+    int steps = 0;
+    for (int32_t id = CDBFirstEntity(h, -1); id >= 0 && steps < 100; id = CDBNextEntity(h)) {
+        CDB_ENTITY entity;
+        std::memset(&entity, 0, sizeof entity);
+        ASSERT_GE(CDBGetCurrentEntity(h, &entity), 0);
+        ++steps;
+        if (entity.entity_type != CDB_ENDBLK)
+            walked.push_back(entity.handle ? entity.handle : "");
+    }
+    EXPECT_EQ(walked, (std::vector<std::string>{"40", "41"}));
+    EXPECT_EQ(CDBEntityCount(h, -1), steps);
     EXPECT_EQ(CDBEndOperation(h), 0);
 }
 

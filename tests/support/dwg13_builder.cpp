@@ -49,12 +49,13 @@ std::vector<uint8_t> HandleBytes(uint32_t value) {
 
 // ---- Entities --------------------------------------------------------------------------------
 
-R13Object EntityObject(const R13EntityHead &head) {
-    const R13EntityKind *kind = FindR13EntityKind(head.type);
-    // The public kind only decides which texts the object frees; a type without a row
-    // goes as a sequence end, which has none.
-    CR13PlainEntity entity(nullptr, kind ? kind->code : int16_t(CDB_SEQEND), head.type, 0);
+void SetEntityHead(CR13Entity &entity, const R13EntityHead &head) {
     CDB_ENTITY *r = entity.GetData();
+    entity.SetFileType(head.type);
+    std::free(r->handle);
+    std::free(r->layer_handle);
+    std::free(r->line_type_handle);
+    std::free(r->eed_data);
     r->handle = R13NewHandleText(head.handle);
     r->layer_handle = DuplicateText(head.layer_handle.c_str());
     r->line_type_handle = DuplicateText(head.line_type_handle.c_str());
@@ -73,15 +74,29 @@ R13Object EntityObject(const R13EntityHead &head) {
     r->next = CHandleRef{4, head.next};
     r->color = head.color;
     r->line_type_scale = 1.0;
+    r->eed_data = nullptr;
+    r->eed_size = 0;
     if (!head.eed.empty()) {
         r->eed_data = static_cast<uint8_t *>(std::malloc(head.eed.size()));
         std::memcpy(r->eed_data, head.eed.data(), head.eed.size());
         r->eed_size = static_cast<uint16_t>(head.eed.size());
     }
-    r->object_bits = entity.EstimateBits();
+}
+
+R13Object EntityObjectOf(const CR13Entity &entity) {
+    entity.GetData()->object_bits = entity.EstimateBits();
     CBitWriter w;
     entity.WriteDWG(w);
     return BytesOf(w);
+}
+
+R13Object EntityObject(const R13EntityHead &head) {
+    const R13EntityKind *kind = FindR13EntityKind(head.type);
+    // The public kind only decides which texts the object frees; a type without a row
+    // goes as a sequence end, which has none.
+    CR13PlainEntity entity(nullptr, kind ? kind->code : int16_t(CDB_SEQEND), head.type, 0);
+    SetEntityHead(entity, head);
+    return EntityObjectOf(entity);
 }
 
 std::vector<uint8_t> Eed13(uint32_t application_handle, const std::vector<uint8_t> &values) {
@@ -373,25 +388,16 @@ void Dwg13Builder::PlaceBlocks(std::vector<uint8_t> &file) {
         Place(file, BlockHeaderObject(block));
         if (block.write_start) {
             CR13BlockStart start(nullptr);
-            CDB_ENTITY *r = start.GetData();
             R13EntityHead head;
-            r->handle = R13NewHandleText(block.start_handle);
-            r->layer_handle = DuplicateText(head.layer_handle.c_str());
-            r->line_type_handle = DuplicateText("-1");
-            r->line_type_bylayer = 1;
-            r->no_links = 1;
-            r->mode_model = block.name == kModelSpaceName ? 1u : 0u;
-            r->mode_paper = block.name == kPaperSpaceName ? 1u : 0u;
-            r->space = static_cast<int16_t>(r->mode_paper);
-            r->has_owner = r->mode_model == 0 && r->mode_paper == 0 ? 1u : 0u;
-            r->owner = CHandleRef{4, block.header_handle};
-            r->reserved_bit_1 = 1;
-            r->color = 256;
-            r->line_type_scale = 1.0;
-            r->block.name = DuplicateText(block.name.c_str());
-            CBitWriter w;
-            start.WriteDWG(w);
-            Place(file, BytesOf(w));
+            head.type = kR13BlockType;
+            head.handle = block.start_handle;
+            if (block.name == kPaperSpaceName)
+                head.InPaperSpace();
+            else if (block.name != kModelSpaceName)
+                head.InBlock(block.header_handle);
+            SetEntityHead(start, head);
+            start.GetData()->block.name = DuplicateText(block.name.c_str());
+            Place(file, EntityObjectOf(start));
         }
         for (const R13Object &entity : block.entities)
             Place(file, entity);

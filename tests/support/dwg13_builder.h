@@ -55,6 +55,8 @@
 #include <string>
 #include <vector>
 
+class CR13Entity;
+
 namespace velko_test {
 
 // One object in its file form: size field, data, check bytes.
@@ -122,6 +124,17 @@ struct R13EntityHead {
 // entity writer (CR13Entity::WriteDWG). Any type may be given: a type that has data of its
 // own makes an object that a reader of that type would find short.
 R13Object EntityObject(const R13EntityHead &head);
+// For kinds with data of their own: gives a library entity object (of any class) the head
+// `head` -- its file type, handle, mode bits, references, colour, extended data -- so that
+// the test fills the kind's own fields and writes it with EntityObjectOf, e.g.
+//   const R13EntityKind *kind = FindR13EntityKind(19);
+//   std::unique_ptr<CR13Entity> line(kind->make(nullptr, 19));
+//   SetEntityHead(*line, R13EntityHead{}.Type(19).Handle(0x40));
+//   line->GetData()->line.end_point = CDB_POINT3{1, 2, 0};
+//   block.entities.push_back(EntityObjectOf(*line));
+void SetEntityHead(CR13Entity &entity, const R13EntityHead &head);
+// The object of a library entity: its size in bits estimated, then CR13Entity::WriteDWG.
+R13Object EntityObjectOf(const CR13Entity &entity);
 
 // Extended data of one application in the file's form: the marker of a `handle_bytes`
 // long handle, the handle's bytes (most significant first), then `values` as given.

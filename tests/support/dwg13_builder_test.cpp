@@ -4,11 +4,15 @@
 
 #include "interface/test_files.h"
 
+#include "dwg13/r13_block.h"
+#include "dwg13/r13_entity_kinds.h"
 #include "dwg13/r13_tables.h"
+#include "io/bit_stream.h"
 #include "io/drawing_file.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 
 namespace velko_test {
@@ -85,6 +89,42 @@ TEST(Dwg13Builder, AnEntityObjectCarriesItsTypeAndHandle) {
     EXPECT_EQ(R13ObjectType(object), 501);
     EXPECT_EQ(R13ObjectHandle(object), 0x1234u);
     EXPECT_EQ(size_t(object[0] | object[1] << 8) + 4, object.size());
+}
+
+TEST(Dwg13Builder, AnEntityHeadReadsBackAsItWasGiven) {
+    std::vector<uint8_t> values;
+    PutEedShort(values, 7);
+    const R13Object object =
+        EntityObject(R13EntityHead{}.Handle(0x44).InBlock(0x50).Layer("31").LineType("15").Eed(
+            Eed13(0x12, values)));
+    CR13PlainEntity read(nullptr, CDB_SEQEND, kR13SeqEndType, 0);
+    CBitStream stream(object.data());
+    ASSERT_EQ(read.ReadDWG(stream), 1);
+    const CDB_ENTITY *r = read.GetData();
+    EXPECT_STREQ(r->handle, "44");
+    EXPECT_EQ(+r->has_owner, 1u);
+    EXPECT_EQ(+r->owner.value, 0x50u);
+    EXPECT_STREQ(r->layer_handle, "31");
+    EXPECT_STREQ(r->line_type_handle, "15");
+    EXPECT_EQ(+r->color, 256);
+    ASSERT_EQ(+r->eed_size, 5u);
+    EXPECT_EQ(r->eed_data[0], 0x51);
+    EXPECT_EQ(r->eed_data[1], 0x12);
+    EXPECT_EQ(r->eed_data[2], 70);
+}
+
+TEST(Dwg13Builder, ABlockStartWrittenThroughTheHeadHelpersKeepsItsName) {
+    CR13BlockStart start(nullptr);
+    SetEntityHead(start, R13EntityHead{}.Type(kR13BlockType).Handle(0x51).InBlock(0x50));
+    start.GetData()->block.name = static_cast<char *>(std::malloc(5));
+    std::memcpy(start.GetData()->block.name, "DOOR", 5);
+    const R13Object object = EntityObjectOf(start);
+    EXPECT_EQ(R13ObjectType(object), kR13BlockType);
+    CR13BlockStart read(nullptr);
+    CBitStream stream(object.data());
+    ASSERT_EQ(read.ReadDWG(stream), 1);
+    EXPECT_STREQ(read.GetData()->block.name, "DOOR");
+    EXPECT_STREQ(read.GetData()->handle, "51");
 }
 
 } // namespace
