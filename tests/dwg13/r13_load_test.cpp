@@ -420,6 +420,24 @@ TEST(R13Load, TheMultilineStylesBehindTheCarriedObjectsAreRead) {
     EXPECT_STREQ(l.drawing->GetMLineStyleTable(1)->handle, "72");
 }
 
+TEST(R13Load, AnEmptyObjectEndsTheMultilineStyles) {
+    Builder b;
+    b.objects_behind = {R13Object{0, 0, 0, 0}, MlineStyleObject(0x72, "AFTER")};
+    Loaded l = Load(b);
+    ASSERT_EQ(l.loaded, 1) << l.drawing->LoadFailure();
+    ASSERT_EQ(l.drawing->GetMLineStyleTableCount(), 1);
+    EXPECT_STREQ(l.drawing->GetMLineStyleTable(0)->name, "STANDARD");
+}
+
+TEST(R13Load, WithoutAMultilineStyleTheWalkBehindTheTablesRunsToTheEndAndFails) {
+    Builder b;
+    b.mline_styles.clear();
+    Loaded l = Load(b);
+    ASSERT_EQ(l.opened, 1);
+    EXPECT_EQ(l.loaded, 0);
+    EXPECT_EQ(l.drawing->GetError(), CDB_ERR_FILE_READ);
+}
+
 // ---- The end of the load ----------------------------------------------------------------------
 
 TEST(R13Load, SymbolsOfExternalReferencesAreDroppedFromTheTables) {
