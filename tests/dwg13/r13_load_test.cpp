@@ -506,6 +506,18 @@ TEST(R13Load, TheHeadersHandlesBecomeTableIndices) {
     EXPECT_EQ(+vars->ucsname, -1);
 }
 
+TEST(R13Load, HeaderIndicesAreTakenBeforeLayerZeroMovesToTheFront) {
+    Builder b;
+    auto &layers = b.tables[Builder::kLayerTable].records;
+    layers.insert(layers.begin(), LayerObject(0x30, "WALLS"));
+    b.SetHeaderHandle(&CDB_HEADER_type::hclayer, "10");
+    Loaded l = Load(b);
+    ASSERT_EQ(l.loaded, 1);
+    EXPECT_STREQ(l.drawing->GetLayerTable(0)->name, "0");
+    // Layer "0" stood second when the header was resolved.
+    EXPECT_EQ(+l.drawing->GetAllVars()->clayer, 1);
+}
+
 TEST(R13Load, AHeaderDimstyleOfZeroWritesTheLineTypeAndLeavesTheDimstyle) {
     Builder b;
     b.tables[Builder::kLtypeTable].records.push_back(LtypeObject(0x31, "DASHED"));
