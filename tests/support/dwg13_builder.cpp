@@ -381,6 +381,23 @@ R13Object Dwg13Builder::BlockControlObject() const {
     return BytesOf(w);
 }
 
+namespace {
+
+// The head of a block's BLOCK or ENDBLK: in model space, in paper space, or a member of the
+// block that its header is.
+R13EntityHead BoundaryHead(const R13BlockSpec &block, int16_t type, uint32_t handle) {
+    R13EntityHead head;
+    head.type = type;
+    head.handle = handle;
+    if (block.name == kPaperSpaceName)
+        head.InPaperSpace();
+    else if (block.name != kModelSpaceName)
+        head.InBlock(block.header_handle);
+    return head;
+}
+
+} // namespace
+
 void Dwg13Builder::PlaceBlocks(std::vector<uint8_t> &file) {
     if (write_block_control)
         Place(file, BlockControlObject());
@@ -388,13 +405,7 @@ void Dwg13Builder::PlaceBlocks(std::vector<uint8_t> &file) {
         Place(file, BlockHeaderObject(block));
         if (block.write_start) {
             CR13BlockStart start(nullptr);
-            R13EntityHead head;
-            head.type = kR13BlockType;
-            head.handle = block.start_handle;
-            if (block.name == kPaperSpaceName)
-                head.InPaperSpace();
-            else if (block.name != kModelSpaceName)
-                head.InBlock(block.header_handle);
+            const R13EntityHead head = BoundaryHead(block, kR13BlockType, block.start_handle);
             SetEntityHead(start, head);
             start.GetData()->block.name = DuplicateText(block.name.c_str());
             Place(file, EntityObjectOf(start));
@@ -402,13 +413,7 @@ void Dwg13Builder::PlaceBlocks(std::vector<uint8_t> &file) {
         for (const R13Object &entity : block.entities)
             Place(file, entity);
         if (block.write_end) {
-            R13EntityHead end;
-            end.type = kR13EndBlockType;
-            end.handle = block.end_handle;
-            if (block.name == kPaperSpaceName)
-                end.InPaperSpace();
-            else if (block.name != kModelSpaceName)
-                end.InBlock(block.header_handle);
+            const R13EntityHead end = BoundaryHead(block, kR13EndBlockType, block.end_handle);
             Place(file, EntityObject(end));
         }
     }
