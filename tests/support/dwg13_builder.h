@@ -179,7 +179,7 @@ struct R13BlockSpec {
 };
 
 // The block header object of `block`: its name, its base point, and the references to
-// its first entity, its BLOCK, its last entity and its ENDBLK (the handles of the spec).
+// its first entity, its BLOCK, its last entity and its ENDBLK, from the handles of `block`.
 R13Object BlockHeaderObject(const R13BlockSpec &block);
 
 // One table: its control object's handle and the record objects behind it.
