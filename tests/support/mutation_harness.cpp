@@ -14,6 +14,11 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <new>
+
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
 
 #include <unistd.h>
 
@@ -406,6 +411,7 @@ void WalkMainSection(int16_t h, int16_t count, ReadReport *report) {
         std::memset(&r, 0, sizeof r);
         id = CDBGetNextEntity(h, &r);
     }
+    report->walked += delivered;
     if (id != CDB_END_OF_WALK && !(count == 32767 && id < 0))
         report->Note("the main walk ended with " + std::to_string(id));
     else if (count < 32767 && delivered != count)
@@ -429,6 +435,7 @@ void WalkBlockEntities(int16_t h, int16_t index, ReadReport *report) {
         std::memset(&r, 0, sizeof r);
         id = CDBGetNextEntity(h, &r);
     }
+    report->walked += in_block;
     if (size < 0 || (size < 32767 && in_block != size))
         report->Note("block " + std::to_string(index) + " walk gave " + std::to_string(in_block) +
                      " of " + std::to_string(size));
@@ -482,6 +489,7 @@ void WalkDisplay(int16_t h, ReadReport *report) {
             break;
         report->sink += TouchAndFree(r);
     }
+    report->walked += steps;
     if (steps >= kMaxWalkSteps)
         report->Note("CDBNavigate did not end");
     else if (step != CDB_END_OF_WALK)
@@ -504,6 +512,7 @@ void WalkViewports(int16_t h, ReadReport *report) {
         std::memset(&r, 0, sizeof r);
         vp = CDBGetNextViewport(h, &r);
     }
+    report->walked += viewports;
     if (vp != CDB_END_OF_WALK)
         report->Note("the viewport walk ended with " + std::to_string(vp));
 }
@@ -577,6 +586,7 @@ void ReadOpened(int16_t h, const std::string &path, bool save, Outcome *out) {
     ReadEntities(h, &report);
     WalkEverything(h, &report);
     out->records = report.records;
+    out->walked = report.walked;
     if (save)
         out->saved = SaveEveryForm(h, path);
     if (out->trouble.empty())
@@ -659,6 +669,11 @@ DataLimit::DataLimit(size_t extra) {
     // on the data size would stop them, not the library.
     if (VELKO_TEST_SANITIZED)
         return;
+#if defined(__GLIBC__)
+    // Free memory that the heap keeps at its top goes back first, so that the bound counts
+    // from what is in use rather than from the largest heap of an earlier feed.
+    malloc_trim(0);
+#endif
     const size_t now = CurrentDataBytes();
     if (now == 0 || getrlimit(RLIMIT_DATA, &previous_) != 0)
         return;
@@ -673,6 +688,29 @@ DataLimit::DataLimit(size_t extra) {
 DataLimit::~DataLimit() {
     if (active_)
         setrlimit(RLIMIT_DATA, &previous_);
+}
+
+BoundedOutcome FeedFileWithinMemory(const std::string &path, size_t extra, Watchdog *watchdog) {
+    BoundedOutcome result;
+    {
+        DataLimit limit(extra);
+        result.limited = limit.active();
+        try {
+            result.out = FeedFile(path, watchdog);
+        } catch (const std::bad_alloc &) {
+            result.out_of_memory = true;
+            if (watchdog)
+                watchdog->End();
+        }
+    }
+    if (result.limited && !result.out_of_memory) {
+        const Outcome free = FeedFile(path, watchdog);
+        result.bound_mattered = free.opened != result.out.opened || free.code != result.out.code ||
+                                free.records != result.out.records ||
+                                free.walked != result.out.walked ||
+                                free.trouble != result.out.trouble;
+    }
+    return result;
 }
 
 // ---------------------------------------------------------------------------

@@ -110,7 +110,8 @@ private:
 size_t Touch(const char *text, size_t max);
 
 struct ReadReport {
-    long records = 0;
+    long records = 0;    // table records, and the entities of a release 12 DWG's lists
+    long walked = 0;     // records handed out by the walks
     std::string trouble; // empty when every call answered as it should
     size_t sink = 0;     // keeps the reads from being optimised away
 
@@ -136,9 +137,10 @@ struct Outcome {
     int16_t status = 0;   // the handle, or the failure status
     int16_t code = 0;     // the reason of a refusal
     double seconds = 0.0; // file info, open, reads and close
-    long records = 0;
-    int saved = 0;       // the forms the drawing was saved in
-    std::string trouble; // empty when every call answered as it should
+    long records = 0;     // as ReadReport
+    long walked = 0;      // as ReadReport
+    int saved = 0;        // the forms the drawing was saved in
+    std::string trouble;  // empty when every call answered as it should
 };
 
 // Saves an opened release 12 drawing as DWG, as ASCII DXF and as binary DXF next to
@@ -204,6 +206,22 @@ private:
     rlim_t limit_ = 0;
     struct rlimit previous_ {};
 };
+
+// The outcome of a feed under a memory bound.
+struct BoundedOutcome {
+    Outcome out;                 // the feed under the bound
+    bool limited = false;        // the bound was in force (never under a sanitizer)
+    bool out_of_memory = false;  // std::bad_alloc came out of the library
+    bool bound_mattered = false; // fed again without the bound, the file ended otherwise
+};
+
+// FeedFile of `path` with the process's data memory bounded to what it holds now plus
+// `extra` bytes. When the bound was in force the file is fed a second time without it: an
+// end that differs (opened or not, the refusal's reason, the records read and walked, the
+// trouble)
+// shows an allocation past the bound that the library turned into a refusal or a smaller
+// drawing. The second feed is left out of `out.seconds`.
+BoundedOutcome FeedFileWithinMemory(const std::string &path, size_t extra, Watchdog *watchdog);
 
 // ---------------------------------------------------------------------------
 // Generic mutants
