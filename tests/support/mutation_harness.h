@@ -7,11 +7,13 @@
 //    longer than HangLimit();
 //  - FeedFile: the file info, the open, every table and header read, the entity load of a
 //    release 12 DWG, every walk of the flat interface and the close, timed, with every
-//    answer that breaks the interface noted in Outcome::trouble;
+//    answer that breaks the interface noted in Outcome::trouble; FeedTally sums feeds up
+//    for a test's summary line;
 //  - TempPath: a per-process temporary file that stays behind only when the process dies;
 //  - Mutator: the generic damage of any file (bit flips, overwrites with the words that
 //    upset sizes and counts, truncation, zero fill), reproducible from its seed;
-//  - DataLimit: an upper bound on the process's data memory for the time of one feed;
+//  - DataLimit: an upper bound on the process's data memory for the time of one feed, and
+//    FeedFileWithinMemory, a feed under it that tells when the bound changed its end;
 //  - the time limits, the scale of the mutant counts and the seed of a corpus file.
 //
 // Everything here runs on the test's own thread, one input at a time.
@@ -187,8 +189,9 @@ private:
 size_t CurrentDataBytes();
 
 // For its lifetime, the process's data memory (RLIMIT_DATA: heap and private mappings)
-// may grow by at most `extra` bytes beyond what it holds now; an allocation past that
-// fails. The previous limit comes back when it goes. Without effect under a sanitizer,
+// may grow by at most `extra` bytes beyond what it holds now (after the free top of the
+// heap is given back); an allocation past that fails. The previous limit comes back when
+// it goes. Without effect under a sanitizer,
 // whose shadow memory the limit would count.
 class DataLimit {
 public:
