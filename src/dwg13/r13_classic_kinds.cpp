@@ -35,8 +35,7 @@ uint32_t R13LayoutBits(const R13Layout &layout, const void *record) {
             for (size_t k = 0; k < (f.kind == R13Kind::k2RD ? 2u : 3u); ++k)
                 bits += R13DoubleBits(LoadField<double>(record, f.offset + k * sizeof(double)));
             break;
-        case R13Kind::kTV:
-        case R13Kind::kHT: {
+        case R13Kind::kTV: {
             const char *text = LoadField<char *>(record, f.offset);
             bits += 8u * static_cast<uint32_t>(text ? std::strlen(text) : 0);
             break;

@@ -108,9 +108,10 @@ class CR13Attrib : public CR13StyledEntity {
 public:
     explicit CR13Attrib(CR13Drawing *drawing);
 
-    // How the two points are stored (2 bits): 0 with a z, 2 without, 1 the short form whose
-    // points share their y and have z 1.0, 3 no points.
-    int32_t data_form = 2;
+    // How the two points are stored (2 bits): 0 with the insertion's z, 2 without a z, 1
+    // the short form whose points share their y and have z 1.0, 3 no points. A new
+    // attribute keeps its insertion point whole.
+    int32_t data_form = 0;
 
 protected:
     int ReadBody(CBitStream &stream) override;
