@@ -120,8 +120,9 @@ public:
 
 // SPLINE (36). Two scenarios: 2 by fit points, 1 by knots and control points; the decode
 // fails for any other. The scenario and whether the control points carry weights are kept
-// here for the writer; a new spline takes its scenario from its record (fit points and no
-// knots: 2).
+// here for the writer, which writes the scenario as it stands, with the layout of scenario
+// 2 for 2 and of scenario 1 for any other; a new spline (scenario 0) takes its scenario from
+// its record (fit points and no knots: 2).
 class CR13Spline : public CR13Entity {
 public:
     explicit CR13Spline(CR13Drawing *drawing);

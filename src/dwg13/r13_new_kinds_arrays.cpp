@@ -233,8 +233,8 @@ int CR13Spline::ReadControlPoints(CBitStream &stream) {
 }
 
 int16_t CR13Spline::ScenarioToWrite() const {
-    if (scenario == 1 || scenario == 2)
-        return scenario;
+    if (scenario != 0)
+        return scenario; // as read, or as a test set it
     const CDB_SPLINE_type &s = record->spline;
     return s.fit_point_count > 0 && s.knot_count == 0 ? 2 : 1;
 }
@@ -509,8 +509,8 @@ void CR13Leader::WriteBody(CBitWriter &writer) const {
     const CDB_LEADER_type &l = record->leader;
     if (l.vertex_count < 1)
         return;
-    for (int i = 0; i < l.vertex_count; ++i)
-        WritePoint(writer, l.vertices ? l.vertices[i] : CDB_POINT3{0.0, 0.0, 0.0});
+    for (int i = 0; l.vertices && i < l.vertex_count; ++i)
+        WritePoint(writer, l.vertices[i]);
     WriteR13Fields(writer, LAYOUT(kLeaderFrame), record);
     writer.WriteBit(l.hookline_on_x ? 0 : 1);
     WriteR13Fields(writer, LAYOUT(kLeaderArrow), record);
