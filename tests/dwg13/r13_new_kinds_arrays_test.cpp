@@ -172,6 +172,29 @@ TEST(R13Spline, InViewModeTheDestructorLeavesTheArraysToTheApplication) {
     std::free(points);
 }
 
+TEST(R13Spline, InViewModeEveryKindWithBlocksLeavesThemToTheApplication) {
+    CR13Drawing view(nullptr, 1);
+    auto ole = NewEntity(500);
+    ole->GetData()->ole.data = static_cast<uint8_t *>(std::calloc(8, 1));
+    ole->GetData()->ole.data_size = 8;
+    int result = -1;
+    auto read = ReadBack(500, EntityObjectOf(*ole), result, &view);
+    ASSERT_EQ(result, 1);
+    uint8_t *data = read->GetData()->ole.data;
+    auto region = ReadBack(37, EntityObjectOf(*NewEntity(37)), result, &view);
+    ASSERT_EQ(result, 1);
+    uint8_t *chunks = region->GetData()->region.data;
+    CDB_ENTITY *records[] = {read->GetData(), region->GetData()};
+    char *texts[] = {records[0]->handle, records[0]->layer_handle, records[1]->handle,
+                     records[1]->layer_handle, records[1]->line_type_handle};
+    read.reset();
+    region.reset();
+    std::free(data);
+    std::free(chunks);
+    for (char *text : texts)
+        std::free(text);
+}
+
 // ---- MLINE --------------------------------------------------------------------------------
 
 // An mline of two vertices and two lines; the second line of each vertex has no fill.
