@@ -2,6 +2,7 @@
 
 #include "dwg13/r13_block.h"
 #include "dwg13/r13_classic_kinds.h"
+#include "dwg13/r13_new_kinds.h"
 #include "velkow32.h"
 
 namespace {
@@ -16,6 +17,44 @@ CR13Entity *MakeSeqEnd(CR13Drawing *drawing, int16_t type) {
 }
 CR13Entity *MakeBlockStart(CR13Drawing *drawing, int16_t) {
     return new CR13BlockStart(drawing);
+}
+
+// The kinds that release 13 brought.
+CR13Entity *MakeEllipse(CR13Drawing *drawing, int16_t) {
+    return new CR13Ellipse(drawing);
+}
+CR13Entity *MakeSpline(CR13Drawing *drawing, int16_t) {
+    return new CR13Spline(drawing);
+}
+CR13Entity *MakeRegion(CR13Drawing *drawing, int16_t) {
+    return new CR13Region(drawing);
+}
+CR13Entity *MakeSolid3D(CR13Drawing *drawing, int16_t) {
+    return new CR13Solid3D(drawing);
+}
+CR13Entity *MakeBody(CR13Drawing *drawing, int16_t) {
+    return new CR13Body(drawing);
+}
+CR13Entity *MakeRay(CR13Drawing *drawing, int16_t) {
+    return new CR13Ray(drawing, 40);
+}
+CR13Entity *MakeXline(CR13Drawing *drawing, int16_t) {
+    return new CR13Xline(drawing);
+}
+CR13Entity *MakeMtext(CR13Drawing *drawing, int16_t) {
+    return new CR13Mtext(drawing);
+}
+CR13Entity *MakeLeader(CR13Drawing *drawing, int16_t) {
+    return new CR13Leader(drawing);
+}
+CR13Entity *MakeTolerance(CR13Drawing *drawing, int16_t) {
+    return new CR13Tolerance(drawing);
+}
+CR13Entity *MakeMline(CR13Drawing *drawing, int16_t) {
+    return new CR13Mline(drawing);
+}
+CR13Entity *MakeOle(CR13Drawing *drawing, int16_t) {
+    return new CR13Ole(drawing);
 }
 
 // clang-format off
@@ -54,18 +93,18 @@ constexpr R13EntityKind kKinds[] = {
     {  32,  CDB_TRACE,         MakeR13Trace},
     {  33,  CDB_SHAPE,         MakeR13Shape},
     {  34,  CDB_VIEWPORT,      MakeR13Viewport},
-    {  35,  CDB_ELLIPSE,       nullptr},
-    {  36,  CDB_SPLINE,        nullptr},
-    {  37,  CDB_REGION,        nullptr},
-    {  38,  CDB_3DSOLID,       nullptr},
-    {  39,  CDB_BODY,          nullptr},
-    {  40,  CDB_RAY,           nullptr},
-    {  41,  CDB_XLINE,         nullptr},
-    {  44,  CDB_MTEXT,         nullptr},
-    {  45,  CDB_LEADER,        nullptr},
-    {  46,  CDB_TOLERANCE,     nullptr},
-    {  47,  CDB_MLINE,         nullptr},
-    { 500,  CDB_OLEFRAME,      nullptr},
+    {  35,  CDB_ELLIPSE,       MakeEllipse},
+    {  36,  CDB_SPLINE,        MakeSpline},
+    {  37,  CDB_REGION,        MakeRegion},
+    {  38,  CDB_3DSOLID,       MakeSolid3D},
+    {  39,  CDB_BODY,          MakeBody},
+    {  40,  CDB_RAY,           MakeRay},
+    {  41,  CDB_XLINE,         MakeXline},
+    {  44,  CDB_MTEXT,         MakeMtext},
+    {  45,  CDB_LEADER,        MakeLeader},
+    {  46,  CDB_TOLERANCE,     MakeTolerance},
+    {  47,  CDB_MLINE,         MakeMline},
+    { 500,  CDB_OLEFRAME,      MakeOle},
 };
 // clang-format on
 

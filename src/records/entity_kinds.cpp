@@ -28,6 +28,14 @@ constexpr uint16_t kAttribHandles[] = {AT(attrib.style_handle)};
 constexpr uint16_t kDimensionHandles[] = {AT(dimension.block_handle),
                                           AT(dimension.dimstyle_handle)};
 
+constexpr uint16_t kMTextTexts[] = {AT(mtext.text)};
+constexpr uint16_t kToleranceTexts[] = {AT(tolerance.text)};
+
+constexpr uint16_t kMTextHandles[] = {AT(mtext.style_handle)};
+constexpr uint16_t kLeaderHandles[] = {AT(leader.dimstyle_handle)};
+constexpr uint16_t kToleranceHandles[] = {AT(tolerance.dimstyle_handle)};
+constexpr uint16_t kMLineHandles[] = {AT(mline.style_handle)};
+
 #undef AT
 
 #define TEXTS(list)                                                                                \
@@ -38,8 +46,6 @@ constexpr RecordTextFields kNone = {nullptr, 0};
 
 // ---- The rows -----------------------------------------------------------------------------
 //
-// The release 13 kinds name no texts yet: their owned and handle texts come with the classes
-// of that release.
 
 // clang-format off
 constexpr EntityKind kKinds[] = {
@@ -71,10 +77,10 @@ constexpr EntityKind kKinds[] = {
     {CDB_BODY,      "BODY",      "BODY",      nullptr,               kNone,                  kNone},
     {CDB_RAY,       "RAY",       "RAY",       nullptr,               kNone,                  kNone},
     {CDB_XLINE,     "XLINE",     "XLINE",     nullptr,               kNone,                  kNone},
-    {CDB_MTEXT,     "MTEXT",     "MTEXT",     FillMTextDefault,      kNone,                  kNone},
-    {CDB_LEADER,    "LEADER",    "LEADER",    FillLeaderDefault,     kNone,                  kNone},
-    {CDB_TOLERANCE, "TOLERANCE", "TOLERANCE", FillToleranceDefault,  kNone,                  kNone},
-    {CDB_MLINE,     "MLINE",     "MLINE",     nullptr,               kNone,                  kNone},
+    {CDB_MTEXT,     "MTEXT",     "MTEXT",     FillMTextDefault,      TEXTS(kMTextTexts),     TEXTS(kMTextHandles)},
+    {CDB_LEADER,    "LEADER",    "LEADER",    FillLeaderDefault,     kNone,                  TEXTS(kLeaderHandles)},
+    {CDB_TOLERANCE, "TOLERANCE", "TOLERANCE", FillToleranceDefault,  TEXTS(kToleranceTexts), TEXTS(kToleranceHandles)},
+    {CDB_MLINE,     "MLINE",     "MLINE",     nullptr,               kNone,                  TEXTS(kMLineHandles)},
     {CDB_OLEFRAME,  "OLEFRAME",  "OLEFRAME",  nullptr,               kNone,                  kNone},
 };
 // clang-format on
