@@ -48,7 +48,8 @@ void CR13Block::FillRecord() {
     record->name = DuplicateText(header->RecordName());
     record->name_2 = DuplicateText(record->name);
     record->xref_path = DuplicateText(header->XrefPath() ? header->XrefPath() : "");
-    record->flags = header->BlockFlags();
+    // The header's flag byte is the block table record's; the block start keeps none of
+    // it, so that a block stays walkable whatever bits the byte holds.
     record->base_point = header->BasePoint();
     record->entity_type = CDB_BLOCK;
     if (start) {
@@ -56,7 +57,6 @@ void CR13Block::FillRecord() {
         start->is_xref_block = header->IsXrefBlock();
         if (CDB_ENTITY *own = start->GetData()) {
             own->block.base_point = header->BasePoint();
-            own->block.flags = header->BlockFlags();
             own->elevation = header->BasePoint().z;
         }
     }

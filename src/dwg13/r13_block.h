@@ -35,8 +35,10 @@ struct CR13Block : public CModelBlock {
     CR13Block();
     ~CR13Block() override;
 
-    // Fills the public record from the header and the start entity: name, flags, base
-    // point, xref path; the start takes the header's two flags and its elevation.
+    // Fills the public record from the header: name, base point, xref path; the start
+    // entity takes the header's in-model and xref flags and its elevation. The header's
+    // flag byte stays the block table record's (in release 13 files it mostly has bit 0x80
+    // set, which the walk would take for a deleted block).
     void FillRecord();
 
     // The block header. The block table owns the headers of its blocks; the block owns

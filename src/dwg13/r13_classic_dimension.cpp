@@ -2,7 +2,6 @@
 // of each form stand in an order of their own.
 #include "dwg13/r13_classic_kinds.h"
 
-#include "dwg13/r13_classic_layout.h"
 #include "dwg13/r13_drawing.h"
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"
@@ -135,7 +134,7 @@ int CR13Dimension::ReadBody(CBitStream &stream) {
     CDB_DIMENSION_type &d = record->dimension;
     ReadR13Fields(stream, kHead, record);
     dim_flags = stream.ReadByte();
-    ReadR13FieldsFresh(stream, kText, record);
+    ReadR13Fields(stream, kText, record);
     reserved_byte = stream.ReadByte();
     ReadR13Fields(stream, kClone, record);
     d.clone_insertion_point.z = 0.0;
@@ -183,7 +182,7 @@ void CR13Dimension::WriteBody(CBitWriter &writer) const {
 }
 
 void CR13Dimension::ReadKindHandles(CBitStream &stream) {
-    ReadR13FieldsFresh(stream, kHandles, record);
+    ReadR13Fields(stream, kHandles, record);
 }
 
 void CR13Dimension::WriteKindHandles(CBitWriter &writer) const {
@@ -200,6 +199,6 @@ uint32_t CR13Dimension::KindBits() const {
 
 void CR13Dimension::ResolveKind() {
     CDB_DIMENSION_type &d = record->dimension;
-    d.block_index = R13ResolveIndex(drawing, TableBase::kBlocks, d.block_handle);
-    d.dimstyle_index = R13ResolveIndex(drawing, TableBase::kDimstyles, d.dimstyle_handle);
+    d.block_index = drawing->ResolvedIndex(TableBase::kBlocks, d.block_handle);
+    d.dimstyle_index = drawing->ResolvedIndex(TableBase::kDimstyles, d.dimstyle_handle);
 }

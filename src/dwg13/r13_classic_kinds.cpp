@@ -2,7 +2,6 @@
 // style; see r13_classic_kinds.h.
 #include "dwg13/r13_classic_kinds.h"
 
-#include "dwg13/r13_classic_layout.h"
 #include "dwg13/r13_drawing.h"
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"
@@ -10,57 +9,6 @@
 
 #include <cstdlib>
 #include <cstring>
-
-// ---- Shared helpers -------------------------------------------------------------------------
-
-uint32_t R13DoubleBits(double value) {
-    return value != 0.0 && value != 1.0 ? 64u : 0u;
-}
-
-uint32_t R13LayoutBits(const R13Layout &layout, const void *record) {
-    uint32_t bits = 0;
-    for (size_t i = 0; i < layout.count; ++i) {
-        const R13Field &f = layout.fields[i];
-        if (f.offset == kR13Dropped)
-            continue;
-        switch (f.kind) {
-        case R13Kind::kRD:
-        case R13Kind::kBD:
-        case R13Kind::kAngle:
-        case R13Kind::kDegrees:
-            bits += R13DoubleBits(LoadField<double>(record, f.offset));
-            break;
-        case R13Kind::k2RD:
-        case R13Kind::k3BD:
-            for (size_t k = 0; k < (f.kind == R13Kind::k2RD ? 2u : 3u); ++k)
-                bits += R13DoubleBits(LoadField<double>(record, f.offset + k * sizeof(double)));
-            break;
-        case R13Kind::kTV: {
-            const char *text = LoadField<char *>(record, f.offset);
-            bits += 8u * static_cast<uint32_t>(text ? std::strlen(text) : 0);
-            break;
-        }
-        default:
-            break;
-        }
-    }
-    return bits;
-}
-
-void ReadR13FieldsFresh(CBitStream &stream, const R13Layout &layout, void *record) {
-    for (size_t i = 0; i < layout.count; ++i) {
-        const R13Field &f = layout.fields[i];
-        if ((f.kind == R13Kind::kTV || f.kind == R13Kind::kHT) && f.offset != kR13Dropped) {
-            std::free(LoadField<char *>(record, f.offset));
-            StoreField<char *>(record, f.offset, nullptr);
-        }
-    }
-    ReadR13Fields(stream, layout, record);
-}
-
-int16_t R13ResolveIndex(CR13Drawing *drawing, TableBase table, const char *handle) {
-    return static_cast<int16_t>(drawing->IndexOfHandle(table, handle) + drawing->Base(table));
-}
 
 namespace {
 
@@ -241,7 +189,7 @@ CR13LayoutEntity::CR13LayoutEntity(CR13Drawing *owner, int16_t kind, int16_t typ
 }
 
 int CR13LayoutEntity::ReadBody(CBitStream &stream) {
-    ReadR13FieldsFresh(stream, layout, record);
+    ReadR13Fields(stream, layout, record);
     return 1;
 }
 
@@ -328,7 +276,7 @@ void CR13StyledEntity::WriteKindHandles(CBitWriter &writer) const {
 
 void CR13StyledEntity::ResolveKind() {
     const char *style = LoadField<char *>(record, handle_offset);
-    StoreField<int16_t>(record, index_offset, R13ResolveIndex(drawing, TableBase::kStyles, style));
+    StoreField<int16_t>(record, index_offset, drawing->ResolvedIndex(TableBase::kStyles, style));
 }
 
 #define AT(member) static_cast<uint16_t>(offsetof(CDB_ENTITY, member))
@@ -337,7 +285,7 @@ CR13Text::CR13Text(CR13Drawing *owner)
     : CR13StyledEntity(owner, CDB_TEXT, 1, AT(text.style_handle), AT(text.style_index)) {}
 
 int CR13Text::ReadBody(CBitStream &stream) {
-    ReadR13FieldsFresh(stream, kText, record);
+    ReadR13Fields(stream, kText, record);
     record->text.insertion_point.z = record->elevation;
     record->text.alignment_point.z = 0.0;
     return 1;
@@ -355,7 +303,7 @@ CR13Attdef::CR13Attdef(CR13Drawing *owner)
     : CR13StyledEntity(owner, CDB_ATTDEF, 3, AT(attdef.style_handle), AT(attdef.style_index)) {}
 
 int CR13Attdef::ReadBody(CBitStream &stream) {
-    ReadR13FieldsFresh(stream, kAttdef, record);
+    ReadR13Fields(stream, kAttdef, record);
     record->attdef.insertion_point.z = record->elevation;
     record->attdef.alignment_point.z = 0.0;
     return 1;
@@ -381,7 +329,7 @@ int CR13Attrib::ReadBody(CBitStream &stream) {
     record->attrib.oblique_angle = R13ToDegrees(ClampedAngle(stream.ReadBitDouble()));
     record->attrib.rotation = R13ToDegrees(ClampedAngle(stream.ReadBitDouble()));
     ReadSize(stream);
-    ReadR13FieldsFresh(stream, kAttribTail, record);
+    ReadR13Fields(stream, kAttribTail, record);
     return 1;
 }
 
@@ -541,7 +489,7 @@ void CR13Insert::WriteBody(CBitWriter &writer) const {
 }
 
 void CR13Insert::ReadKindHandles(CBitStream &stream) {
-    ReadR13FieldsFresh(stream, kInsertHandles, record);
+    ReadR13Fields(stream, kInsertHandles, record);
     if (record->insert.attributes_follow) {
         stream.ReadHandle(first_attribute);
         stream.ReadHandle(last_attribute);
@@ -567,7 +515,7 @@ uint32_t CR13Insert::KindBits() const {
 
 void CR13Insert::ResolveKind() {
     record->insert.block_index =
-        R13ResolveIndex(drawing, TableBase::kBlocks, record->insert.block_handle);
+        drawing->ResolvedIndex(TableBase::kBlocks, record->insert.block_handle);
 }
 
 // ---- VIEWPORT -------------------------------------------------------------------------------

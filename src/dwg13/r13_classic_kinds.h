@@ -25,10 +25,6 @@
 
 #include <cstdint>
 
-// The bits that the values of `layout` take in `record`, as the object's size estimate
-// counts them: 64 for each double that is neither 0.0 nor 1.0, 8 for each text character.
-uint32_t R13LayoutBits(const R13Layout &layout, const void *record);
-
 // A kind whose data is one layout and nothing else: LINE, POINT, 3DFACE.
 class CR13LayoutEntity : public CR13Entity {
 public:

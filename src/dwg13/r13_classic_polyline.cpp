@@ -2,7 +2,6 @@
 // vertices behind it take its extrusion and elevation through the drawing.
 #include "dwg13/r13_classic_kinds.h"
 
-#include "dwg13/r13_classic_layout.h"
 #include "dwg13/r13_drawing.h"
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"

@@ -81,6 +81,11 @@ public:
     // The index of the record with handle `handle` in the public table `which`, or -1 (the
     // drawing's base is not added).
     int IndexOfHandle(TableBase which, const char *handle) const;
+    // The same plus the drawing's base of that table: the index a record hands out (-1 plus
+    // the base for a handle the table does not know).
+    int16_t ResolvedIndex(TableBase which, const char *handle) const {
+        return static_cast<int16_t>(IndexOfHandle(which, handle) + Base(which));
+    }
     CR13Table &Table(R13Table which) { return *tables[static_cast<size_t>(which)]; }
     CR13Header &Header() { return *header; }
     CObjectMap &ObjectMap() { return *object_map; }

@@ -2,6 +2,7 @@
 #include "dwg13/r13_entity.h"
 
 #include "dwg13/r13_drawing.h"
+#include "dwg13/r13_fields.h"
 #include "dwg13/r13_tables.h"
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"
@@ -282,15 +283,12 @@ void CR13Entity::WriteCommonHandles(CBitWriter &writer) const {
 // ---- The size in bits ---------------------------------------------------------------------
 
 uint32_t CR13Entity::EstimateBits() const {
-    uint32_t bits = KindBits();
-    if (record->line_type_scale != 0.0 && record->line_type_scale != 1.0)
-        bits += 64;
+    uint32_t bits =
+        KindBits() + R13DoubleBits(record->line_type_scale) + R13HandleTextBits(record->handle);
     if (record->color != 0 && record->color != -1)
         bits += 8;
     if (record->eed_size != 0)
         bits += 10 + 8u * record->eed_size;
-    if (record->handle && *record->handle)
-        bits += 8u * static_cast<uint32_t>((std::strlen(record->handle) - 1) / 2);
     return EncodeObjectBits(bits);
 }
 

@@ -115,10 +115,12 @@ void ReadOne(CBitStream &s, const R13Field &f, void *record) {
         if (f.kind == R13Kind::kHT)
             s.ReadBits(4);
         char *text = f.kind == R13Kind::kTV ? s.ReadText() : s.ReadHandleText();
-        if (keep)
+        if (keep) {
+            std::free(LoadField<char *>(record, f.offset));
             StoreField(record, f.offset, text);
-        else
+        } else {
             std::free(text);
+        }
         break;
     }
     case R13Kind::kTVFixed: {
@@ -212,6 +214,68 @@ void ReadR13Fields(CBitStream &stream, const R13Layout &layout, void *record) {
 void WriteR13Fields(CBitWriter &writer, const R13Layout &layout, const void *record) {
     for (size_t i = 0; i < layout.count; ++i)
         WriteOne(writer, layout.fields[i], record);
+}
+
+void FreeR13Texts(const R13Layout &layout, void *record) {
+    for (size_t i = 0; i < layout.count; ++i) {
+        const R13Field &f = layout.fields[i];
+        if ((f.kind != R13Kind::kTV && f.kind != R13Kind::kHT) || f.offset == kR13Dropped)
+            continue;
+        std::free(LoadField<char *>(record, f.offset));
+        StoreField<char *>(record, f.offset, nullptr);
+    }
+}
+
+uint32_t R13DoubleBits(double value) {
+    return value != 0.0 && value != 1.0 ? 64u : 0u;
+}
+
+uint32_t R13TextBits(const char *text) {
+    return text ? 8u * static_cast<uint32_t>(std::strlen(text)) : 0u;
+}
+
+uint32_t R13HandleTextBits(const char *text) {
+    if (!text || !*text)
+        return 0;
+    return 8u * static_cast<uint32_t>((std::strlen(text) - 1) / 2);
+}
+
+uint32_t R13LayoutBits(const R13Layout &layout, const void *record) {
+    uint32_t bits = 0;
+    for (size_t i = 0; i < layout.count; ++i) {
+        const R13Field &f = layout.fields[i];
+        if (f.offset == kR13Dropped)
+            continue;
+        switch (f.kind) {
+        case R13Kind::kRD:
+        case R13Kind::kBD:
+        case R13Kind::kAngle:
+        case R13Kind::kDegrees:
+            bits += R13DoubleBits(LoadDouble(record, f));
+            break;
+        case R13Kind::k2RD:
+        case R13Kind::k3BD:
+            for (size_t k = 0; k < (f.kind == R13Kind::k2RD ? 2u : 3u); ++k)
+                bits += R13DoubleBits(LoadDouble(record, f, k));
+            break;
+        case R13Kind::kTV:
+            bits += R13TextBits(LoadText(record, f));
+            break;
+        case R13Kind::kHT:
+            bits += R13HandleTextBits(LoadText(record, f));
+            break;
+        default:
+            break;
+        }
+    }
+    return bits;
+}
+
+int64_t R13BitsLeft(const CBitStream &stream) {
+    if (stream.Overrun())
+        return 0;
+    const int64_t left = (int64_t(stream.Size()) - stream.TellByte()) * 8 - stream.TellBit();
+    return left > 0 ? left : 0;
 }
 
 double R13ToDegrees(double radians) {

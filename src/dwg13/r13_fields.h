@@ -90,12 +90,27 @@ struct R13Layout {
         R13Kind::kSkip, bits, 0, kR13Dropped, bytes                                                \
     }
 
-// Reads the fields of `layout` in order into `record`. Texts already in the record are not
-// freed: the caller gives a record whose text pointers are free to take.
+// Reads the fields of `layout` in order into `record`. A text field takes a new text; the
+// text it held before (null or a malloc text of the record's own) is freed first, so that an
+// object read twice does not leak.
 void ReadR13Fields(CBitStream &stream, const R13Layout &layout, void *record);
+// Frees the texts of the layout's text and handle-text fields in `record` and nulls them.
+void FreeR13Texts(const R13Layout &layout, void *record);
 // Writes the fields of `layout` in order from `record`. A dropped field goes out as zero,
 // a skip as that many zero bits, a null text as the empty text.
 void WriteR13Fields(CBitWriter &writer, const R13Layout &layout, const void *record);
+
+// What values take in the object's size estimate: 64 for a double that is neither 0.0 nor
+// 1.0 (it takes its long form), 8 per character of a text, 8 per byte of a handle text past
+// its first; and the share of the fields of `layout` in `record` by these rules.
+uint32_t R13DoubleBits(double value);
+uint32_t R13TextBits(const char *text);
+uint32_t R13HandleTextBits(const char *text);
+uint32_t R13LayoutBits(const R13Layout &layout, const void *record);
+
+// The bits that remain to be read in the stream from its position (0 once it overran): what
+// a count read from an object is held against before anything is allocated.
+int64_t R13BitsLeft(const CBitStream &stream);
 
 // The two conversions of angles between the stream (radians) and the records (degrees).
 // ToDegrees cuts pi at 3.14159265359; the other reading uses pi to the double's precision.

@@ -27,17 +27,6 @@
 
 // ---- Helpers of the kinds' decoders -------------------------------------------------------
 
-// The bits that remain in the stream's object from its position on (0 once it overran).
-int64_t R13BitsLeft(const CBitStream &stream);
-// The share of EstimateBits that the fields of `layout` in `record` take: 64 per double that
-// is neither 0.0 nor 1.0, 8 per character of a text, 8 per byte of a handle text past its
-// first.
-uint32_t R13LayoutBits(const R13Layout &layout, const void *record);
-// 8 per byte of a handle text past its first.
-uint32_t R13HandleTextBits(const char *text);
-// PL, the mirror of CBitStream::ReadPrefixedLong: the shortest form that holds `value`.
-void R13WritePrefixedLong(CBitWriter &writer, uint32_t value);
-
 // ---- The kinds of plain fields ------------------------------------------------------------
 
 // ELLIPSE (35): centre, major axis, extrusion, ratio and the two parameters. The centre's z

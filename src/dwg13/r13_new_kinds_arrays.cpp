@@ -48,12 +48,8 @@ bool OwnsNothing(const CR13Drawing *drawing) {
     return drawing && drawing->ViewFlag();
 }
 
-uint32_t DoubleBits(double value) {
-    return value == 0.0 || value == 1.0 ? 0 : 64;
-}
-
 uint32_t PointBits(const CDB_POINT3 &p) {
-    return DoubleBits(p.x) + DoubleBits(p.y) + DoubleBits(p.z);
+    return R13DoubleBits(p.x) + R13DoubleBits(p.y) + R13DoubleBits(p.z);
 }
 
 void ReadPoint(CBitStream &stream, CDB_POINT3 &point) {
@@ -274,12 +270,12 @@ uint32_t CR13Spline::KindBits() const {
     }
     uint32_t bits = R13LayoutBits(LAYOUT(kControlFields), record);
     for (int i = 0; s.knots && i < s.knot_count; ++i)
-        bits += DoubleBits(s.knots[i]);
+        bits += R13DoubleBits(s.knots[i]);
     for (int i = 0; s.control_points && i < s.control_point_count; ++i) {
         const CDB_SPLINE_CONTROL_POINT &p = s.control_points[i];
-        bits += DoubleBits(p.x) + DoubleBits(p.y) + DoubleBits(p.z);
+        bits += R13DoubleBits(p.x) + R13DoubleBits(p.y) + R13DoubleBits(p.z);
         if (weighted)
-            bits += DoubleBits(p.weight);
+            bits += R13DoubleBits(p.weight);
     }
     return bits;
 }
@@ -426,9 +422,9 @@ uint32_t CR13Mline::KindBits() const {
         for (int l = 0; vertex.lines && l < m.line_count; ++l) {
             const CDB_MLINE_LINE &line = vertex.lines[l];
             for (int i = 0; line.segment_parameters && i < line.segment_parameter_count; ++i)
-                bits += DoubleBits(line.segment_parameters[i]);
+                bits += R13DoubleBits(line.segment_parameters[i]);
             for (int i = 0; line.fill_parameters && i < line.fill_parameter_count; ++i)
-                bits += DoubleBits(line.fill_parameters[i]);
+                bits += R13DoubleBits(line.fill_parameters[i]);
         }
     }
     return bits;

@@ -118,10 +118,10 @@ void CR13Modeler::WriteBody(CBitWriter &writer) const {
     if (data && length == 0)
         length = static_cast<uint32_t>(std::strlen(reinterpret_cast<const char *>(data)));
     if (data && length > 0) {
-        R13WritePrefixedLong(writer, length);
+        writer.WritePrefixedLong(length);
         writer.WriteRawBytes(data, length);
     }
-    R13WritePrefixedLong(writer, kLastChunk);
+    writer.WritePrefixedLong(kLastChunk);
 }
 
 CR13Region::CR13Region(CR13Drawing *owner) : CR13Modeler(owner, CDB_REGION, 37) {}
@@ -175,7 +175,7 @@ void CR13Ole::WriteBody(CBitWriter &writer) const {
     writer.WriteBits(0, kOleHeadBits);
     writer.WriteBitShort(record->ole.ole_version);
     const int32_t size = record->ole.data ? record->ole.data_size : 0;
-    R13WritePrefixedLong(writer, static_cast<uint32_t>(size > 0 ? size : 0));
+    writer.WritePrefixedLong(static_cast<uint32_t>(size > 0 ? size : 0));
     if (size > 0)
         writer.WriteRawBytes(record->ole.data, static_cast<size_t>(size));
 }

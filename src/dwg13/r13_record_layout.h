@@ -68,12 +68,6 @@ template <size_t N> constexpr bool R13FieldsFit(const R13Field (&fields)[N], siz
     R13_FIELD(kH, B, record.links.owner), R13_FIELD(kH, B, record.links.reactor),                  \
         R13_FIELD(kH, B, record.links.dictionary)
 
-// The bits that remain to be read in the stream: what a count read from the object is held
-// against before anything is allocated.
-inline int64_t R13BitsLeft(const CBitStream &stream) {
-    return (int64_t(stream.Size()) - stream.TellByte()) * 8 - stream.TellBit();
-}
-
 // A zero-filled malloc array of `count` elements, null when it cannot be had.
 template <typename T> T *R13NewArray(size_t count) {
     return static_cast<T *>(std::calloc(count, sizeof(T)));

@@ -193,13 +193,7 @@ void CR13TableRecord::GetName(char *buffer) const {
 }
 
 void CR13TableRecord::ReleaseTexts(const R13Layout &layout) {
-    for (size_t i = 0; i < layout.count; ++i) {
-        const R13Field &f = layout.fields[i];
-        if ((f.kind != R13Kind::kTV && f.kind != R13Kind::kHT) || f.offset == kR13Dropped)
-            continue;
-        std::free(LoadField<char *>(body_bytes, f.offset));
-        StoreField<char *>(body_bytes, f.offset, nullptr);
-    }
+    FreeR13Texts(layout, body_bytes);
 }
 
 void CR13TableRecord::Clear() {

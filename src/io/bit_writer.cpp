@@ -28,6 +28,19 @@ void CBitWriter::WriteRawLong(uint32_t value) {
         WriteByte(static_cast<uint8_t>(value >> (8 * i)));
 }
 
+void CBitWriter::WritePrefixedLong(uint32_t value) {
+    int count = 1;
+    if (value > 0xFFFFFFu)
+        count = 4;
+    else if (value > 0xFFFFu)
+        count = 3;
+    else if (value > 0xFFu)
+        count = 2;
+    WriteBits(count == 4 ? 0u : static_cast<uint32_t>(count), 2);
+    for (int i = 0; i < count; ++i)
+        WriteByte(static_cast<uint8_t>(value >> (8 * i)));
+}
+
 void CBitWriter::WriteRawFloat(float value) {
     uint32_t bits;
     std::memcpy(&bits, &value, sizeof bits);

@@ -73,6 +73,9 @@ public:
     }
     // RL: four bytes, low first.
     void WriteRawLong(uint32_t value);
+    // PL, the mirror of the reader's prefixed long: the shortest form that holds `value`, a
+    // 2-bit count (0 standing for 4) and that many low bytes, low first.
+    void WritePrefixedLong(uint32_t value);
     // Four raw bytes of a binary32.
     void WriteRawFloat(float value);
     // RD: eight raw bytes.

@@ -398,7 +398,7 @@ protected:
             writer.WriteByte(0);
         writer.WriteBits(0, 5);
         writer.WriteBitShort(1);
-        R13WritePrefixedLong(writer, 0x7FFFFFF0u);
+        writer.WritePrefixedLong(0x7FFFFFF0u);
         writer.WriteByte(1);
     }
 };
@@ -421,7 +421,7 @@ protected:
     void WriteBody(CBitWriter &writer) const override {
         writer.WriteByte(0);
         writer.WriteBits(0, 4);
-        R13WritePrefixedLong(writer, 0x7FFFFFF0u);
+        writer.WritePrefixedLong(0x7FFFFFF0u);
         writer.WriteByte('x');
     }
 };
