@@ -95,6 +95,15 @@ public:
     // The entities of paper space, in file order.
     CEntityList &PaperEntities() { return paper_entities; }
 
+    // The extrusion and elevation of the polyline read last: the vertices behind it take
+    // them. Before any polyline, 0 0 1 and 0.
+    void SetPolylinePlane(const CDB_POINT3 &extrusion, double elevation) {
+        polyline_extrusion = extrusion;
+        polyline_elevation = elevation;
+    }
+    const CDB_POINT3 &PolylineExtrusion() const { return polyline_extrusion; }
+    double PolylineElevation() const { return polyline_elevation; }
+
     // The handle a new object takes: the running handle seed, which moves on by one.
     std::string TakeNextHandle();
 
@@ -161,6 +170,8 @@ private:
     int32_t tables_loaded = 0;
     int32_t in_update_pass = 0;
     std::string load_failure;
+    CDB_POINT3 polyline_extrusion{0.0, 0.0, 1.0};
+    double polyline_elevation = 0.0;
 };
 
 #endif

@@ -218,6 +218,9 @@ int CR13Drawing::ReadEntities(CEntityList &list, CR13BlockStart &start) {
             start.end_block = std::move(copy);
         }
         object_buffer.reset();
+        // A viewport is also found by the drawing's viewport walk.
+        if (CViewportLink *link = entity->ViewportLink())
+            viewports.Append(link);
         list.Append(entity.release());
         CountLoaded();
         if (type == kR13EndBlockType)
