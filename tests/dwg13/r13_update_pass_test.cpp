@@ -287,7 +287,8 @@ TEST(R13UpdatePass, WithoutObjectsBehindTheTablesTheSpacesBecomeTheLists) {
     EXPECT_EQ(l.drawing->Blocks().Count(), 0);
 }
 
-TEST(R13UpdatePass, AnEntityAboveTheSpacesEndIsAppended) {
+// A SEQEND is never cut on its own: appended behind the space's end, it stays.
+TEST(R13UpdatePass, ASeqendAboveTheSpacesEndIsAppendedAndStays) {
     Builder b;
     TwoInModelSpace(b);
     R13EntityHead paper = R13EntityHead{}.Handle(0x51).InPaperSpace();
@@ -380,6 +381,90 @@ TEST(R13UpdatePass, ABlockHeaderOfAnUnknownHandleAddsABlock) {
     ASSERT_EQ(l.drawing->Blocks().Count(), 1);
     EXPECT_STREQ(l.drawing->Blocks().At(0)->record->name, "ADDED");
     EXPECT_EQ(HandlesOf(*l.drawing->Blocks().At(0)->entities), (std::vector<uint32_t>{0x73, 0x72}));
+}
+
+// A LINE object with the head `head` (its type and handle set here) ending at x = `x`.
+R13Object Line(uint32_t handle, R13EntityHead head = {}, double x = 1.0) {
+    std::unique_ptr<CR13Entity> line(FindR13EntityKind(19)->make(nullptr, 19));
+    SetEntityHead(*line, head.Type(19).Handle(handle));
+    line->GetData()->line.end_point = CDB_POINT3{x, 0.0, 0.0};
+    return EntityObjectOf(*line);
+}
+
+// A builder whose model space holds the lines `handles`.
+void LinesInModelSpace(Builder &b, const std::vector<uint32_t> &handles) {
+    b.Space(kModelSpaceName)->entities.clear();
+    for (uint32_t handle : handles)
+        b.Space(kModelSpaceName)->entities.push_back(Line(handle));
+}
+
+TEST(R13UpdatePass, AnUpdateWhoseLinksJumpOverHandlesErasesTheEntitiesInTheGap) {
+    Builder b;
+    LinesInModelSpace(b, {0x40, 0x41, 0x42, 0x43, 0x44, 0x45, 0x46});
+    R13EntityHead head;
+    head.no_links = 0;
+    head.previous = 3; // 0x42 and 0x41 were erased
+    head.next = 2;     // and 0x44
+    b.objects_behind = {Line(0x43, head, 7.0)};
+    Loaded l = Load(b);
+    ASSERT_EQ(l.loaded, 1) << l.drawing->LoadFailure();
+    EXPECT_EQ(HandlesOf(*l.drawing), (std::vector<uint32_t>{0x40, 0x43, 0x45, 0x46}));
+    EXPECT_EQ(l.drawing->Entities().At(1)->GetData()->line.end_point.x, 7.0);
+}
+
+TEST(R13UpdatePass, AnEntityAboveTheSpacesEndIsAppended) {
+    Builder b;
+    LinesInModelSpace(b, {0x40, 0x41});
+    R13BlockSpec model = *b.Space(kModelSpaceName);
+    model.entities.push_back(Line(0x50)); // the space's new header ends at 0x50
+    b.objects_behind = {BlockHeaderObject(model), Line(0x50, R13EntityHead{}, 5.0)};
+    Loaded l = Load(b);
+    ASSERT_EQ(l.loaded, 1) << l.drawing->LoadFailure();
+    EXPECT_EQ(HandlesOf(*l.drawing), (std::vector<uint32_t>{0x40, 0x41, 0x50}));
+    EXPECT_EQ(l.drawing->Entities().At(2)->GetData()->line.end_point.x, 5.0);
+}
+
+TEST(R13UpdatePass, AnEntityAboveTheSpacesEndWithoutANewHeaderIsCutAtTheEnd) {
+    Builder b;
+    LinesInModelSpace(b, {0x40, 0x41});
+    b.objects_behind = {Line(0x50)};
+    Loaded l = Load(b);
+    ASSERT_EQ(l.loaded, 1) << l.drawing->LoadFailure();
+    EXPECT_EQ(HandlesOf(*l.drawing), (std::vector<uint32_t>{0x40, 0x41}));
+}
+
+TEST(R13UpdatePass, AMovedLineReplacesTheLineOfItsHandle) {
+    Builder b;
+    LinesInModelSpace(b, {0x40, 0x41});
+    b.objects_behind = {Line(0x40, R13EntityHead{}, 9.0)};
+    Loaded l = Load(b);
+    ASSERT_EQ(l.loaded, 1) << l.drawing->LoadFailure();
+    EXPECT_EQ(HandlesOf(*l.drawing), (std::vector<uint32_t>{0x40, 0x41}));
+    EXPECT_EQ(l.drawing->Entities().At(0)->GetData()->line.end_point.x, 9.0);
+}
+
+TEST(R13UpdatePass, ABlockHeaderOfASpaceTakesNewFirstAndLastHandles) {
+    Builder b;
+    LinesInModelSpace(b, {0x40, 0x41});
+    R13BlockSpec model = *b.Space(kModelSpaceName);
+    model.entities = {Line(0x40)}; // the space now ends at 0x40
+    // 0x50 is appended, then cut behind the old end (0x41) by the header; the end of the
+    // pass cuts behind the new end.
+    b.objects_behind = {Line(0x50), BlockHeaderObject(model)};
+    Loaded l = Load(b);
+    ASSERT_EQ(l.loaded, 1) << l.drawing->LoadFailure();
+    EXPECT_EQ(HandlesOf(*l.drawing), (std::vector<uint32_t>{0x40}));
+}
+
+TEST(R13UpdatePass, ALineAboveTheSavedEndAfterTheSpacesHeaderIsCutAtTheEnd) {
+    Builder b;
+    LinesInModelSpace(b, {0x40, 0x41});
+    R13BlockSpec model = *b.Space(kModelSpaceName);
+    b.objects_behind = {BlockHeaderObject(model), Line(0x50)};
+    Loaded l = Load(b);
+    ASSERT_EQ(l.loaded, 1) << l.drawing->LoadFailure();
+    // The header says the space ends at 0x41: what lies behind it goes.
+    EXPECT_EQ(HandlesOf(*l.drawing), (std::vector<uint32_t>{0x40, 0x41}));
 }
 
 TEST(R13UpdatePass, ABlockHeaderOfASpaceWithALaterFirstHandleCutsTheChainsHead) {
