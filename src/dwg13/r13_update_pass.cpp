@@ -287,7 +287,7 @@ int CR13UpdatePass::TakeEntity(int type) {
 
 void CR13UpdatePass::PlaceEntity(std::unique_ptr<CR13Entity> entity, int type) {
     if (in_block && entity->block_owned) {
-        if (current_block)
+        if (current_block && current_block->entities)
             current_block->entities->Append(entity.release());
         return;
     }
