@@ -69,6 +69,9 @@ int CR13Drawing::LoadObjects() {
                     "control: the file's objects are not laid out in the order in which this "
                     "reader walks them (block control, each block header with its entities, "
                     "then the tables)");
+    // The first block under each space's name is the space.
+    model_space = static_cast<CR13Block *>(blocks.At(model));
+    paper_space = static_cast<CR13Block *>(blocks.At(paper));
 
     // The objects behind the tables update what was read so far; the pass ends with the
     // spaces moved into the main and the paper lists. It runs outside view mode.

@@ -532,3 +532,33 @@ TEST(R13UpdatePass, TheViewFlagIsPutBackAfterTheLoad) {
 
 } // namespace
 } // namespace velko_test
+
+namespace velko_test {
+namespace {
+
+TEST(R13UpdatePass, AFurtherBlockUnderASpacesNameLeavesTheBlockListOneToOneWithTheTable) {
+    Builder b;
+    R13BlockSpec second;
+    second.name = kPaperSpaceName;
+    second.header_handle = 0x50;
+    second.start_handle = 0x51;
+    second.end_handle = 0x52;
+    second.entities = {EntityObject(R13EntityHead{}.Handle(0x53).InPaperSpace())};
+    b.blocks.push_back(second);
+    R13BlockSpec door;
+    door.name = "DOOR";
+    door.header_handle = 0x60;
+    door.start_handle = 0x61;
+    door.end_handle = 0x62;
+    b.blocks.push_back(door);
+    Loaded l = Load(b);
+    ASSERT_EQ(l.loaded, 1) << l.drawing->LoadFailure();
+    ASSERT_EQ(l.drawing->GetBlockTableCount(), 1);
+    ASSERT_EQ(l.drawing->Blocks().Count(), 1);
+    EXPECT_STREQ(l.drawing->Blocks().At(0)->record->name, "DOOR");
+    // The first block under the name is the space.
+    EXPECT_EQ(HandlesOf(l.drawing->PaperEntities()), (std::vector<uint32_t>{0x25}));
+}
+
+} // namespace
+} // namespace velko_test
