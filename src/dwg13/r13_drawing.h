@@ -135,6 +135,9 @@ protected:
     const EedHandleResolver *EedResolver() const override { return this; }
 
 private:
+    // The update pass works on the load's state: the file, the object buffer, the spaces.
+    friend class CR13UpdatePass;
+
     int16_t ApplicationIndex(const char *handle) const override;
     int16_t LayerIndex(const char *handle) const override;
 

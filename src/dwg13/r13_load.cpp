@@ -6,6 +6,7 @@
 #include "dwg13/r13_header.h"
 #include "dwg13/r13_object_map.h"
 #include "dwg13/r13_tables.h"
+#include "dwg13/r13_update_pass.h"
 #include "io/bit_stream.h"
 #include "io/drawing_file.h"
 
@@ -68,6 +69,21 @@ int CR13Drawing::LoadObjects() {
                     "control: the file's objects are not laid out in the order in which this "
                     "reader walks them (block control, each block header with its entities, "
                     "then the tables)");
+    // The first block under each space's name is the space.
+    model_space = static_cast<CR13Block *>(blocks.At(model));
+    paper_space = static_cast<CR13Block *>(blocks.At(paper));
+
+    // The objects behind the tables update what was read so far; the pass ends with the
+    // spaces moved into the main and the paper lists. It runs outside view mode.
+    const int32_t kept_view_flag = view_flag;
+    view_flag = 0;
+    in_update_pass = 1;
+    const int updated = CR13UpdatePass(*this).Run();
+    in_update_pass = 0;
+    if (!updated) {
+        view_flag = kept_view_flag;
+        return Fail("an entity behind the tables failed to decode");
+    }
     tables_loaded = 1;
 
     // Each layer's line type.
@@ -78,20 +94,6 @@ int CR13Drawing::LoadObjects() {
             IndexOfHandle(TableBase::kLtypes, layer->line_type_handle) + Base(TableBase::kLtypes));
     }
 
-    // Model space becomes the main list, paper space the paper list; both blocks go.
-    auto take_space = [this](const char *name, CEntityList &into) {
-        const int index = FindBlock(name);
-        auto *block = static_cast<CR13Block *>(blocks.At(index));
-        if (block && block->entities)
-            while (block->entities->Count() > 0) {
-                into.Append(block->entities->At(0));
-                block->entities->RemoveAt(0);
-            }
-        blocks.Remove(index);
-    };
-    take_space(kModelSpace, entities);
-    take_space(kPaperSpace, paper_entities);
-    model_space = paper_space = nullptr;
     // A further block under a space's name (a drawing with more than one layout) has no
     // record in the block table; it leaves the block list too, which thus stays one to one
     // with the table, as block numbers are table indices.
@@ -101,6 +103,7 @@ int CR13Drawing::LoadObjects() {
 
     header->ResolveIndices(
         [this](TableBase table, const char *handle) { return IndexOfHandle(table, handle); });
+    view_flag = kept_view_flag;
     return 1;
 }
 

@@ -62,3 +62,10 @@ int CEntityList::FindByHandle(const char *text) {
     }
     return -1;
 }
+
+std::vector<CModelEntity *> CEntityList::TakeAll() {
+    std::vector<CModelEntity *> all;
+    all.swap(items_);
+    position_ = 0;
+    return all;
+}

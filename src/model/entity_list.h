@@ -47,6 +47,8 @@ public:
     int Count() const { return static_cast<int>(items_.size()); }
     // Moves the position to the first entity whose handle equals `text`: its index, or -1.
     int FindByHandle(const char *text);
+    // Hands all entities to the caller, who then owns them, and leaves the list empty.
+    std::vector<CModelEntity *> TakeAll();
 
 private:
     int16_t position_ = 0;
