@@ -136,6 +136,13 @@ TEST(RenderTolerance, RowsAndBoxesAreSplitAndFontSwitchesDropped) {
     EXPECT_EQ(rows[1], (Lines{"r", "0.1"}));
 }
 
+TEST(RenderTolerance, ALineFeedAlsoStartsARow) {
+    const auto rows = render::ToleranceRows("{\\Fgdt;r}%%v1%%v2\n10");
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[0], (Lines{"r", "1", "2"}));
+    EXPECT_EQ(rows[1], (Lines{"10"}));
+}
+
 TEST(RenderCanvas, AnEndlessLineIsCutToThePageWindowAndAddsNoExtents) {
     render::SvgCanvas canvas;
     canvas.BeginEntity("RAY");

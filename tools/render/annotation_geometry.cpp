@@ -148,11 +148,13 @@ std::vector<std::vector<Vec3>> MlineRuns(const CDB_MLINE_type &mline) {
 
 std::vector<std::vector<std::string>> ToleranceRows(const std::string &text) {
     std::vector<std::vector<std::string>> rows;
-    for (const std::string &row : Split(text, "^J")) {
-        std::vector<std::string> boxes;
-        for (const std::string &box : Split(row, "%%v"))
-            boxes.push_back(BoxText(box));
-        rows.push_back(boxes);
+    for (const std::string &part : Split(text, "^J")) {
+        for (const std::string &row : Split(part, "\n")) {
+            std::vector<std::string> boxes;
+            for (const std::string &box : Split(row, "%%v"))
+                boxes.push_back(BoxText(box));
+            rows.push_back(boxes);
+        }
     }
     return rows;
 }

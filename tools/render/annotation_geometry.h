@@ -47,7 +47,8 @@ std::vector<std::vector<Vec3>> MlineRuns(const CDB_MLINE_type &mline);
 // Whether a multiline's flags close it (its last vertex joined to its first).
 constexpr int kMlineClosed = 2;
 
-// The boxes of a tolerance frame, row by row: rows are separated by "^J", boxes by "%%v";
+// The boxes of a tolerance frame, row by row: rows are separated by a line feed (written
+// "^J" in DXF), boxes by "%%v";
 // font switches (\Fname;) and braces are dropped from each box's text.
 std::vector<std::vector<std::string>> ToleranceRows(const std::string &text);
 
