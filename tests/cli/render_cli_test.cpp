@@ -48,6 +48,8 @@ TEST(RenderCli, JsonSummaryTellsWhatWasDrawn) {
     EXPECT_EQ(r.out.front(), '{');
     EXPECT_NE(r.out.find("\"entities\": "), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("\"window_from\": \"header\""), std::string::npos) << r.out;
+    // The sample holds no modeler kinds: nothing was left undrawn.
+    EXPECT_NE(r.out.find("\"opaque\": 0"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("\"svg\": "), std::string::npos) << r.out;
     EXPECT_NE(ReadText(svg.path()).find("width=\"300\""), std::string::npos);
 }

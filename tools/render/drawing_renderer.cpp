@@ -60,6 +60,7 @@ bool RenderDrawing(int16_t h, const RenderOptions &options, SvgCanvas &canvas,
     out.entities = walker.Counts().groups;
     out.shape_texts = walker.Counts().shape_texts;
     out.plain_texts = walker.Counts().plain_texts;
+    out.opaque = walker.Counts().opaque;
     out.header_extents = HeaderWindow(h, options.paper, &out.min, &out.max);
     if (!out.header_extents && !canvas.Extents(&out.min, &out.max))
         out.min = out.max = Point2();

@@ -27,6 +27,8 @@ struct RenderSummary {
     // Texts drawn with shape fonts, and texts that fell back to the page's font.
     int shape_texts = 0;
     int plain_texts = 0;
+    // REGION, 3DSOLID and BODY entities shown: their modeler data draws nothing.
+    int opaque = 0;
     // The world window shown, and whether it came from the header's extents.
     Point2 min, max;
     bool header_extents = false;

@@ -424,10 +424,8 @@ void DrawingWalker::DrawGeometry(CDB_ENTITY &e, const Placement &at, const Rgb &
         if (paper_ && e.viewport.viewport_id != kPaperSpaceViewportId)
             DrawViewportFrame(e, at, color);
         break;
-    case CDB_ELLIPSE:
-        DrawEllipse(e, at, color);
-        break;
     default:
+        DrawRelease13Kind(e, at, color);
         break;
     }
 }
@@ -455,28 +453,6 @@ void DrawingWalker::DrawViewportFrame(const CDB_ENTITY &e, const Placement &at, 
                                    {c.x + w, c.y + h, c.z},
                                    {c.x - w, c.y + h, c.z}}),
                      true, Line(color));
-}
-
-// An ellipse from its start to its end parameter, at most one turn.
-void DrawingWalker::DrawEllipse(const CDB_ENTITY &e, const Placement &at, const Rgb &color) {
-    const Vec3 centre = V(e.ellipse.center), major = V(e.ellipse.major_axis);
-    const Vec3 n = V(e.extrusion);
-    const double ratio = e.ellipse.axis_ratio;
-    const Vec3 minor = {ratio * (n.y * major.z - n.z * major.y),
-                        ratio * (n.z * major.x - n.x * major.z),
-                        ratio * (n.x * major.y - n.y * major.x)};
-    double start = e.ellipse.start_parameter, end = e.ellipse.end_parameter;
-    if (!std::isfinite(start) || !std::isfinite(end))
-        return;
-    while (end <= start)
-        end += 2 * kPi;
-    end = std::min(end, start + 2 * kPi);
-    std::vector<Vec3> points;
-    for (const Vec3 &p : ArcPoints({0, 0, 0}, 1, start, end))
-        points.push_back({centre.x + p.x * major.x + p.y * minor.x,
-                          centre.y + p.x * major.y + p.y * minor.y,
-                          centre.z + p.x * major.z + p.y * minor.z});
-    canvas_.Polyline(Plan(at.map, points), false, Line(color));
 }
 
 void DrawingWalker::DrawText(const TextLayout &layout, const CDB_ENTITY &e, const Placement &at,

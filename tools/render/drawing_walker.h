@@ -29,6 +29,8 @@ struct WalkCounts {
     int groups = 0;
     int shape_texts = 0;
     int plain_texts = 0;
+    // REGION, 3DSOLID and BODY met: their modeler data is shown as nothing.
+    int opaque = 0;
 };
 
 class DrawingWalker {
@@ -65,7 +67,15 @@ private:
     void DrawGeometry(CDB_ENTITY &e, const Placement &at, const Rgb &color);
     void DrawFaceEdges(const CDB_ENTITY &e, const Placement &at, const Rgb &color);
     void DrawViewportFrame(const CDB_ENTITY &e, const Placement &at, const Rgb &color);
+    // The kinds that release 13 added (their own file).
+    void DrawRelease13Kind(const CDB_ENTITY &e, const Placement &at, const Rgb &color);
     void DrawEllipse(const CDB_ENTITY &e, const Placement &at, const Rgb &color);
+    void DrawSpline(const CDB_ENTITY &e, const Placement &at, const Rgb &color);
+    void DrawEndlessLine(const CDB_ENTITY &e, const Placement &at, const Rgb &color);
+    void DrawMText(const CDB_ENTITY &e, const Placement &at, const Rgb &color);
+    void DrawLeader(const CDB_ENTITY &e, const Placement &at, const Rgb &color);
+    void DrawTolerance(const CDB_ENTITY &e, const Placement &at, const Rgb &color);
+    void DrawMline(const CDB_ENTITY &e, const Placement &at, const Rgb &color);
     void DrawText(const TextLayout &layout, const CDB_ENTITY &e, const Placement &at,
                   const Rgb &color);
     void DrawShapeEntity(CDB_ENTITY &e, const Placement &at, const Rgb &color);

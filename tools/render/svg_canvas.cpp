@@ -1,6 +1,8 @@
 // The renderer's page: primitives gathered per entity and written as one SVG document.
 #include "render/svg_canvas.h"
 
+#include "render/curve_geometry.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -14,8 +16,6 @@ namespace {
 constexpr double kPageLimit = 1e9;
 // The tallest page written, in pixels; a very narrow window is shown smaller instead.
 constexpr int kMaxPagePixels = 32768;
-// The estimated advance of one character of a fallback text, as a part of its height.
-constexpr double kCharWidth = 0.7;
 
 bool Finite(const Point2 &p) {
     return std::isfinite(p.x) && std::isfinite(p.y);
@@ -215,6 +215,16 @@ void SvgCanvas::Polyline(const std::vector<Point2> &points, bool closed, const S
     CloseLooseGroup();
 }
 
+void SvgCanvas::EndlessLine(const Point2 &base, const Point2 &direction, bool both_ways,
+                            const Rgb &color) {
+    Item &item = NewItem();
+    item.kind = Item::kEndless;
+    item.points = {base, direction};
+    item.closed = both_ways;
+    item.style.color = color;
+    CloseLooseGroup();
+}
+
 void SvgCanvas::Dot(const Point2 &at, const Rgb &color) {
     Item &item = NewItem();
     item.kind = Item::kDot;
@@ -266,6 +276,8 @@ bool SvgCanvas::Extents(Point2 *min, Point2 *max) const {
     };
     for (const Group &group : groups_) {
         for (const Item &item : group.items) {
+            if (item.kind == Item::kEndless)
+                continue; // endless: cut to whatever window the rest asks for
             if (item.kind != Item::kText) {
                 for (const Point2 &p : item.points)
                     take(p);
@@ -325,6 +337,15 @@ void SvgCanvas::WriteSvg(std::ostream &out, const Point2 &min, const Point2 &max
                     out << " fill=\"none\" stroke=\"" << color << "\" stroke-width=\""
                         << Number(page.Thickness(item.style.width))
                         << "\" stroke-linecap=\"round\" stroke-linejoin=\"round\"/>";
+                break;
+            }
+            case Item::kEndless: {
+                Point2 from, to;
+                if (ClipEndlessLine(item.points[0], item.points[1], item.closed, min, max, &from,
+                                    &to))
+                    out << "<polyline points=\"" << PointList(page, {from, to})
+                        << "\" fill=\"none\" stroke=\"" << color
+                        << "\" stroke-width=\"1\" stroke-linecap=\"round\"/>";
                 break;
             }
             case Item::kDot: {

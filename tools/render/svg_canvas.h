@@ -13,6 +13,10 @@
 
 namespace render {
 
+// The estimated advance of one character of a text in the page's font, as a part of its
+// height.
+constexpr double kCharWidth = 0.7;
+
 struct StrokeStyle {
     Rgb color;
     // The line's width in world units; 0 draws the thinnest line the page shows.
@@ -35,6 +39,10 @@ public:
 
     // A run of points joined by straight lines; closed joins the last to the first.
     void Polyline(const std::vector<Point2> &points, bool closed, const StrokeStyle &style);
+    // A line without end (RAY: from `base` along `direction`; XLINE, `both_ways`: in both
+    // directions). It adds nothing to the extents and is cut to the page's window when the
+    // page is written; a line that misses the window draws nothing.
+    void EndlessLine(const Point2 &base, const Point2 &direction, bool both_ways, const Rgb &color);
     // A POINT: a dot of the page's thinnest line width.
     void Dot(const Point2 &at, const Rgb &color);
     // A text the page's own font shows (when no shape font is at hand): its baseline starts
@@ -60,7 +68,7 @@ public:
 
 private:
     struct Item {
-        enum Kind { kPolyline, kDot, kText } kind;
+        enum Kind { kPolyline, kDot, kText, kEndless } kind;
         std::vector<Point2> points;
         bool closed = false;
         StrokeStyle style;

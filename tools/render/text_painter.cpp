@@ -270,6 +270,21 @@ bool TextPainter::DrawText(const TextLayout &layout, const Affine &to_world, con
     return true;
 }
 
+double TextPainter::Measure(int style_index, const std::string &text, double height,
+                            double width_factor) {
+    const std::vector<int> codes = TextCodes(text);
+    const double stretch =
+        std::isfinite(width_factor) && width_factor != 0 ? std::fabs(width_factor) : 1;
+    const double size = std::isfinite(height) ? std::fabs(height) : 0;
+    const Font *font = StyleFont(style_index);
+    if (!font)
+        return kCharWidth * size * stretch * static_cast<double>(codes.size());
+    double advance = 0;
+    for (int code : codes)
+        advance += Glyph(font->slot, code).end.x;
+    return std::fabs(advance) * size / font->above * stretch;
+}
+
 void TextPainter::DrawShapeCodes(int slot, const std::vector<uint8_t> &codes, const Vec3 &insertion,
                                  double size, double rotation, double x_scale, double oblique,
                                  const Affine &to_world, const Rgb &color, SvgCanvas &canvas) {

@@ -49,6 +49,11 @@ public:
     bool DrawText(const TextLayout &layout, const Affine &to_world, const Rgb &color,
                   SvgCanvas &canvas);
 
+    // The width of `text` drawn left-aligned in the style `style_index` with `height` and
+    // `width_factor`: by its font's character advances, or by the page font's estimate
+    // when the style has no font.
+    double Measure(int style_index, const std::string &text, double height, double width_factor);
+
     // Draws shape `number` of the font in table slot `slot` (its codes already fetched)
     // at `insertion` with `size`, turned by `rotation` degrees, stretched by `x_scale` and
     // slanted by `oblique` degrees.

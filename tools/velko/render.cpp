@@ -135,6 +135,7 @@ void PrintSummary(const RenderArguments &args, const render::RenderSummary &summ
     report.AddInt("entities", summary.entities);
     report.AddInt("shape_texts", summary.shape_texts);
     report.AddInt("plain_texts", summary.plain_texts);
+    report.AddInt("opaque", summary.opaque);
     const double min[2] = {summary.min.x, summary.min.y};
     const double max[2] = {summary.max.x, summary.max.y};
     report.AddPoint("window_min", min, 2);
