@@ -97,8 +97,6 @@ public:
     int32_t ObjectsStart() const { return objects_start; }
     // The stored handle of layer "0".
     const std::string &LayerZeroHandle() const { return layer_zero_handle; }
-    // The entities of paper space, in file order.
-    CEntityList &PaperEntities() { return paper_entities; }
 
     // The extrusion and elevation of the polyline read last: the vertices behind it take
     // them. Before any polyline, 0 0 1 and 0.
@@ -170,7 +168,6 @@ private:
     std::string layer_zero_handle;
     CR13Block *model_space = nullptr;
     CR13Block *paper_space = nullptr;
-    CEntityList paper_entities;
     int32_t loaded = 0;
     int32_t tables_loaded = 0;
     int32_t in_update_pass = 0;

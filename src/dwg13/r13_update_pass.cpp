@@ -410,19 +410,20 @@ void CR13UpdatePass::FinishSpace(Space &space) {
     space.patch.reset();
 }
 
-// Model space becomes the main list, paper space (with its kept ENDBLK) the paper list;
-// both blocks leave the block list, which thus stays one to one with the block table.
+// The main list is model space followed by paper space, each entity telling its space, and
+// paper space's kept ENDBLK closes it (model space's goes; should paper space have had none,
+// model space's closes the list instead). Both blocks leave the block list, which thus stays
+// one to one with the block table.
 void CR13UpdatePass::End() {
     FinishSpace(model);
     FinishSpace(paper);
-    if (kept_end_block)
-        paper.block->entities->Append(kept_end_block.release());
-    if (model_end_block)
-        model.block->entities->Append(model_end_block.release());
+    std::unique_ptr<CModelEntity> end = std::move(kept_end_block);
+    if (!end)
+        end = std::move(model_end_block);
+    model_end_block.reset();
     for (Space *space : {&model, &paper}) {
-        CEntityList &into = space == &model ? drawing.entities : drawing.paper_entities;
         for (CModelEntity *entity : space->block->entities->TakeAll())
-            into.Append(entity);
+            drawing.entities.Append(entity);
         for (int i = 0; i < drawing.blocks.Count(); ++i)
             if (drawing.blocks.At(i) == space->block) {
                 drawing.blocks.Remove(i);
@@ -430,5 +431,7 @@ void CR13UpdatePass::End() {
             }
         space->block = nullptr;
     }
+    if (end)
+        drawing.entities.Append(end.release());
     drawing.model_space = drawing.paper_space = nullptr;
 }

@@ -14,6 +14,7 @@
 #include "dwg13/r13_tables.h"
 #include "io/bit_stream.h"
 #include "io/drawing_file.h"
+#include "records/entity_kinds.h"
 
 #include "velkow32.h"
 
@@ -125,6 +126,76 @@ TEST(Release13DwgCorpus, RelaidDrawingHasTheManifestsHeader) {
     std::snprintf(seed, sizeof seed, "%X",
                   static_cast<unsigned>(expected["HANDSEED"].at(2).as_number()));
     EXPECT_STREQ(header.handseed, seed);
+    EXPECT_EQ(CDBEndOperation(h), 0);
+}
+
+// Kind name -> count of the entities a walk of list `block` (-1 the main list) delivers,
+// the main list's split by space: `space` 0 or 1, or -1 for all.
+std::map<std::string, int> WalkCounts(int16_t h, int16_t block, int space) {
+    std::map<std::string, int> counts;
+    CDB_ENTITY r;
+    std::memset(&r, 0, sizeof r);
+    int32_t id = CDBFirstEntity(h, block);
+    id = id < 0 ? id : CDBGetCurrentEntity(h, &r);
+    while (id >= 0) {
+        if (space < 0 || r.space == space)
+            ++counts[EntityKindName(r.entity_type)];
+        FreeOwnedTexts(&r);
+        std::memset(&r, 0, sizeof r);
+        id = CDBGetNextEntity(h, &r);
+    }
+    return counts;
+}
+
+// The manifest's counts of one space or of the blocks, as a map.
+std::map<std::string, int> ManifestCounts(const json::Value &counts) {
+    std::map<std::string, int> out;
+    for (const auto &[name, value] : counts.members())
+        out[name] = static_cast<int>(value.as_number());
+    return out;
+}
+
+TEST(Release13DwgCorpus, TheWalkGivesTheManifestsEntitiesOfEachSpace) {
+    VELKO_REQUIRE_CORPUS();
+    const json::Value *entry = ManifestEntry(kRelaid);
+    ASSERT_NE(entry, nullptr);
+    int16_t h = CDBStartFileReading(CorpusPath(kRelaid).c_str(), nullptr);
+    ASSERT_GE(h, 0);
+    // The main list holds model space and then paper space, each entity with its `space`;
+    // the spaces' BLOCK objects are no entities of the lists, and one ENDBLK -- paper
+    // space's -- closes the main list. The custom classes of the manifest are dropped.
+    std::map<std::string, int> model = ManifestCounts((*entry)["model_space"]);
+    model.erase("BLOCK");
+    model.erase("ENDBLK");
+    std::map<std::string, int> paper = ManifestCounts((*entry)["paper_space"]);
+    paper.erase("BLOCK");
+    EXPECT_EQ(WalkCounts(h, -1, 0), model);
+    EXPECT_EQ(WalkCounts(h, -1, 1), paper);
+    for (const auto &[name, count] : (*entry)["custom_entity_classes"].members())
+        EXPECT_EQ(WalkCounts(h, -1, -1).count(name), 0u) << name << " " << count.as_number();
+    EXPECT_EQ(CDBEndOperation(h), 0);
+}
+
+TEST(Release13DwgCorpus, TheBlocksHoldTheManifestsEntities) {
+    VELKO_REQUIRE_CORPUS();
+    const json::Value *entry = ManifestEntry(kRelaid);
+    ASSERT_NE(entry, nullptr);
+    int16_t h = CDBStartFileReading(CorpusPath(kRelaid).c_str(), nullptr);
+    ASSERT_GE(h, 0);
+    std::map<std::string, int> walked;
+    for (int16_t b = 0; b < CDBBlockTableCount(h); ++b)
+        for (const auto &[name, count] : WalkCounts(h, b, -1))
+            walked[name] += count;
+    // The manifest counts the blocks' BLOCK objects, which are no entities of the lists, and
+    // the second block named *PAPER_SPACE (its ENDBLK and VIEWPORT), which has no record in
+    // the block table and so leaves the block list.
+    std::map<std::string, int> expected = ManifestCounts((*entry)["block_entities"]);
+    expected.erase("BLOCK");
+    expected["ENDBLK"] -= 1;
+    expected["VIEWPORT"] -= 1;
+    if (expected["VIEWPORT"] == 0)
+        expected.erase("VIEWPORT");
+    EXPECT_EQ(walked, expected);
     EXPECT_EQ(CDBEndOperation(h), 0);
 }
 

@@ -553,7 +553,7 @@ TEST(R13Load, HeaderLineTypeAndLayerOfZeroAndMinusOneNeedNoLookup) {
 
 // ---- The spaces -------------------------------------------------------------------------------
 
-TEST(R13Load, ModelSpaceBecomesTheMainListAndPaperSpaceThePaperList) {
+TEST(R13Load, TheMainListHoldsModelSpaceThenPaperSpace) {
     Builder b;
     b.Space(kModelSpaceName)->entities = {Seqend(0x40), Seqend(0x41), Seqend(0x42)};
     b.Space(kPaperSpaceName)->entities = {
@@ -561,8 +561,10 @@ TEST(R13Load, ModelSpaceBecomesTheMainListAndPaperSpaceThePaperList) {
     Loaded l = Load(b);
     ASSERT_EQ(l.loaded, 1) << l.drawing->LoadFailure();
     EXPECT_EQ(HandlesWithoutEnd(l.drawing->Entities()),
-              (std::vector<std::string>{"40", "41", "42"}));
-    EXPECT_EQ(HandlesWithoutEnd(l.drawing->PaperEntities()), (std::vector<std::string>{"43"}));
+              (std::vector<std::string>{"40", "41", "42", "43"}));
+    // Each entity tells its space, so the space filter tells them apart.
+    EXPECT_EQ(+l.drawing->Entities().At(2)->GetData()->space, 0);
+    EXPECT_EQ(+l.drawing->Entities().At(3)->GetData()->space, 1);
     // Neither space stays among the blocks.
     EXPECT_EQ(l.drawing->Blocks().Count(), 0);
 }

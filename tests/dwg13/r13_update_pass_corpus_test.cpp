@@ -72,16 +72,21 @@ uint32_t HandleAt(CEntityList &list, int i) {
     return R13HandleNumber(list.At(i)->GetData()->handle);
 }
 
-// The index of a LINE of the main list that an update behind the tables reaches: its
-// handle is below the space's end (the handle in front of the closing ENDBLK), and every
-// entity in front of it has a lower handle (the patch walks the chain in handle order,
-// and the drawing's chain is not sorted throughout). -1 if there is none.
+// The index of a model space LINE of the main list that an update behind the tables
+// reaches: its handle is below the space's end (the handle of the last model space entity;
+// paper space and the closing ENDBLK follow), and every entity in front of it has a lower
+// handle (the patch walks the chain in handle order, and the drawing's chain is not sorted
+// throughout). -1 if there is none.
 int ReachableLine(CEntityList &main) {
-    if (main.Count() < 2)
+    int last_model = -1;
+    for (int i = 0; i + 1 < main.Count(); ++i)
+        if (main.At(i)->GetData()->space == 0)
+            last_model = i;
+    if (last_model < 0)
         return -1;
-    const uint32_t end = HandleAt(main, main.Count() - 2);
+    const uint32_t end = HandleAt(main, last_model);
     uint32_t highest_before = 0;
-    for (int i = 0; i + 1 < main.Count(); ++i) {
+    for (int i = 0; i < last_model; ++i) {
         const uint32_t handle = HandleAt(main, i);
         if (main.At(i)->GetData()->entity_type == CDB_LINE && handle < end &&
             highest_before < handle)

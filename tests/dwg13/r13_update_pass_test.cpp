@@ -246,13 +246,28 @@ Loaded Load(Builder &b) {
 }
 
 // The handles of the main list without the ENDBLK that closes it (which must be there).
+// The main list holds model space, then paper space, then the ENDBLK that closes it. The
+// handles of the entities of model space (space 0) before that ENDBLK.
 std::vector<uint32_t> HandlesOf(CListDrawing &drawing) {
     CEntityList &main = drawing.Entities();
     CModelEntity *last = main.At(main.Count() - 1);
     EXPECT_TRUE(last && last->GetData()->entity_type == CDB_ENDBLK);
-    std::vector<uint32_t> handles = HandlesOf(main);
-    if (!handles.empty())
-        handles.pop_back();
+    std::vector<uint32_t> handles;
+    for (int i = 0; i + 1 < main.Count(); ++i)
+        if (main.At(i)->GetData()->space == 0)
+            handles.push_back(R13HandleNumber(main.At(i)->GetData()->handle));
+    return handles;
+}
+
+// The handles of paper space (space 1) in the main list, and of the ENDBLK that closes it.
+std::vector<uint32_t> PaperHandlesOf(CListDrawing &drawing) {
+    CEntityList &main = drawing.Entities();
+    std::vector<uint32_t> handles;
+    for (int i = 0; i + 1 < main.Count(); ++i)
+        if (main.At(i)->GetData()->space == 1)
+            handles.push_back(R13HandleNumber(main.At(i)->GetData()->handle));
+    if (main.Count() > 0)
+        handles.push_back(R13HandleNumber(main.At(main.Count() - 1)->GetData()->handle));
     return handles;
 }
 
@@ -280,10 +295,10 @@ TEST(R13UpdatePass, WithoutObjectsBehindTheTablesTheSpacesBecomeTheLists) {
     Loaded l = Load(b);
     ASSERT_EQ(l.loaded, 1) << l.drawing->LoadFailure();
     EXPECT_EQ(HandlesOf(*l.drawing), (std::vector<uint32_t>{0x40, 0x41}));
-    // The main list keeps model space's ENDBLK as the sentinel that closes it.
-    EXPECT_EQ(HandlesOf(l.drawing->Entities()), (std::vector<uint32_t>{0x40, 0x41, 0x22}));
-    // Paper space keeps its ENDBLK at the tail; the two space blocks are gone.
-    EXPECT_EQ(HandlesOf(l.drawing->PaperEntities()), (std::vector<uint32_t>{0x25}));
+    // Model space's ENDBLK goes; paper space's closes the main list behind both spaces.
+    EXPECT_EQ(HandlesOf(l.drawing->Entities()), (std::vector<uint32_t>{0x40, 0x41, 0x25}));
+    // The two space blocks are gone.
+    EXPECT_EQ(PaperHandlesOf(*l.drawing), (std::vector<uint32_t>{0x25}));
     EXPECT_EQ(l.drawing->Blocks().Count(), 0);
 }
 
@@ -296,7 +311,7 @@ TEST(R13UpdatePass, ASeqendAboveTheSpacesEndIsAppendedAndStays) {
     Loaded l = Load(b);
     ASSERT_EQ(l.loaded, 1) << l.drawing->LoadFailure();
     EXPECT_EQ(HandlesOf(*l.drawing), (std::vector<uint32_t>{0x40, 0x41, 0x50}));
-    EXPECT_EQ(HandlesOf(l.drawing->PaperEntities()), (std::vector<uint32_t>{0x51, 0x25}));
+    EXPECT_EQ(PaperHandlesOf(*l.drawing), (std::vector<uint32_t>{0x51, 0x25}));
 }
 
 TEST(R13UpdatePass, AnUpdateOfAKnownEntityReplacesIt) {
@@ -515,7 +530,7 @@ TEST(R13UpdatePass, AnEndblkWithoutACurrentBlockIsDropped) {
     Loaded l = Load(b);
     ASSERT_EQ(l.loaded, 1) << l.drawing->LoadFailure();
     EXPECT_EQ(HandlesOf(*l.drawing), std::vector<uint32_t>{});
-    EXPECT_EQ(HandlesOf(l.drawing->PaperEntities()), (std::vector<uint32_t>{0x25}));
+    EXPECT_EQ(PaperHandlesOf(*l.drawing), (std::vector<uint32_t>{0x25}));
 }
 
 TEST(R13UpdatePass, TheViewFlagIsPutBackAfterTheLoad) {
@@ -557,7 +572,7 @@ TEST(R13UpdatePass, AFurtherBlockUnderASpacesNameLeavesTheBlockListOneToOneWithT
     ASSERT_EQ(l.drawing->Blocks().Count(), 1);
     EXPECT_STREQ(l.drawing->Blocks().At(0)->record->name, "DOOR");
     // The first block under the name is the space.
-    EXPECT_EQ(HandlesOf(l.drawing->PaperEntities()), (std::vector<uint32_t>{0x25}));
+    EXPECT_EQ(PaperHandlesOf(*l.drawing), (std::vector<uint32_t>{0x25}));
 }
 
 } // namespace
