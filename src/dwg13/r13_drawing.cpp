@@ -198,7 +198,40 @@ CModelEntity *CR13Drawing::MakeEntity(int16_t kind) {
     return nullptr;
 }
 
+namespace {
+
+// The kinds whose records view mode never hands over: their data is opaque.
+bool IsNeverHandedOut(int16_t kind) {
+    return kind == CDB_REGION || kind == CDB_3DSOLID || kind == CDB_BODY || kind == CDB_OLEFRAME;
+}
+
+} // namespace
+
+void CR13Drawing::HandOut(CEntityList &list, bool to_block) {
+    if (!ViewFlag())
+        return;
+    for (CModelEntity *object : list.TakeAll()) {
+        std::unique_ptr<CR13Entity> entity(static_cast<CR13Entity *>(object));
+        if (IsNeverHandedOut(entity->Code()) || !Lib())
+            continue; // destroyed with all it points at
+        CDB_ENTITY *record = entity->HandOver();
+        if (to_block)
+            Lib()->BlockCall(record);
+        else
+            Lib()->EntityCall(record);
+    }
+}
+
 void CR13Drawing::LoadEntities() {
-    // The entity lists are complete when the load returns: there is nothing to read on
-    // demand.
+    // The entity lists are complete when the load returns: nothing is read on demand.
+    HandOut(entities, InXref() != 0);
+}
+
+CDB_STARTBLOCK_ENTITY_type *CR13Drawing::LoadBlock(int index) {
+    CModelBlock *block = blocks.At(index);
+    if (!block)
+        return nullptr;
+    if (block->entities)
+        HandOut(*block->entities, true);
+    return block->record;
 }

@@ -68,7 +68,16 @@ public:
     int CloseDWGFile() override;
     int LoadDWG() override;
     int TriggerLoading() override { return loaded ? 1 : 0; }
+    // View mode: the records of the main list (LoadEntities) go, one by one and in list
+    // order, to the application's EntityCall -- BlockCall for a drawing loaded as an external
+    // reference -- and those of one block (LoadBlock) to BlockCall; each becomes the
+    // application's, with all it points at, and the objects leave the list. REGION, 3DSOLID, BODY
+    // and OLE frames are destroyed, not handed over. In list mode both leave the lists as they are.
+    // LoadBlock gives the block's record, or null for an index outside the block list.
     void LoadEntities() override;
+    CDB_STARTBLOCK_ENTITY_type *LoadBlock(int index) override;
+    // Nothing to prepare: all is done while reading.
+    int PrepareForView() override { return 1; }
     CDB_HEADER_type *GetAllVars() override;
     char *GetFileName() override;
     const std::string &GetAcadVersion() override;
@@ -141,6 +150,8 @@ private:
 
     // The manager of the public table `which`, null for a slot without a table.
     CR13Table *PublicTableOf(TableBase which) const;
+    // Hands the records of `list` over in view mode (see LoadEntities).
+    void HandOut(CEntityList &list, bool to_block);
     // The steps of LoadDWG behind the header and the map.
     int LoadObjects();
     // Finds a block by name in the block list: its index, or -1.

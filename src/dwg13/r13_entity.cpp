@@ -78,9 +78,17 @@ CR13Entity::CR13Entity(CR13Drawing *owner, int16_t kind)
     : CModelEntity(kind), drawing(owner), file_type(0) {}
 
 CR13Entity::~CR13Entity() {
-    if (drawing && drawing->ViewFlag())
-        return; // the record went to the application with what it points at
+    if (handed_over) {
+        record = nullptr; // the application's now, with what it points at
+        return;
+    }
     ReleaseOwned();
+}
+
+CDB_ENTITY *CR13Entity::HandOver() {
+    CDB_ENTITY *out = GetResolvedRecord();
+    handed_over = true;
+    return out;
 }
 
 void CR13Entity::ReleaseOwned() {

@@ -84,6 +84,12 @@ public:
     // type), the record then not taken.
     int SetNewRecord(const CDB_ENTITY *in, CR13Block &block, CR13Entity *previous);
 
+    // Gives the record to the application (view mode hands records to EntityCall and
+    // BlockCall): from then on the record is the application's, with everything it points
+    // at, and the destructor frees none of it. The record, resolved.
+    CDB_ENTITY *HandOver();
+    bool HandedOver() const { return handed_over; }
+
     CR13Drawing *Drawing() const { return drawing; }
     // The object type of the file (a kind may have several: 7 or 8 for TEXT, ...).
     int16_t FileType() const { return file_type; }
@@ -115,6 +121,7 @@ protected:
     char previous_text[32] = {};
     char next_text[32] = {};
     int32_t resolved = 0;
+    bool handed_over = false;
 };
 
 // The kinds whose objects hold nothing beyond the head and the trailer: the block end

@@ -44,10 +44,6 @@ void *CopyArray(const void *from, int64_t count, size_t size) {
     return copy;
 }
 
-bool OwnsNothing(const CR13Drawing *drawing) {
-    return drawing && drawing->ViewFlag();
-}
-
 uint32_t PointBits(const CDB_POINT3 &p) {
     return R13DoubleBits(p.x) + R13DoubleBits(p.y) + R13DoubleBits(p.z);
 }
@@ -133,7 +129,7 @@ CR13Spline::CR13Spline(CR13Drawing *owner) : CR13Entity(owner, CDB_SPLINE) {
 }
 
 CR13Spline::~CR13Spline() {
-    if (!OwnsNothing(drawing))
+    if (!HandedOver())
         FreeArrays();
 }
 
@@ -287,7 +283,7 @@ CR13Mline::CR13Mline(CR13Drawing *owner) : CR13Entity(owner, CDB_MLINE) {
 }
 
 CR13Mline::~CR13Mline() {
-    if (!OwnsNothing(drawing))
+    if (!HandedOver())
         FreeArrays();
 }
 
@@ -443,7 +439,7 @@ CR13Leader::CR13Leader(CR13Drawing *owner) : CR13Entity(owner, CDB_LEADER) {
 }
 
 CR13Leader::~CR13Leader() {
-    if (!OwnsNothing(drawing))
+    if (!HandedOver())
         FreeArrays();
 }
 

@@ -22,10 +22,6 @@ constexpr uint32_t kLastChunk = 0xFFFFFFFFu;
 constexpr int32_t kOleHeadBytes = 73;
 constexpr int32_t kOleHeadBits = 5;
 
-bool OwnsNothing(const CR13Drawing *drawing) {
-    return drawing && drawing->ViewFlag();
-}
-
 // The layer text of a modeler kind, in its block of 5 bytes.
 char *NewModelerLayer() {
     char *text = static_cast<char *>(std::calloc(kModelerLayerBlock, 1));
@@ -43,7 +39,7 @@ CR13Modeler::CR13Modeler(CR13Drawing *owner, int16_t kind, int16_t type) : CR13E
 }
 
 CR13Modeler::~CR13Modeler() {
-    if (!OwnsNothing(drawing) && record) {
+    if (!HandedOver() && record) {
         std::free(DataPointer());
         SetDataPointer(nullptr);
     }
@@ -135,7 +131,7 @@ CR13Ole::CR13Ole(CR13Drawing *owner) : CR13Entity(owner, CDB_OLEFRAME) {
 }
 
 CR13Ole::~CR13Ole() {
-    if (!OwnsNothing(drawing) && record) {
+    if (!HandedOver() && record) {
         std::free(record->ole.data);
         record->ole.data = nullptr;
     }

@@ -159,20 +159,25 @@ TEST(R13Spline, AKnotCountThatCannotFitTheObjectFailsWithoutAllocating) {
     EXPECT_EQ(back->GetData()->spline.knots, nullptr);
 }
 
-TEST(R13Spline, InViewModeTheDestructorLeavesTheArraysToTheApplication) {
+TEST(R13Spline, AHandedOverRecordLeavesTheArraysToTheApplication) {
     CR13Drawing view(nullptr, 1);
     int result = -1;
     auto read = ReadBack(36, EntityObjectOf(*ControlSpline(true)), result, &view);
     ASSERT_EQ(result, 1);
-    double *knots = read->GetData()->spline.knots;
-    CDB_SPLINE_CONTROL_POINT *points = read->GetData()->spline.control_points;
+    CDB_ENTITY *record = read->HandOver();
+    double *knots = record->spline.knots;
+    CDB_SPLINE_CONTROL_POINT *points = record->spline.control_points;
+    char *texts[] = {record->handle, record->layer_handle, record->line_type_handle};
     read.reset();
     // Still the application's to free: a second free would break here.
     std::free(knots);
     std::free(points);
+    for (char *text : texts)
+        std::free(text);
+    std::free(record);
 }
 
-TEST(R13Spline, InViewModeEveryKindWithBlocksLeavesThemToTheApplication) {
+TEST(R13Spline, EveryHandedOverKindWithBlocksLeavesThemToTheApplication) {
     CR13Drawing view(nullptr, 1);
     auto ole = NewEntity(500);
     ole->GetData()->ole.data = static_cast<uint8_t *>(std::calloc(8, 1));
@@ -184,15 +189,17 @@ TEST(R13Spline, InViewModeEveryKindWithBlocksLeavesThemToTheApplication) {
     auto region = ReadBack(37, EntityObjectOf(*NewEntity(37)), result, &view);
     ASSERT_EQ(result, 1);
     uint8_t *chunks = region->GetData()->region.data;
-    CDB_ENTITY *records[] = {read->GetData(), region->GetData()};
-    char *texts[] = {records[0]->handle, records[0]->layer_handle, records[1]->handle,
-                     records[1]->layer_handle, records[1]->line_type_handle};
+    CDB_ENTITY *records[] = {read->HandOver(), region->HandOver()};
+    char *texts[] = {records[0]->handle, records[0]->layer_handle, records[0]->line_type_handle,
+                     records[1]->handle, records[1]->layer_handle, records[1]->line_type_handle};
     read.reset();
     region.reset();
     std::free(data);
     std::free(chunks);
     for (char *text : texts)
         std::free(text);
+    for (CDB_ENTITY *record : records)
+        std::free(record);
 }
 
 // ---- MLINE --------------------------------------------------------------------------------
