@@ -9,7 +9,7 @@
 // through the layer table), the colour and block names (through the block table) must agree
 // within kTolerance.
 //
-// Where the reading of the DWG, done as the library specifies it, gives something else,
+// Where the reading of the DWG, done as the library defines it, gives something else,
 // the test names the reason and counts the entities it applies to:
 //  - An entity whose DXF shows a group 102 "{ACAD_REACTORS" has reactors. Its head holds
 //    a reactor count where the reading takes two reserved bits, so every field behind them
