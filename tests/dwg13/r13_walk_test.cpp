@@ -7,6 +7,7 @@
 
 #include "dwg13/r13_drawing.h"
 #include "dwg13/r13_entity_kinds.h"
+#include "dwg13/r13_test_objects.h"
 
 #include "velkow32.h"
 
@@ -154,6 +155,39 @@ TEST_F(R13Walk, LayerWithNegativeColourIsFilteredOut) {
     EXPECT_EQ(CDBCheckEntityFiltering(h, &entity), 240);
     ASSERT_EQ(CDBLayerFilter(h, 1), 1);
     EXPECT_EQ(CDBCheckEntityFiltering(h, &entity), 15);
+}
+
+TEST_F(R13Walk, NavigateEntersAnInsertedBlockAndComesBack) {
+    Builder b;
+    AddWalkedEntities(b);
+    // Between the two model space lines an insert of DOOR.
+    const R13EntityKind *kind = FindR13EntityKind(7);
+    std::unique_ptr<CR13Entity> insert(kind->make(nullptr, 7));
+    SetEntityHead(*insert, R13EntityHead{}.Type(7).Handle(0x44));
+    insert->GetData()->insert.block_handle = Dup("50");
+    insert->GetData()->insert.x_scale = 1.0;
+    auto &model = b.Space(kModelSpaceName)->entities;
+    model.insert(model.begin() + 1, EntityObjectOf(*insert));
+    Open(b);
+    ASSERT_GE(CDBFirstEntity(h, -1), 0);
+    std::vector<std::string> handles;
+    CDB_ENTITY entity{};
+    for (int guard = 0; guard < 20 && CDBNavigate(h, &entity) >= 0; ++guard)
+        handles.push_back(entity.handle ? entity.handle : "");
+    EXPECT_EQ(handles, (std::vector<std::string>{"40", "53", "41", "42"}));
+}
+
+TEST_F(R13Walk, NavigateWithTheSpaceFilterSkipsPaperSpace) {
+    Builder b;
+    AddWalkedEntities(b);
+    Open(b);
+    ASSERT_EQ(CDBSpaceFilter(h, 1), 1);
+    ASSERT_GE(CDBFirstEntity(h, -1), 0);
+    std::vector<std::string> handles;
+    CDB_ENTITY entity{};
+    for (int guard = 0; guard < 20 && CDBNavigate(h, &entity) >= 0; ++guard)
+        handles.push_back(entity.handle ? entity.handle : "");
+    EXPECT_EQ(handles, (std::vector<std::string>{"40", "41"}));
 }
 
 } // namespace
