@@ -190,5 +190,52 @@ TEST_F(R13Walk, NavigateWithTheSpaceFilterSkipsPaperSpace) {
     EXPECT_EQ(handles, (std::vector<std::string>{"40", "41"}));
 }
 
+// The first entity of the main list, read through the flat walk.
+CDB_ENTITY FirstOf(int16_t h) {
+    CDB_ENTITY entity{};
+    EXPECT_GE(CDBFirstEntity(h, -1), 0);
+    EXPECT_GE(CDBGetCurrentEntity(h, &entity), 0);
+    return entity;
+}
+
+TEST_F(R13Walk, EntityWithoutExtendedDataGivesEndFromFirstAppidAndFirstValue) {
+    Builder b;
+    b.Space(kModelSpaceName)->entities.push_back(Line(R13EntityHead{}.Handle(0x40)));
+    Open(b);
+    CDB_ENTITY entity = FirstOf(h);
+    EXPECT_EQ(+entity.eed_size, 0);
+    CDB_EED_type cursor{};
+    ASSERT_EQ(CDBGetEED(h, &entity, &cursor), 0);
+    CDB_EED_VALUES value{};
+    EXPECT_EQ(CDBEEDGetFirstAppid(h, &cursor), -6);
+    EXPECT_EQ(CDBEEDGetFirstValue(h, &cursor, &value), -6);
+}
+
+TEST_F(R13Walk, EmptyStringBraceAndLongOfExtendedDataComeOutAsCoded) {
+    Builder b;
+    std::vector<uint8_t> values;
+    PutEedString(values, "");
+    values.push_back(2); // a closing brace
+    values.push_back(1);
+    values.push_back(71);
+    for (uint8_t byte : {0x78, 0x56, 0x34, 0x12})
+        values.push_back(byte);
+    b.Space(kModelSpaceName)
+        ->entities.push_back(Line(R13EntityHead{}.Handle(0x40).Eed(Eed13(0x12, values))));
+    Open(b);
+    CDB_ENTITY entity = FirstOf(h);
+    CDB_EED_type cursor{};
+    ASSERT_EQ(CDBGetEED(h, &entity, &cursor), 0);
+    CDB_EED_VALUES value{};
+    EXPECT_EQ(CDBEEDGetFirstValue(h, &cursor, &value), 1);
+    ASSERT_EQ(CDBEEDGetNextValue(h, &cursor, &value), 0);
+    EXPECT_STREQ(value.text, "");
+    ASSERT_EQ(CDBEEDGetNextValue(h, &cursor, &value), 2);
+    EXPECT_EQ(+value.short_value, 1);
+    ASSERT_EQ(CDBEEDGetNextValue(h, &cursor, &value), 71);
+    EXPECT_EQ(+value.long_value, 0x12345678);
+    EXPECT_EQ(CDBEEDGetNextValue(h, &cursor, &value), -6);
+}
+
 } // namespace
 } // namespace velko_test
