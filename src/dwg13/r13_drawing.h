@@ -161,6 +161,10 @@ private:
     void SetBasesOf(CR13Drawing &child);
     void MergeTablesOf(CR13Drawing &child);
     void AdoptModelSpaceOf(CR13Drawing &child, CModelBlock &block);
+    // View mode: whether block `index` is a reference, and its showing: the reference is
+    // resolved and the child's main list goes to BlockCall as the block's content.
+    bool IsReferenceBlock(int index) const;
+    CDB_STARTBLOCK_ENTITY_type *ShowReference(int index);
 
     // The manager of the public table `which`, null for a slot without a table.
     CR13Table *PublicTableOf(TableBase which) const;
@@ -177,8 +181,9 @@ private:
     int Fail(const char *why);
 
     std::unique_ptr<CDrawingFile> file;
-    // A reference resolved in view mode, kept until this drawing goes.
-    std::unique_ptr<CR13Drawing> xref_drawing;
+    // The references resolved in view mode, kept until this drawing goes: the entities of
+    // their blocks were read by them.
+    std::vector<std::unique_ptr<CR13Drawing>> shown_references;
     std::string file_name;
     int file_kind = kNone;
     std::string version = "AC1012";

@@ -86,7 +86,7 @@ int CR13Drawing::ResolveXREF(int block_index) {
         AdoptModelSpaceOf(*child, *block);
         Lib()->AddToDeleteList(child.release());
     } else {
-        xref_drawing = std::move(child);
+        shown_references.push_back(std::move(child));
     }
     return 1;
 }
@@ -133,4 +133,16 @@ void CR13Drawing::AdoptModelSpaceOf(CR13Drawing &child, CModelBlock &block) {
         adopted->Append(closing);
     adopted->SetPosition(0);
     block.entities = std::move(adopted);
+}
+
+bool CR13Drawing::IsReferenceBlock(int index) const {
+    return index >= 0 && index < blocks.Count() && ReferenceBlock(blocks.At(index));
+}
+
+CDB_STARTBLOCK_ENTITY_type *CR13Drawing::ShowReference(int index) {
+    const size_t before = shown_references.size();
+    if (ResolveXREF(index) && shown_references.size() > before)
+        shown_references.back()->LoadEntities();
+    CModelBlock *block = blocks.At(index);
+    return block ? block->record : nullptr;
 }

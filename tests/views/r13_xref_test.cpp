@@ -169,5 +169,35 @@ TEST_F(R13Xref, ResolveAllResolvesTheReference) {
     EXPECT_EQ(CDBLayerTableCount(h), layers_before + 4);
 }
 
+// A viewer: records the kinds handed to it.
+class Viewer : public CLibDrawing {
+public:
+    Viewer() : CLibDrawing(1) {}
+    void EntityCall(void *record) override {
+        entities.push_back(static_cast<CDB_ENTITY *>(record)->entity_type);
+    }
+    void BlockCall(void *record) override {
+        blocks.push_back(static_cast<CDB_ENTITY *>(record)->entity_type);
+    }
+    std::vector<int> entities, blocks;
+};
+
+TEST_F(R13Xref, ViewModeLoadBlockOfAReferenceHandsTheChildsLineToBlockCall) {
+    Open(WithoutExtension(child.path()));
+    CDBEndOperation(h);
+    h = -1;
+    Viewer viewer;
+    ASSERT_EQ(viewer.OpenDrawing(host->c_str(), nullptr), 1);
+    ASSERT_EQ(viewer.LoadDWG(), 1);
+    const int layers = viewer.Drawing()->GetLayerTableCount();
+    CDB_STARTBLOCK_ENTITY_type *record = viewer.LoadBlock(ref);
+    ASSERT_NE(record, nullptr);
+    EXPECT_EQ(+record->base_point.y, 6.0);
+    EXPECT_TRUE(viewer.entities.empty());
+    ASSERT_FALSE(viewer.blocks.empty());
+    EXPECT_EQ(viewer.blocks.front(), CDB_LINE);
+    EXPECT_EQ(viewer.Drawing()->GetLayerTableCount(), layers + 4);
+}
+
 } // namespace
 } // namespace velko_test
