@@ -228,6 +228,10 @@ void CR13Drawing::LoadEntities() {
 }
 
 CDB_STARTBLOCK_ENTITY_type *CR13Drawing::LoadBlock(int index) {
+    // A reference shows the model space of the drawing it names; a drawing shown as a
+    // reference leaves its own references as they are.
+    if (ViewFlag() && !InXref() && IsReferenceBlock(index))
+        return ShowReference(index);
     CModelBlock *block = blocks.At(index);
     if (!block)
         return nullptr;

@@ -86,6 +86,15 @@ public:
     int GetMLineStyleTableCount() override;
     CDB_MLINESTYLE_TBL_type *GetMLineStyleTable(int index) override;
 
+    // ---- External references (src/views/r13_xref.cpp) ------------------------------------
+    // A block whose start carries the reference flag names another release 13 DWG. Resolving
+    // loads it as a child drawing of this class, its indices shifted by this drawing's table
+    // counts, and moves the child's records into this drawing's tables. 1 when resolved or
+    // when the block is no reference; 0 when the file cannot be opened or loaded.
+    int ResolveXREF(int block_index) override;
+    // Copies the block's stored path: 1; 0 for a block that is no reference.
+    int GetXrefPath(short block_index, char *buffer) override;
+
     // ---- Handles and tables ---------------------------------------------------------------
     // The index of the record with handle `handle` in the public table `which`, or -1 (the
     // drawing's base is not added).
@@ -148,6 +157,15 @@ private:
     int16_t ApplicationIndex(const char *handle) const override;
     int16_t LayerIndex(const char *handle) const override;
 
+    // The steps of ResolveXREF.
+    void SetBasesOf(CR13Drawing &child);
+    void MergeTablesOf(CR13Drawing &child);
+    void AdoptModelSpaceOf(CR13Drawing &child, CModelBlock &block);
+    // View mode: whether block `index` is a reference, and its showing: the reference is
+    // resolved and the child's main list goes to BlockCall as the block's content.
+    bool IsReferenceBlock(int index) const;
+    CDB_STARTBLOCK_ENTITY_type *ShowReference(int index);
+
     // The manager of the public table `which`, null for a slot without a table.
     CR13Table *PublicTableOf(TableBase which) const;
     // Hands the records of `list` over in view mode (see LoadEntities).
@@ -163,6 +181,9 @@ private:
     int Fail(const char *why);
 
     std::unique_ptr<CDrawingFile> file;
+    // The references resolved in view mode, kept until this drawing goes: the entities of
+    // their blocks were read by them.
+    std::vector<std::unique_ptr<CR13Drawing>> shown_references;
     std::string file_name;
     int file_kind = kNone;
     std::string version = "AC1012";

@@ -195,8 +195,9 @@ void CR13BlockRecord::ReadNameAndFlags(CBitStream &stream) {
 }
 
 // An anonymous block of the kinds "*D" and "*U" is written under that bare name and the
-// bits 200; any other block under its name and the bits 0xC0. The number of an anonymous
-// name is lost here: "*D12" goes out as "*D".
+// bits 200; any other block under its name and the bits 0xC0, 0xC3 for a block of an
+// external reference (its fourth pair 3). The number of an anonymous name is lost here:
+// "*D12" goes out as "*D".
 void CR13BlockRecord::WriteNameAndFlags(CBitWriter &writer) const {
     const char *name = body.record.name ? body.record.name : "";
     if (std::strncmp(name, "*D", 2) == 0 || std::strncmp(name, "*U", 2) == 0) {
@@ -205,7 +206,7 @@ void CR13BlockRecord::WriteNameAndFlags(CBitWriter &writer) const {
         writer.WriteBits(200, 8);
     } else {
         writer.WriteText(name);
-        writer.WriteBits(0xC0, 8);
+        writer.WriteBits(body.is_xref_block ? 0xC3 : 0xC0, 8);
     }
 }
 

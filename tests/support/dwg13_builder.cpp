@@ -248,7 +248,8 @@ R13Object BlockHeaderObject(const R13BlockSpec &block) {
     body.record.handle = R13NewHandleText(block.header_handle);
     record.SetName(block.name.c_str());
     body.base_point = block.base_point;
-    body.xref_path = DuplicateText("");
+    body.xref_path = DuplicateText(block.xref_path.c_str());
+    body.is_xref_block = block.xref ? 1 : 0;
     // The first and the last entity between BLOCK and ENDBLK, 0 when there is none.
     const uint32_t first = block.entities.empty() ? 0 : R13ObjectHandle(block.entities.front());
     const uint32_t last = block.entities.empty() ? 0 : R13ObjectHandle(block.entities.back());

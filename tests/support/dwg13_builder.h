@@ -170,6 +170,9 @@ struct R13BlockSpec {
     uint32_t start_handle = 0;  // BLOCK (type 4)
     uint32_t end_handle = 0;    // ENDBLK (type 5)
     CDB_POINT3 base_point{0.0, 0.0, 0.0};
+    // A block of an external reference: the header's reference bits and its stored path.
+    bool xref = false;
+    std::string xref_path;
     // The objects between BLOCK and ENDBLK, in file order.
     std::vector<R13Object> entities;
     // Whether BLOCK and ENDBLK are written (a block without its ENDBLK runs into what
