@@ -109,6 +109,10 @@ public:
             std::memset(&start, 0, sizeof start);
             if (CDBBlockGet(h_, index, &start) >= 0 && start.name)
                 dwg = start.name;
+            // The block walk's copies are the caller's.
+            std::free(start.name);
+            std::free(start.name_2);
+            std::free(start.xref_path);
         }
         std::string dxf = x_.Text(code);
         bool same = dwg == dxf || (IsAnonymous(dxf) && dwg == dxf.substr(0, 2));

@@ -13,6 +13,8 @@
 
 #include "velkow32.h"
 
+#include "records/entity_kinds.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -106,9 +108,17 @@ void AddEveryKind(Builder &b) {
     e.push_back(Object(34, h++, [](CR13Entity &x) { x.GetData()->viewport.width = 3.0; }));
 }
 
-// The records of the flat walk of model space, without its ENDBLK.
-std::vector<CDB_ENTITY> Walk(int16_t h) {
-    std::vector<CDB_ENTITY> records;
+// The records of the flat walk of model space, without its ENDBLK. The walk's copies of the
+// texts are freed when the records go.
+struct WalkedRecords : std::vector<CDB_ENTITY> {
+    ~WalkedRecords() {
+        for (CDB_ENTITY &r : *this)
+            FreeOwnedTexts(&r);
+    }
+};
+
+WalkedRecords Walk(int16_t h) {
+    WalkedRecords records;
     CDB_ENTITY entity;
     std::memset(&entity, 0, sizeof entity);
     if (CDBFirstEntity(h, -1) < 0 || CDBGetCurrentEntity(h, &entity) < 0)
@@ -129,7 +139,7 @@ TEST(R13ClassicDrawing, OneEntityOfEveryKindComesOutOfTheFlatWalkResolved) {
     TempFile file("r13_classic_every_kind.dwg", b.Build());
     const int16_t h = CDBStartFileReading(file.c_str(), nullptr);
     ASSERT_GE(h, 0) << CDBGetErrorNumber(-1);
-    const std::vector<CDB_ENTITY> records = Walk(h);
+    const WalkedRecords records = Walk(h);
 
     const std::vector<int16_t> kinds = {
         CDB_TEXT,      CDB_ATTDEF,    CDB_ATTRIB,    CDB_INSERT,    CDB_INSERT,    CDB_POLYLINE,
@@ -178,7 +188,7 @@ TEST(R13ClassicDrawing, AShapeUnknownToItsStyleComesOutAsNone) {
     TempFile file("r13_classic_shape.dwg", b.Build());
     const int16_t h = CDBStartFileReading(file.c_str(), nullptr);
     ASSERT_GE(h, 0) << CDBGetErrorNumber(-1);
-    const std::vector<CDB_ENTITY> records = Walk(h);
+    const WalkedRecords records = Walk(h);
     ASSERT_EQ(records.size(), 36u);
     // The style "STANDARD" has no shape file, so shape 1 is not found.
     EXPECT_EQ(+records[34].entity_type, CDB_SHAPE);

@@ -372,6 +372,12 @@ size_t TouchAndFree(CDB_ENTITY &r) {
         texts[1] = r.block.name;
         texts[2] = r.block.name_2;
         break;
+    case CDB_MTEXT:
+        texts[0] = r.mtext.text;
+        break;
+    case CDB_TOLERANCE:
+        texts[0] = r.tolerance.text;
+        break;
     default:
         break;
     }

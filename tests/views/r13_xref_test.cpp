@@ -10,7 +10,11 @@
 
 #include "velkow32.h"
 
+#include "records/entity_kinds.h"
+
 #include <gtest/gtest.h>
+
+#include <cstdlib>
 
 #include <memory>
 #include <string>
@@ -122,12 +126,23 @@ TEST_F(R13Xref, PathWithoutExtensionGetsDwgAndTheChildsTablesFollowTheHosts) {
     EXPECT_GE(CDBLayerTableFind(h, "C"), layers_before);
 
     // INSBASE of the child is the block's base point.
+    // Each step of the block walk hands out copies of the names, the caller's to free.
     CDB_STARTBLOCK_ENTITY_type block{};
-    ASSERT_GE(CDBGetFirstBlock(h, &block), 0);
-    while (std::string(block.name ? block.name : "") != "REF")
-        ASSERT_GE(CDBGetNextBlock(h, &block), 0);
+    auto free_copies = [&block] {
+        std::free(block.name);
+        std::free(block.name_2);
+        std::free(block.xref_path);
+        block.name = block.name_2 = block.xref_path = nullptr;
+    };
+    int16_t status = CDBGetFirstBlock(h, &block);
+    while (status >= 0 && std::string(block.name ? block.name : "") != "REF") {
+        free_copies();
+        status = CDBGetNextBlock(h, &block);
+    }
+    ASSERT_GE(status, 0);
     EXPECT_EQ(+block.base_point.x, 5.0);
     EXPECT_EQ(+block.base_point.z, 7.0);
+    free_copies();
 
     // The child's line is the block's content, on host layer count + 3.
     CDB_ENTITY entity{};
@@ -173,11 +188,22 @@ TEST_F(R13Xref, ResolveAllResolvesTheReference) {
 class Viewer : public CLibDrawing {
 public:
     Viewer() : CLibDrawing(1) {}
-    void EntityCall(void *record) override {
-        entities.push_back(static_cast<CDB_ENTITY *>(record)->entity_type);
-    }
-    void BlockCall(void *record) override {
-        blocks.push_back(static_cast<CDB_ENTITY *>(record)->entity_type);
+    void EntityCall(void *record) override { entities.push_back(Take(record)); }
+    void BlockCall(void *record) override { blocks.push_back(Take(record)); }
+    // A record handed over is the application's, with the texts it points at: the kind is
+    // kept and the rest freed (the kinds here own no arrays).
+    static int Take(void *record) {
+        auto *r = static_cast<CDB_ENTITY *>(record);
+        const int kind = r->entity_type;
+        std::free(r->handle);
+        std::free(r->layer_handle);
+        std::free(r->line_type_handle);
+        std::free(r->eed_data);
+        FreeOwnedTexts(r);
+        for (uint16_t offset : HandleTextsOf(kind))
+            std::free(*reinterpret_cast<char **>(reinterpret_cast<uint8_t *>(r) + offset));
+        std::free(r);
+        return kind;
     }
     std::vector<int> entities, blocks;
 };

@@ -207,6 +207,10 @@ std::array<char **, 3> CopiedTexts(CDB_ENTITY &r) {
         return {&r.dimension.text, nullptr, nullptr};
     case CDB_BLOCK:
         return {&r.block.xref_path, &r.block.name, &r.block.name_2};
+    case CDB_MTEXT:
+        return {&r.mtext.text, nullptr, nullptr};
+    case CDB_TOLERANCE:
+        return {&r.tolerance.text, nullptr, nullptr};
     default:
         return {nullptr, nullptr, nullptr};
     }
