@@ -330,8 +330,8 @@ struct Outcome {
 
 // The inserts of the two named blocks "BLOKO" and "CIRKLO_PUNKTOJ" resolve to the right
 // block (its handle), but the block headers of these two blocks carry extended data, which
-// the record head as specified does not read: the name is read from the wrong bits and comes
-// out empty. Only the block name differs.
+// the record head that this library reads does not hold: the name is read from the wrong bits and
+// comes out empty. Only the block name differs.
 bool BlockNameNotRead(const std::string &handle, const std::vector<std::string> &diffs) {
     static const std::set<std::string> inserts = {"190", "1C8", "1D0", "1D1", "1D2",
                                                   "1D3", "1D4", "1D5", "1D6", "756"};
