@@ -23,6 +23,7 @@
 class CBitStream;
 class CBitWriter;
 class CR13Drawing;
+class CR13DxfReader;
 struct CR13Block;
 
 class CR13Entity : public CModelEntity {
@@ -40,6 +41,12 @@ public:
     // type, the head, the kind's data, the trailer, the kind's handles, the alignment, the
     // check 0xFFFF, and the size patched in front. The mirror of ReadDWG.
     void WriteDWG(CBitWriter &writer) const;
+
+    // Reads the entity's groups from a DXF file of this release (src/dxf): `name` holds the
+    // group 0 value that named the kind. 1 when read, `name` then holding the value of the
+    // group 0 that ended the entity; 0 when `name` is not this kind's (nothing read); -1
+    // when the file ended inside the entity.
+    virtual int ReadDXF(CR13DxfReader &reader, char *name);
 
     // The head: size (dropped), type (into entity_type), handle, extended data, the size in
     // bits, the mode bits, colour, line type scale, invisibility; the extrusion becomes

@@ -38,6 +38,7 @@ class CBaseDrawing;
 class CBitStream;
 class CBitWriter;
 class CDrawingFile;
+class CR13DxfReader;
 
 // Object types of the table records (the control object of each table is one less).
 enum R13RecordType : int16_t {
@@ -103,6 +104,10 @@ public:
     int ReadDWG(CBitStream &stream);
     // Encodes the whole object from the record, frame included.
     virtual void WriteDWG(CBitWriter &writer) const;
+    // Reads the record's groups from a DXF file of this release (src/dxf): `name` holds the
+    // group 0 value that named the record. 1 when read, `name` then holding the value of the
+    // group 0 that ended it; 0 when the record cannot be read.
+    virtual int ReadDXF(CR13DxfReader &reader, char *name);
 
     const char *RecordName() const { return Name(); }
     // The handle text, null when the record has none.
