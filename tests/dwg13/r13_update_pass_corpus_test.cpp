@@ -317,7 +317,7 @@ TEST(R13UpdatePassCorpus, NewActiveViewportsBehindTheViewportControlReplaceTheOl
 
 // ---- Model space with a new header -----------------------------------------------------------
 
-// The spec of a new *MODEL_SPACE header: the drawing's header handle, the first handle
+// The description of a new *MODEL_SPACE header: the drawing's header handle, the first handle
 // `first` and the last handle `last`.
 R13BlockSpec ModelSpaceHeader(CR13Drawing &drawing, uint32_t first, uint32_t last) {
     R13BlockSpec spec;
