@@ -282,13 +282,6 @@ void TwoInModelSpace(Builder &b) {
     b.Space(kModelSpaceName)->entities = {Seqend(0x40), Seqend(0x41)};
 }
 
-R13Object BlockStartObject(uint32_t handle, uint32_t header, const char *name) {
-    CR13BlockStart start(nullptr);
-    SetEntityHead(start, R13EntityHead{}.Type(kR13BlockType).Handle(handle).InBlock(header));
-    start.GetData()->block.name = DuplicateText(name);
-    return EntityObjectOf(start);
-}
-
 TEST(R13UpdatePass, WithoutObjectsBehindTheTablesTheSpacesBecomeTheLists) {
     Builder b;
     TwoInModelSpace(b);

@@ -262,6 +262,13 @@ R13Object BlockHeaderObject(const R13BlockSpec &block) {
     return BytesOf(w);
 }
 
+R13Object BlockStartObject(uint32_t handle, uint32_t header, const char *name) {
+    CR13BlockStart start(nullptr);
+    SetEntityHead(start, R13EntityHead{}.Type(kR13BlockType).Handle(handle).InBlock(header));
+    start.GetData()->block.name = DuplicateText(name);
+    return EntityObjectOf(start);
+}
+
 uint32_t R13ObjectHandle(const R13Object &object) {
     if (object.size() < 4)
         return 0;

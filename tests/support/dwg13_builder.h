@@ -184,6 +184,9 @@ struct R13BlockSpec {
 // The block header object of `block`: its name, its base point, and the references to
 // its first entity, its BLOCK, its last entity and its ENDBLK, from the handles of `block`.
 R13Object BlockHeaderObject(const R13BlockSpec &block);
+// A BLOCK object (type 4) with the handle `handle`, owned by the block header `header`,
+// named `name`: the start of a block that a block header behind the tables redefines.
+R13Object BlockStartObject(uint32_t handle, uint32_t header, const char *name);
 
 // One table: its control object's handle and the record objects behind it.
 struct R13TableSpec {
