@@ -63,11 +63,6 @@ int CR13Drawing::OpenDWG(const char *name, CDB_OPEN_MODE mode) {
     return 1;
 }
 
-int CR13Drawing::OpenDXFFrom(std::unique_ptr<CDrawingFile> &, const char *, int) {
-    SetError(CDB_ERR_INVALID_FILE);
-    return 0;
-}
-
 int CR13Drawing::CloseDWGFile() {
     if (!file) {
         SetError(CDB_ERR_FILE_NOT_OPEN);
