@@ -68,6 +68,11 @@ int CR13Drawing::OpenDXFFrom(std::unique_ptr<CDrawingFile> &, const char *, int)
     return 0;
 }
 
+void CR13Drawing::AttachFile(std::unique_ptr<CDrawingFile> opened, int kind) {
+    file = std::move(opened);
+    file_kind = kind;
+}
+
 int CR13Drawing::CloseDWGFile() {
     if (!file) {
         SetError(CDB_ERR_FILE_NOT_OPEN);
