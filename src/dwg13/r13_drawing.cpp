@@ -63,6 +63,11 @@ int CR13Drawing::OpenDWG(const char *name, CDB_OPEN_MODE mode) {
     return 1;
 }
 
+void CR13Drawing::AttachFile(std::unique_ptr<CDrawingFile> opened, int kind) {
+    file = std::move(opened);
+    file_kind = kind;
+}
+
 int CR13Drawing::CloseDWGFile() {
     if (!file) {
         SetError(CDB_ERR_FILE_NOT_OPEN);

@@ -123,6 +123,8 @@ public:
     // file offset, in file order.
     CObjectMap &CarriedObjects() { return *carried_objects; }
     CDrawingFile *File() { return file.get(); }
+    // Tests: makes `opened` the drawing's file, of the kind `kind`, as an open would.
+    void AttachFile(std::unique_ptr<CDrawingFile> opened, int kind);
     const R13FileHead &FileHead() const { return file_head; }
     int32_t ObjectsStart() const { return objects_start; }
     // The stored handle of layer "0".
