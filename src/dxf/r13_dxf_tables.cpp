@@ -170,7 +170,8 @@ void StoreGroup(RecordSink &sink, const R13DxfRecordGroup &group, const char *va
         StoreField<int16_t>(body, group.offset, static_cast<int16_t>(DxfTextToInt(value)));
         return;
     case V13::kReactors:
-        sink.in_reactors = value[0] == '{';
+        // "{ACAD_REACTORS" opens the block, "}" closes it.
+        sink.in_reactors = value[0] != '}';
         return;
     }
 }
