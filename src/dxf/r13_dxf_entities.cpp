@@ -309,7 +309,7 @@ void R13DxfEntityRead::Finish() {
         break;
     case CDB_INSERT:
         entity_.SetFileType(record_->insert.column_count > 1 || record_->insert.row_count > 1 ? 8
-                                                                                             : 7);
+                                                                                              : 7);
         break;
     case CDB_DIMENSION:
         entity_.SetFileType(DimensionFileType(record_->dimension.dimension_type));

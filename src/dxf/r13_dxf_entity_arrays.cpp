@@ -133,7 +133,8 @@ void R13DxfEntityRead::TakeSpline(const R13DxfGroup &g, const char *value) {
     case V::kSplineFitCount:
         if (!s.fit_points) {
             s.fit_point_count = TakeCount(budget_, value, kLeastGroupBytes);
-            s.fit_points = static_cast<CDB_POINT3 *>(NewItems(s.fit_point_count, sizeof(CDB_POINT3)));
+            s.fit_points =
+                static_cast<CDB_POINT3 *>(NewItems(s.fit_point_count, sizeof(CDB_POINT3)));
             if (!s.fit_points)
                 s.fit_point_count = 0;
         }
@@ -165,8 +166,7 @@ void R13DxfEntityRead::TakeLeader(const R13DxfGroup &g, const char *value) {
     CDB_LEADER_type &l = record_->leader;
     if (g.value == V::kLeaderCount) {
         if (!l.vertices) {
-            l.vertex_count =
-                TakeCount(budget_, value, kLeastGroupBytes);
+            l.vertex_count = TakeCount(budget_, value, kLeastGroupBytes);
             l.vertices = static_cast<CDB_POINT3 *>(NewItems(l.vertex_count, sizeof(CDB_POINT3)));
             if (!l.vertices)
                 l.vertex_count = 0;
@@ -184,8 +184,7 @@ void R13DxfEntityRead::TakeMline(const R13DxfGroup &g, const char *value) {
     switch (g.value) {
     case V::kMlineVertexCount:
         if (!m.vertices) {
-            m.vertex_count =
-                TakeCount(budget_, value, kLeastGroupBytes);
+            m.vertex_count = TakeCount(budget_, value, kLeastGroupBytes);
             m.vertices =
                 static_cast<CDB_MLINE_VERTEX *>(NewItems(m.vertex_count, sizeof(CDB_MLINE_VERTEX)));
             if (!m.vertices)
@@ -221,7 +220,8 @@ CDB_MLINE_LINE *R13DxfEntityRead::CurrentLines() {
         return nullptr;
     CDB_MLINE_VERTEX &vertex = m.vertices[mline_vertex_];
     if (!vertex.lines && budget_.TakeAll(m.line_count, kLeastLineBytes))
-        vertex.lines = static_cast<CDB_MLINE_LINE *>(NewItems(m.line_count, sizeof(CDB_MLINE_LINE)));
+        vertex.lines =
+            static_cast<CDB_MLINE_LINE *>(NewItems(m.line_count, sizeof(CDB_MLINE_LINE)));
     return vertex.lines;
 }
 
@@ -238,8 +238,7 @@ void R13DxfEntityRead::TakeMlineLine(const R13DxfGroup &g, const char *value) {
     switch (g.value) {
     case V::kMlineSegmentCount:
         if (!line.segment_parameters) {
-            line.segment_parameter_count =
-                TakeCount(budget_, value, kLeastGroupBytes);
+            line.segment_parameter_count = TakeCount(budget_, value, kLeastGroupBytes);
             line.segment_parameters =
                 static_cast<double *>(NewItems(line.segment_parameter_count, sizeof(double)));
             if (!line.segment_parameters)
@@ -253,8 +252,7 @@ void R13DxfEntityRead::TakeMlineLine(const R13DxfGroup &g, const char *value) {
         break;
     case V::kMlineFillCount:
         if (!line.fill_parameters) {
-            line.fill_parameter_count =
-                TakeCount(budget_, value, kLeastGroupBytes);
+            line.fill_parameter_count = TakeCount(budget_, value, kLeastGroupBytes);
             line.fill_parameters =
                 static_cast<double *>(NewItems(line.fill_parameter_count, sizeof(double)));
             if (!line.fill_parameters)
