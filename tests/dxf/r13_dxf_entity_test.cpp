@@ -996,6 +996,18 @@ TEST(R13DxfEntity, OleFrameAppendsItsChunksUpToItsSize) {
     });
 }
 
+TEST(R13DxfEntity, OleFrameSizeIsHeldToTheFile) {
+    ForBothForms([](bool binary) {
+        DxfText d;
+        d.G(0, "OLEFRAME").G(90, 100000000).G(310, "0102").G(0, "ENDSEC");
+        Read r = ReadEntity(binary, kOle, d);
+        ASSERT_EQ(r.result, 1);
+        EXPECT_LT(r.rec().ole.data_size, 100);
+        ASSERT_GE(r.rec().ole.data_size, 2);
+        EXPECT_EQ(r.rec().ole.data[1], 0x02);
+    });
+}
+
 // ---- Block start and end ------------------------------------------------------------------
 
 TEST(R13DxfEntity, BlockStartTakesItsGroups) {
@@ -1077,6 +1089,29 @@ TEST(R13DxfEntity, ExtendedDataIsStoredInTheReleaseThirteenForm) {
         ASSERT_EQ(r.rec().eed_size, expected.size());
         EXPECT_EQ(std::vector<uint8_t>(r.rec().eed_data, r.rec().eed_data + r.rec().eed_size),
                   expected);
+    });
+}
+
+TEST(R13DxfEntity, ExtendedDataWalksWithTheDrawingsCursor) {
+    ForBothForms([](bool binary) {
+        DxfText d;
+        d.G(0, "LINE").G(1001, "VELKO").G(1000, "hi").G(1003, "WALLS").G(1070, 7);
+        d.G(0, "ENDSEC");
+        Read r = ReadEntity(binary, kLine, d);
+        CR13Drawing &drawing = r.fixture->Drawing();
+        CDB_EED_type cursor{};
+        ASSERT_EQ(drawing.GetEED(&r.rec(), &cursor), 0);
+        EXPECT_EQ(drawing.GetFirstAppid(&cursor), 1); // VELKO, the second application
+        CDB_EED_VALUES value{};
+        EXPECT_EQ(drawing.GetFirstValue(&cursor, &value), 1);
+        EXPECT_EQ(value.short_value, 1);
+        EXPECT_EQ(drawing.GetNextValue(&cursor, &value), 0);
+        EXPECT_STREQ(value.text, "hi");
+        EXPECT_EQ(drawing.GetNextValue(&cursor, &value), 3);
+        EXPECT_EQ(value.short_value, 1); // WALLS, the second layer
+        EXPECT_EQ(drawing.GetNextValue(&cursor, &value), 70);
+        EXPECT_EQ(value.short_value, 7);
+        EXPECT_EQ(drawing.GetNextValue(&cursor, &value), CDB_EED_END);
     });
 }
 
