@@ -336,7 +336,8 @@ constexpr R13DxfGroup kDimension[] = {
 
 // ---- The block start and end --------------------------------------------------------------
 
-// The block's own order of the common groups: handle, the entity marker, space, layer.
+// The block's own order of the common groups: handle, the entity marker, space, layer. The
+// base point's z is the block start's elevation too.
 constexpr R13DxfGroup kBlockStart[] = {
     {5, V::kHandle, W::kNotNull, E(handle), nullptr},
     M(kR13EntityMarker),
@@ -345,7 +346,9 @@ constexpr R13DxfGroup kBlockStart[] = {
     M("AcDbBlockBegin"),
     {2, V::kTextKept, W::kNotNull, E(block.name), nullptr},
     {70, V::kInt16, A, E(block.flags), nullptr},
-    XYZ(10, block.base_point, A),
+    {10, V::kReal, A, E(block.base_point.x), nullptr},
+    {20, V::kReal, A, E(block.base_point.y), nullptr},
+    {30, V::kZBoth, A, E(block.base_point.z), nullptr},
     {3, V::kTextKept, W::kNotNull, E(block.name_2), nullptr},
     {1, V::kTextKept, A, E(block.xref_path), nullptr},
 };

@@ -32,6 +32,7 @@ enum class R13DxfValue : uint8_t {
     kExtrusion,    // the writer's triple 210, 220, 230 of the extrusion; read by common groups
     kExtendedData, // the writer's place of the extended data; read by the collector
     kReal,         // a real to a double
+    kZBoth,        // the z of the block start's base point, also its elevation
     kInt16,        // an integer to an i16
     kUInt16,       // an integer to a u16
     kByte,         // an integer to a u8

@@ -204,6 +204,10 @@ void R13DxfEntityRead::TakeValue(const R13DxfGroup &g, const char *value) {
             g.offset < offsetof(CDB_ENTITY, extrusion) + sizeof(CDB_POINT3))
             own_extrusion_ = true;
         break;
+    case V::kZBoth:
+        record_->elevation = stream_.Real(value);
+        StoreField<double>(record_, at, record_->elevation);
+        break;
     case V::kInt16:
         StoreField<int16_t>(record_, at, static_cast<int16_t>(DxfTextToInt(value)));
         break;

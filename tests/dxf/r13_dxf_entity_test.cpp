@@ -951,6 +951,23 @@ TEST(R13DxfEntity, ModelerKindsJoinTheirLinesWithLineEnds) {
     });
 }
 
+TEST(R13DxfEntity, ModelerTextOfManyLinesIsJoinedWhole) {
+    ForBothForms([](bool binary) {
+        DxfText d;
+        d.G(0, "BODY").G(70, 1);
+        std::string expected;
+        for (int i = 0; i < 500; ++i) {
+            const std::string line = "line " + std::to_string(i) + std::string(40, 'x');
+            d.G(i % 2 ? 3 : 1, line);
+            expected += line + "\r\n";
+        }
+        d.G(0, "ENDSEC");
+        Read r = ReadEntity(binary, kBody, d);
+        ASSERT_EQ(r.result, 1);
+        EXPECT_EQ(Text(reinterpret_cast<char *>(r.rec().body.data)), expected);
+    });
+}
+
 TEST(R13DxfEntity, Solid3DIsReadWithoutAnyFileWritten) {
     ForBothForms([](bool binary) {
         std::remove("c:\\acis\\dump.txt");
@@ -1027,6 +1044,7 @@ TEST(R13DxfEntity, BlockStartTakesItsGroups) {
         EXPECT_EQ(Text(b.name_2), "XREF");
         EXPECT_EQ(b.flags, 4);
         ExpectPoint(b.base_point, 1, 2, 3);
+        EXPECT_DOUBLE_EQ(r.rec().elevation, 3.0); // the base point's z, as a DWG gives it
         EXPECT_EQ(Text(b.xref_path), "c:/parts/xref.dwg");
         EXPECT_EQ(static_cast<CR13BlockStart *>(r.entity.get())->is_xref_block, 1);
     });
@@ -1062,7 +1080,8 @@ TEST(R13DxfEntity, ExtendedDataIsStoredInTheReleaseThirteenForm) {
         DxfText d;
         d.G(0, "LINE").G(8, "0").G(1001, "ACAD").G(1000, "hi").G(1002, "{").G(1003, "WALLS");
         d.G(1070, 5).G(1002, "}").G(1001, "VELKO").G(1071, 70000).G(1040, 0.5);
-        d.G(1010, 1.0).G(1020, 2.0).G(1030, 3.0).G(1005, "1F").G(0, "ENDSEC");
+        d.G(1010, 1.0).G(1020, 2.0).G(1030, 3.0).G(1005, "1F").G(1004, "0A0B");
+        d.G(0, "ENDSEC");
         Read r = ReadEntity(binary, kLine, d);
         ASSERT_EQ(r.result, 1);
         EXPECT_EQ(r.name(), "ENDSEC");
@@ -1086,6 +1105,7 @@ TEST(R13DxfEntity, ExtendedDataIsStoredInTheReleaseThirteenForm) {
         put(0x28, {0.5});
         put(0x0A, {1.0, 2.0, 3.0});
         expected.insert(expected.end(), {0x05, 0, 0, 0, 0, 0, 0, 0, 0x1F});
+        expected.insert(expected.end(), {0x04, 0x02, 0x0A, 0x0B});
         ASSERT_EQ(r.rec().eed_size, expected.size());
         EXPECT_EQ(std::vector<uint8_t>(r.rec().eed_data, r.rec().eed_data + r.rec().eed_size),
                   expected);
