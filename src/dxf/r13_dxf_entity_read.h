@@ -98,7 +98,9 @@ private:
     // OLE frame: the bytes of data filled so far.
     int32_t ole_at_ = 0;
     bool mesh_marker_ = false;
+    // Whether the entity gave its own extrusion (210 to 230) and elevation (38).
     bool own_extrusion_ = false;
+    bool own_elevation_ = false;
 };
 
 #endif

@@ -9,6 +9,8 @@
 #include "dwg13/r13_dxf_layout.h"
 #include "dwg13/r13_entity.h"
 #include "dwg13/r13_new_kinds.h"
+#include "dwg13/r13_tables.h"
+#include "records/heap_text.h"
 #include "velkow32.h"
 
 #include <gtest/gtest.h>
@@ -466,6 +468,36 @@ TEST(R13DxfEntity, InsertLeftOutGroupsTakeTheWritersDefaults) {
     });
 }
 
+TEST(R13DxfEntity, InsertResolvesAKeptBlockNameWhenItsRecordIsAsked) {
+    ForBothForms([](bool binary) {
+        Read r = ReadEntity(binary, kInsert, DxfText().G(0, "INSERT").G(2, "LATER").G(0, "EOF"));
+        auto *later = new CR13BlockRecord(&r.fixture->Drawing());
+        later->SetName("LATER");
+        later->Rec().handle = DuplicateText("44");
+        r.fixture->Drawing().Table(R13Table::kBlocks).AddRecord(later);
+        CDB_ENTITY *resolved = r.entity->GetResolvedRecord();
+        EXPECT_EQ(Text(resolved->insert.block_handle), "44");
+        EXPECT_EQ(resolved->insert.block_index, 1); // behind DOOR
+        EXPECT_EQ(resolved->layer_index, -1);       // no group 8: no layer handle
+        EXPECT_EQ(resolved->line_type_index, -1);   // by layer
+    });
+}
+
+TEST(R13DxfEntity, ReferencesResolveToTheirTablesIndices) {
+    ForBothForms([](bool binary) {
+        Read r = ReadEntity(
+            binary, kText,
+            DxfText().G(0, "TEXT").G(8, "WALLS").G(6, "DASHED").G(7, "ROMANS").G(0, "EOF"));
+        CDB_ENTITY *resolved = r.entity->GetResolvedRecord();
+        EXPECT_EQ(resolved->layer_index, 1);
+        EXPECT_EQ(resolved->line_type_index, 1);
+        EXPECT_EQ(resolved->text.style_index, 1);
+        Read byblock =
+            ReadEntity(binary, kLine, DxfText().G(0, "LINE").G(6, "BYBLOCK").G(0, "EOF"));
+        EXPECT_EQ(byblock.entity->GetResolvedRecord()->line_type_index, 0);
+    });
+}
+
 TEST(R13DxfEntity, PolylineTakesEveryGroupAndLeavesItsZForTheVertices) {
     ForBothForms([](bool binary) {
         DxfText d;
@@ -640,6 +672,7 @@ TEST(R13DxfEntity, EllipseTakesEveryGroup) {
         EXPECT_DOUBLE_EQ(r.rec().ellipse.axis_ratio, 0.5);
         EXPECT_DOUBLE_EQ(r.rec().ellipse.start_parameter, 0.1);
         EXPECT_DOUBLE_EQ(r.rec().ellipse.end_parameter, 6.0);
+        EXPECT_DOUBLE_EQ(r.rec().elevation, 3.0); // the centre's z, as the record has it
     });
 }
 
