@@ -33,8 +33,8 @@ struct PointItem {
     { 100, V::kMarker, A, 0, text, form }
 // A point of three reals under code, code + 10, code + 20.
 #define XYZ(code, member, when)                                                                    \
-    {code, V::kReal, when, E(member.x), nullptr}, {code + 10, V::kReal, when, E(member.y), nullptr}, \
-    {                                                                                              \
+    {code, V::kReal, when, E(member.x), nullptr},                                                  \
+        {code + 10, V::kReal, when, E(member.y), nullptr}, {                                       \
         code + 20, V::kReal, when, E(member.z), nullptr                                            \
     }
 // The same, written for one DIMENSION form only.
@@ -92,7 +92,9 @@ constexpr R13DxfGroup kPoint[] = {
 };
 
 constexpr R13DxfGroup kCircle[] = {
-    M("AcDbCircle"), THICKNESS, XYZ(10, circle.center, A),
+    M("AcDbCircle"),
+    THICKNESS,
+    XYZ(10, circle.center, A),
     {40, V::kReal, A, E(circle.radius), nullptr},
     EED,
 };
@@ -334,7 +336,8 @@ constexpr R13DxfGroup kDimension[] = {
 
 // ---- The block start and end --------------------------------------------------------------
 
-// The block's own order of the common groups: handle, the entity marker, space, layer.
+// The block's own order of the common groups: handle, the entity marker, space, layer. The
+// base point's z is the block start's elevation too.
 constexpr R13DxfGroup kBlockStart[] = {
     {5, V::kHandle, W::kNotNull, E(handle), nullptr},
     M(kR13EntityMarker),
@@ -343,7 +346,9 @@ constexpr R13DxfGroup kBlockStart[] = {
     M("AcDbBlockBegin"),
     {2, V::kTextKept, W::kNotNull, E(block.name), nullptr},
     {70, V::kInt16, A, E(block.flags), nullptr},
-    XYZ(10, block.base_point, A),
+    {10, V::kReal, A, E(block.base_point.x), nullptr},
+    {20, V::kReal, A, E(block.base_point.y), nullptr},
+    {30, V::kZBoth, A, E(block.base_point.z), nullptr},
     {3, V::kTextKept, W::kNotNull, E(block.name_2), nullptr},
     {1, V::kTextKept, A, E(block.xref_path), nullptr},
 };
@@ -359,11 +364,17 @@ constexpr R13DxfGroup kBlockEnd[] = {
 // ---- The kinds of release 13 --------------------------------------------------------------
 
 constexpr R13DxfGroup kXline[] = {
-    M("AcDbXline"), XYZ(10, xline.base_point, A), XYZ(11, xline.direction, A), EED,
+    M("AcDbXline"),
+    XYZ(10, xline.base_point, A),
+    XYZ(11, xline.direction, A),
+    EED,
 };
 
 constexpr R13DxfGroup kRay[] = {
-    M("AcDbRay"), XYZ(10, ray.base_point, A), XYZ(11, ray.direction, A), EED,
+    M("AcDbRay"),
+    XYZ(10, ray.base_point, A),
+    XYZ(11, ray.direction, A),
+    EED,
 };
 
 // An ellipse writes its extrusion always, and no extended data.

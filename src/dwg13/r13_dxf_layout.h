@@ -32,6 +32,7 @@ enum class R13DxfValue : uint8_t {
     kExtrusion,    // the writer's triple 210, 220, 230 of the extrusion; read by common groups
     kExtendedData, // the writer's place of the extended data; read by the collector
     kReal,         // a real to a double
+    kZBoth,        // the z of the block start's base point, also its elevation
     kInt16,        // an integer to an i16
     kUInt16,       // an integer to a u16
     kByte,         // an integer to a u8
@@ -51,25 +52,25 @@ enum class R13DxfValue : uint8_t {
     kSplineKnotCount,    // 72: the knot count, which allocates the knots
     kSplineControlCount, // 73: the control point count, which allocates the control points
     kSplineFitCount,     // 74: the fit point count, which allocates the fit points
-    kSplineKnot,       // 40: the next knot
-    kSplineControl,    // 10, 20, 30: a coordinate of the next control point
-    kSplineWeight,     // 41: the next weight, taken only when flag bit 4 is set
-    kSplineFit,        // 11, 21, 31: a coordinate of the next fit point
-    kLeaderCount,      // 76: the vertex count that allocates the vertices
-    kLeaderVertex,     // 10, 20, 30: a coordinate of the next vertex
-    kMlineVertexCount, // 72: the vertex count that allocates the vertices
-    kMlineLineCount,   // 73: the lines of each vertex
-    kMlineVertexStart, // 11: the next vertex begins, with its location's x
-    kMlineVertexPoint, // 21 to 33: a coordinate of the vertex being read
-    kMlineSegmentCount, // 74: the next line of the vertex and its segment parameter count
-    kMlineSegment,      // 41: the next segment parameter of that line
-    kMlineFillCount,    // 75: the fill parameter count of that line
-    kMlineFill,         // 42: the next fill parameter of that line
-    kJoinedText,        // 1, 3 of MTEXT: appended to the text in arrival order
-    kModelerLine,       // 1, 3 of the modeler kinds: appended with CR LF
-    kOleSize,           // 90: the data size that allocates the block
-    kOleChunk,          // 310: a chunk appended to the block
-    kMeshMarker,        // group 100 of a vertex: a mesh marker that the reader looks for
+    kSplineKnot,         // 40: the next knot
+    kSplineControl,      // 10, 20, 30: a coordinate of the next control point
+    kSplineWeight,       // 41: the next weight, taken only when flag bit 4 is set
+    kSplineFit,          // 11, 21, 31: a coordinate of the next fit point
+    kLeaderCount,        // 76: the vertex count that allocates the vertices
+    kLeaderVertex,       // 10, 20, 30: a coordinate of the next vertex
+    kMlineVertexCount,   // 72: the vertex count that allocates the vertices
+    kMlineLineCount,     // 73: the lines of each vertex
+    kMlineVertexStart,   // 11: the next vertex begins, with its location's x
+    kMlineVertexPoint,   // 21 to 33: a coordinate of the vertex being read
+    kMlineSegmentCount,  // 74: the next line of the vertex and its segment parameter count
+    kMlineSegment,       // 41: the next segment parameter of that line
+    kMlineFillCount,     // 75: the fill parameter count of that line
+    kMlineFill,          // 42: the next fill parameter of that line
+    kJoinedText,         // 1, 3 of MTEXT: appended to the text in arrival order
+    kModelerLine,        // 1, 3 of the modeler kinds: appended with CR LF
+    kOleSize,            // 90: the data size that allocates the block
+    kOleChunk,           // 310: a chunk appended to the block
+    kMeshMarker,         // group 100 of a vertex: a mesh marker that the reader looks for
 };
 
 // When the writer writes a group.
@@ -112,8 +113,8 @@ struct R13DxfGroup {
     int16_t code;
     R13DxfValue value;
     R13DxfWhen when;
-    uint16_t offset;            // byte offset of the field in the record (component of an item)
-    const char *marker;         // the text of a subclass marker, null for other groups
+    uint16_t offset;    // byte offset of the field in the record (component of an item)
+    const char *marker; // the text of a subclass marker, null for other groups
     R13DxfForm form = R13DxfForm::kAny;
 };
 
@@ -141,8 +142,8 @@ extern const R13DxfLayout kR13CommonDxfGroups;
 const R13DxfLayout *R13DxfLayoutOf(int code);
 
 // The marker texts the DXF files of this release use.
-extern const char kR13EntityMarker[];      // "AcDbEntity"
-extern const char kR13PolygonMeshVertex[]; // "AcDbPolygonMeshVertex"
+extern const char kR13EntityMarker[];       // "AcDbEntity"
+extern const char kR13PolygonMeshVertex[];  // "AcDbPolygonMeshVertex"
 extern const char kR13PolyFaceMeshVertex[]; // "AcDbPolyFaceMeshVertex"
 
 #endif

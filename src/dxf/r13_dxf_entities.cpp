@@ -200,9 +200,15 @@ void R13DxfEntityRead::TakeValue(const R13DxfGroup &g, const char *value) {
     switch (g.value) {
     case V::kReal:
         StoreField<double>(record_, at, stream_.Real(value));
+        if (g.offset == offsetof(CDB_ENTITY, elevation))
+            own_elevation_ = true;
         if (g.offset >= offsetof(CDB_ENTITY, extrusion) &&
             g.offset < offsetof(CDB_ENTITY, extrusion) + sizeof(CDB_POINT3))
             own_extrusion_ = true;
+        break;
+    case V::kZBoth:
+        record_->elevation = stream_.Real(value);
+        StoreField<double>(record_, at, record_->elevation);
         break;
     case V::kInt16:
         StoreField<int16_t>(record_, at, static_cast<int16_t>(DxfTextToInt(value)));
@@ -309,10 +315,15 @@ void R13DxfEntityRead::Finish() {
         break;
     case CDB_INSERT:
         entity_.SetFileType(record_->insert.column_count > 1 || record_->insert.row_count > 1 ? 8
-                                                                                             : 7);
+                                                                                              : 7);
         break;
     case CDB_DIMENSION:
         entity_.SetFileType(DimensionFileType(record_->dimension.dimension_type));
+        break;
+    case CDB_ELLIPSE:
+        // The record keeps the centre's z as the elevation too, unless the file gives one.
+        if (!own_elevation_)
+            record_->elevation = record_->ellipse.center.z;
         break;
     case CDB_MTEXT:
         // The normal is the extrusion unless the file gives one of its own.

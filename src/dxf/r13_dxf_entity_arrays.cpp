@@ -22,6 +22,8 @@ using V = R13DxfValue;
 constexpr int32_t kLeastGroupBytes = 4;
 // An MLINE line needs its two count groups, 74 and 75.
 constexpr int32_t kLeastLineBytes = 2 * kLeastGroupBytes;
+// The first block of a joined text.
+constexpr size_t kFirstTextBlock = 256;
 // A byte of OLE data takes at least one byte of the file.
 constexpr int32_t kLeastDataBytes = 1;
 
@@ -133,7 +135,8 @@ void R13DxfEntityRead::TakeSpline(const R13DxfGroup &g, const char *value) {
     case V::kSplineFitCount:
         if (!s.fit_points) {
             s.fit_point_count = TakeCount(budget_, value, kLeastGroupBytes);
-            s.fit_points = static_cast<CDB_POINT3 *>(NewItems(s.fit_point_count, sizeof(CDB_POINT3)));
+            s.fit_points =
+                static_cast<CDB_POINT3 *>(NewItems(s.fit_point_count, sizeof(CDB_POINT3)));
             if (!s.fit_points)
                 s.fit_point_count = 0;
         }
@@ -165,8 +168,7 @@ void R13DxfEntityRead::TakeLeader(const R13DxfGroup &g, const char *value) {
     CDB_LEADER_type &l = record_->leader;
     if (g.value == V::kLeaderCount) {
         if (!l.vertices) {
-            l.vertex_count =
-                TakeCount(budget_, value, kLeastGroupBytes);
+            l.vertex_count = TakeCount(budget_, value, kLeastGroupBytes);
             l.vertices = static_cast<CDB_POINT3 *>(NewItems(l.vertex_count, sizeof(CDB_POINT3)));
             if (!l.vertices)
                 l.vertex_count = 0;
@@ -184,8 +186,7 @@ void R13DxfEntityRead::TakeMline(const R13DxfGroup &g, const char *value) {
     switch (g.value) {
     case V::kMlineVertexCount:
         if (!m.vertices) {
-            m.vertex_count =
-                TakeCount(budget_, value, kLeastGroupBytes);
+            m.vertex_count = TakeCount(budget_, value, kLeastGroupBytes);
             m.vertices =
                 static_cast<CDB_MLINE_VERTEX *>(NewItems(m.vertex_count, sizeof(CDB_MLINE_VERTEX)));
             if (!m.vertices)
@@ -221,7 +222,8 @@ CDB_MLINE_LINE *R13DxfEntityRead::CurrentLines() {
         return nullptr;
     CDB_MLINE_VERTEX &vertex = m.vertices[mline_vertex_];
     if (!vertex.lines && budget_.TakeAll(m.line_count, kLeastLineBytes))
-        vertex.lines = static_cast<CDB_MLINE_LINE *>(NewItems(m.line_count, sizeof(CDB_MLINE_LINE)));
+        vertex.lines =
+            static_cast<CDB_MLINE_LINE *>(NewItems(m.line_count, sizeof(CDB_MLINE_LINE)));
     return vertex.lines;
 }
 
@@ -238,8 +240,7 @@ void R13DxfEntityRead::TakeMlineLine(const R13DxfGroup &g, const char *value) {
     switch (g.value) {
     case V::kMlineSegmentCount:
         if (!line.segment_parameters) {
-            line.segment_parameter_count =
-                TakeCount(budget_, value, kLeastGroupBytes);
+            line.segment_parameter_count = TakeCount(budget_, value, kLeastGroupBytes);
             line.segment_parameters =
                 static_cast<double *>(NewItems(line.segment_parameter_count, sizeof(double)));
             if (!line.segment_parameters)
@@ -253,8 +254,7 @@ void R13DxfEntityRead::TakeMlineLine(const R13DxfGroup &g, const char *value) {
         break;
     case V::kMlineFillCount:
         if (!line.fill_parameters) {
-            line.fill_parameter_count =
-                TakeCount(budget_, value, kLeastGroupBytes);
+            line.fill_parameter_count = TakeCount(budget_, value, kLeastGroupBytes);
             line.fill_parameters =
                 static_cast<double *>(NewItems(line.fill_parameter_count, sizeof(double)));
             if (!line.fill_parameters)
@@ -272,20 +272,32 @@ void R13DxfEntityRead::TakeMlineLine(const R13DxfGroup &g, const char *value) {
 // ---- Texts and data -----------------------------------------------------------------------
 
 void R13DxfEntityRead::AppendText(uint16_t offset, const char *value, bool line_end) {
+    // The text grows by doubling its block, so that a modeler body of many lines is not
+    // copied again for each of them; the block is the record's and is freed as one.
     char *text = LoadField<char *>(record_, offset);
-    const size_t kept = text ? std::strlen(text) : 0;
+    if (!text)
+        text_length_ = text_capacity_ = 0;
     const size_t added = std::strlen(value);
     const size_t end = line_end ? 2 : 0;
-    auto *grown = static_cast<char *>(std::realloc(text, kept + added + end + 1));
-    if (!grown)
-        return;
-    std::memcpy(grown + kept, value, added);
-    if (line_end) {
-        grown[kept + added] = '\r';
-        grown[kept + added + 1] = '\n';
+    const size_t needed = text_length_ + added + end + 1;
+    if (needed > text_capacity_) {
+        size_t capacity = text_capacity_ ? text_capacity_ : kFirstTextBlock;
+        while (capacity < needed)
+            capacity *= 2;
+        auto *grown = static_cast<char *>(std::realloc(text, capacity));
+        if (!grown)
+            return;
+        text = grown;
+        text_capacity_ = capacity;
+        StoreField<char *>(record_, offset, text);
     }
-    grown[kept + added + end] = '\0';
-    StoreField<char *>(record_, offset, grown);
+    std::memcpy(text + text_length_, value, added);
+    text_length_ += added;
+    if (line_end) {
+        text[text_length_++] = '\r';
+        text[text_length_++] = '\n';
+    }
+    text[text_length_] = '\0';
 }
 
 void R13DxfEntityRead::TakeOleChunk(const char *value) {

@@ -92,10 +92,15 @@ private:
     int32_t mline_line_ = -1;
     int32_t segment_at_ = 0;
     int32_t fill_at_ = 0;
+    // MTEXT and the modeler kinds: the length of the joined text and the size of its block.
+    size_t text_length_ = 0;
+    size_t text_capacity_ = 0;
     // OLE frame: the bytes of data filled so far.
     int32_t ole_at_ = 0;
     bool mesh_marker_ = false;
+    // Whether the entity gave its own extrusion (210 to 230) and elevation (38).
     bool own_extrusion_ = false;
+    bool own_elevation_ = false;
 };
 
 #endif
