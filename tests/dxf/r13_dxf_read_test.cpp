@@ -2,6 +2,7 @@
 // (two-byte group codes, values by the release 13 types). The drawing is opened as the
 // library's open does it -- the sniff, then CR13Drawing::OpenDXFFrom -- and loaded.
 #include "support/dxf_text.h"
+#include "support/r13_dxf_fixture.h"
 
 #include "dwg13/r13_drawing.h"
 #include "dwg13/r13_header.h"
@@ -296,7 +297,7 @@ protected:
 
     std::vector<uint8_t> Bytes(const DxfText &groups) const {
         if (Binary())
-            return groups.BinaryRelease13();
+            return R13DxfBinary(groups);
         const std::string text = groups.Ascii();
         return std::vector<uint8_t>(text.begin(), text.end());
     }
@@ -758,7 +759,7 @@ TEST(R13DxfStream, BinaryBandsOfReleaseThirteenArriveByTheirTypes) {
         .G(1009, "z")
         .G(420, "unknown")
         .G(8, "0");
-    TempFile file("r13_bands.dxf", d.BinaryRelease13());
+    TempFile file("r13_bands.dxf", R13DxfBinary(d));
     CDrawingFile input;
     ASSERT_EQ(input.Open(file.c_str(), kDrawingFileRead), 1);
     input.SetPosition(CDxfStream::kBinarySentinelSize, 0);
@@ -790,8 +791,11 @@ TEST(R13DxfStream, BinaryBandsOfReleaseThirteenArriveByTheirTypes) {
 TEST(R13DxfSniff, ABinaryFileWithoutItsSentinelIsNoDxfOfEitherRelease) {
     DxfText d;
     d.Section("HEADER").G(9, "$ACADVER").G(1, "AC1012").EndSection().Eof();
-    TempFile with("r13_sentinel.dxf", d.BinaryRelease13(true));
-    TempFile without("r13_no_sentinel.dxf", d.BinaryRelease13(false));
+    const std::vector<uint8_t> bytes = R13DxfBinary(d);
+    TempFile with("r13_sentinel.dxf", bytes);
+    TempFile without(
+        "r13_no_sentinel.dxf",
+        std::vector<uint8_t>(bytes.begin() + CDxfStream::kBinarySentinelSize, bytes.end()));
     CDrawingFile a;
     CDrawingFile b;
     ASSERT_EQ(a.Open(with.c_str(), kDrawingFileRead), 1);

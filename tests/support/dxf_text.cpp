@@ -48,64 +48,17 @@ Type TypeOf(int code) {
     return Type::kNone;
 }
 
-// The value type of a code in a release 13 binary file.
-Type TypeOf13(int code) {
-    if ((code >= 10 && code <= 58) || (code >= 140 && code <= 147) ||
-        (code >= 210 && code <= 230) || (code >= 1010 && code <= 1042))
-        return Type::kReal;
-    if ((code >= 62 && code <= 78) || (code >= 170 && code <= 178) ||
-        (code >= 270 && code <= 275) || (code >= 280 && code <= 289) || code == 1070)
-        return Type::kInt16;
-    if ((code >= 90 && code <= 99) || code == 1071)
-        return Type::kInt32;
-    if (code == 310 || code == 1004)
-        return Type::kChunk;
-    return Type::kString;
-}
-
 template <typename T> void PutLe(std::vector<uint8_t> &out, T value) {
     uint8_t bytes[sizeof(T)];
     std::memcpy(bytes, &value, sizeof(T));
     out.insert(out.end(), bytes, bytes + sizeof(T));
 }
 
-// One value in the binary form of `type`.
-void PutValue(std::vector<uint8_t> &out, Type type, const std::string &value) {
-    switch (type) {
-    case Type::kString:
-        out.insert(out.end(), value.begin(), value.end());
-        out.push_back(0);
-        break;
-    case Type::kReal:
-        PutLe<double>(out, std::strtod(value.c_str(), nullptr));
-        break;
-    case Type::kInt16:
-        PutLe<int16_t>(out, static_cast<int16_t>(std::atoi(value.c_str())));
-        break;
-    case Type::kInt32:
-        PutLe<int32_t>(out, static_cast<int32_t>(std::atol(value.c_str())));
-        break;
-    case Type::kChunk: {
-        // Hexadecimal text to a length byte and the data.
-        std::vector<uint8_t> data;
-        for (size_t i = 0; i + 1 < value.size(); i += 2)
-            data.push_back(
-                static_cast<uint8_t>(std::strtoul(value.substr(i, 2).c_str(), nullptr, 16)));
-        out.push_back(static_cast<uint8_t>(data.size()));
-        out.insert(out.end(), data.begin(), data.end());
-        break;
-    }
-    case Type::kNone:
-        break;
-    }
-}
-
-const char kSentinel[] = "AutoCAD Binary DXF\r\n\x1a"; // the terminator is the 22nd byte
-
 } // namespace
 
 std::vector<uint8_t> DxfText::Binary() const {
-    std::vector<uint8_t> out(kSentinel, kSentinel + 22);
+    static const char kSentinel[] = "AutoCAD Binary DXF\r\n\x1a";
+    std::vector<uint8_t> out(kSentinel, kSentinel + 22); // the terminator is the 22nd byte
     for (const auto &g : groups_) {
         if (g.first < 255) {
             out.push_back(static_cast<uint8_t>(g.first));
@@ -113,18 +66,33 @@ std::vector<uint8_t> DxfText::Binary() const {
             out.push_back(255);
             PutLe<int16_t>(out, static_cast<int16_t>(g.first));
         }
-        PutValue(out, TypeOf(g.first), g.second);
-    }
-    return out;
-}
-
-std::vector<uint8_t> DxfText::BinaryRelease13(bool sentinel) const {
-    std::vector<uint8_t> out;
-    if (sentinel)
-        out.assign(kSentinel, kSentinel + 22);
-    for (const auto &g : groups_) {
-        PutLe<int16_t>(out, static_cast<int16_t>(g.first));
-        PutValue(out, TypeOf13(g.first), g.second);
+        switch (TypeOf(g.first)) {
+        case Type::kString:
+            out.insert(out.end(), g.second.begin(), g.second.end());
+            out.push_back(0);
+            break;
+        case Type::kReal:
+            PutLe<double>(out, std::strtod(g.second.c_str(), nullptr));
+            break;
+        case Type::kInt16:
+            PutLe<int16_t>(out, static_cast<int16_t>(std::atoi(g.second.c_str())));
+            break;
+        case Type::kInt32:
+            PutLe<int32_t>(out, static_cast<int32_t>(std::atol(g.second.c_str())));
+            break;
+        case Type::kChunk: {
+            // Hexadecimal text to a length byte and the data.
+            std::vector<uint8_t> data;
+            for (size_t i = 0; i + 1 < g.second.size(); i += 2)
+                data.push_back(
+                    static_cast<uint8_t>(std::strtoul(g.second.substr(i, 2).c_str(), nullptr, 16)));
+            out.push_back(static_cast<uint8_t>(data.size()));
+            out.insert(out.end(), data.begin(), data.end());
+            break;
+        }
+        case Type::kNone:
+            break;
+        }
     }
     return out;
 }

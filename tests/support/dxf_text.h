@@ -1,5 +1,5 @@
-// A builder of small DXF files for tests: groups in, ASCII text or binary bytes of release
-// 12 or 13 out.
+// A builder of small DXF files for tests: groups in, ASCII text or release 12 binary bytes
+// out.
 #ifndef VELKO_TEST_DXF_TEXT_H
 #define VELKO_TEST_DXF_TEXT_H
 
@@ -40,12 +40,6 @@ public:
     // The groups as a release 12 binary file: the 22-byte sentinel, one code byte (255 and
     // two bytes from 255 up), and each value by the release 12 type of its code.
     std::vector<uint8_t> Binary() const;
-    // The groups as a release 13 binary file: the sentinel (left out when `sentinel` is
-    // false), a two-byte little-endian code per group, and each value by the release 13 type
-    // of its code, written down here on its own: strings NUL-terminated, reals as doubles,
-    // 16- and 32-bit integers, the chunks of 310 and 1004 (hexadecimal text) as a length
-    // byte and the bytes, and every code the release 13 table does not name as a string.
-    std::vector<uint8_t> BinaryRelease13(bool sentinel = true) const;
 
     const std::vector<std::pair<int, std::string>> &Groups() const { return groups_; }
 
