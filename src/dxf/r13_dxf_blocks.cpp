@@ -15,14 +15,8 @@
 
 namespace {
 
-constexpr char kModelSpace[] = "*MODEL_SPACE";
-constexpr char kPaperSpace[] = "*PAPER_SPACE";
 constexpr int16_t kXrefFlag = 0x04;
 constexpr int16_t kDeletedFlag = 0x80;
-
-bool Is(const char *value, const char *word) {
-    return std::strcmp(value, word) == 0;
-}
 
 const char *NameOf(const CModelBlock *block) {
     return block && block->record && block->record->name ? block->record->name : "";

@@ -231,14 +231,6 @@ constexpr R13DxfHeaderVariable kVariables[] = {
 constexpr size_t kVariableCount = sizeof(kVariables) / sizeof(kVariables[0]);
 static_assert(kVariableCount == 174, "the HEADER section of release 13 has 174 variables");
 
-constexpr bool SameText(const char *a, const char *b) {
-    while (*a && *a == *b) {
-        ++a;
-        ++b;
-    }
-    return *a == *b;
-}
-
 // Every name is given once, with its "$"; every value lies inside the record; the written
 // variables come first (162 of them) and the read-only ones behind them.
 constexpr bool VariablesAreSound() {
@@ -253,19 +245,12 @@ constexpr bool VariablesAreSound() {
         if ((v.type == T::kName) != (v.names != NT::kNone))
             return false;
         for (size_t j = i + 1; j < kVariableCount; ++j)
-            if (SameText(v.name, kVariables[j].name))
+            if (std::string_view(v.name) == std::string_view(kVariables[j].name))
                 return false;
     }
     return written == 162;
 }
 static_assert(VariablesAreSound(), "the release 13 HEADER table is out of order");
-
-size_t BoundedLength(const char *text, size_t limit) {
-    size_t n = 0;
-    while (text && n < limit && text[n] != 0)
-        ++n;
-    return n;
-}
 
 char *TextField(CDB_HEADER_type &vars, uint16_t offset) {
     return LoadField<char *>(&vars, offset);
@@ -347,7 +332,7 @@ void ReadVariable(const R13DxfHeaderVariable &var, CDxfStream &stream, CDrawingF
     } else {
         CopyIntoTextBlock(TextField(vars, var.offset), HeaderTextRoomOf(var.offset), value);
         if (var.offset == offsetof(CDB_HEADER_type, acadver)) {
-            const size_t n = BoundedLength(value, sizeof(input.version));
+            const size_t n = strnlen(value, sizeof(input.version));
             for (size_t i = 0; i < sizeof(input.version); ++i)
                 input.version[i] = i < n ? value[i] : 0;
         }
@@ -379,8 +364,7 @@ const R13DxfHeaderVariable *FindR13DxfHeaderVariable(const char *value) {
     }();
     if (!value)
         return nullptr;
-    const auto it =
-        index.find(std::string_view(value, BoundedLength(value, CDxfStream::kValueSize)));
+    const auto it = index.find(std::string_view(value, strnlen(value, CDxfStream::kValueSize)));
     return it == index.end() ? nullptr : it->second;
 }
 

@@ -11,25 +11,12 @@
 #include "dxf/dxf_numbers.h"
 #include "io/drawing_file.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
 namespace {
-
-constexpr char kModelSpace[] = "*MODEL_SPACE";
-constexpr char kPaperSpace[] = "*PAPER_SPACE";
-
-bool Is(const char *value, const char *word) {
-    return std::strcmp(value, word) == 0;
-}
-
-// Copies `text` into `dest` of `size` bytes, cut to fit and terminated.
-void CopyBounded(char *dest, size_t size, const char *text) {
-    const size_t n = strnlen(text, size - 1);
-    std::memcpy(dest, text, n);
-    dest[n] = 0;
-}
 
 // The entity dispatch: group 0 names and the object types made for them.
 struct NamedType {
@@ -123,6 +110,10 @@ CR13DxfReader::CR13DxfReader(CR13Drawing &drawing, CDxfStream::Form form) : draw
     };
 }
 
+bool CR13DxfReader::Is(const char *value, const char *word) {
+    return std::strcmp(value, word) == 0;
+}
+
 int CR13DxfReader::EntityTypeOfName(const char *name) {
     if (!name)
         return 0;
@@ -195,7 +186,7 @@ int CR13DxfReader::LoadUpToBlocks() {
             return Invalid("the file ends before a BLOCKS or an ENTITIES section");
     }
     ResolveAfterTables();
-    CopyBounded(next_section_, sizeof next_section_, value_);
+    std::snprintf(next_section_, sizeof next_section_, "%s", value_);
     d.tables_loaded = 1;
     return 1;
 }
@@ -207,7 +198,7 @@ int CR13DxfReader::LoadBlocksAndEntities() {
     const CDxfStream::Form form = stream_.InputForm();
     if (form != CDxfStream::kAscii && form != CDxfStream::kBinary)
         return Invalid("the file is neither an ASCII nor a binary DXF");
-    CopyBounded(value_, sizeof value_, next_section_);
+    std::snprintf(value_, sizeof value_, "%s", next_section_);
     while (!Is(value_, "EOF")) {
         if (Is(value_, "BLOCKS")) {
             if (!ReadBlocks()) {

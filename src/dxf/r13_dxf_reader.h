@@ -61,6 +61,11 @@ public:
     static int EntityTypeOfName(const char *name);
 
 private:
+    // The names of the two spaces' blocks and block records.
+    static constexpr const char *kModelSpace = "*MODEL_SPACE";
+    static constexpr const char *kPaperSpace = "*PAPER_SPACE";
+    static bool Is(const char *value, const char *word);
+
     int LoadUpToBlocks();
     int LoadBlocksAndEntities();
     int ReadTables();

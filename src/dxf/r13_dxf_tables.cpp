@@ -10,6 +10,7 @@
 #include "dxf/dxf_stream.h"
 #include "dxf/r13_dxf_reader.h"
 #include "io/record_field.h"
+#include "records/heap_text.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -19,28 +20,6 @@ namespace {
 
 using V13 = R13DxfRecordValue;
 using V12 = R12DxfValue;
-
-// A new heap copy of `text`.
-char *CopyText(const char *text) {
-    const size_t n = std::strlen(text);
-    char *copy = static_cast<char *>(std::malloc(n + 1));
-    if (copy)
-        std::memcpy(copy, text, n + 1);
-    return copy;
-}
-
-// `tail` appended to the text `head` (null for none), in a new block.
-char *Append(const char *head, const char *tail) {
-    const size_t a = head ? std::strlen(head) : 0;
-    const size_t b = std::strlen(tail);
-    char *joined = static_cast<char *>(std::malloc(a + b + 1));
-    if (joined) {
-        if (a)
-            std::memcpy(joined, head, a);
-        std::memcpy(joined + a, tail, b + 1);
-    }
-    return joined;
-}
 
 // Replaces the heap text at `offset` of `body` with `text` (taken over).
 void ReplaceText(uint8_t *body, size_t offset, char *text) {
@@ -100,18 +79,18 @@ CDB_MLINESTYLE_ELEMENT *OpenElement(RecordSink &sink) {
 // handle in the line type table (null when the table lacks it).
 char *LtypeHandleText(CR13DxfReader &reader, const char *name) {
     if (std::strcmp(name, "BYBLOCK") == 0)
-        return CopyText("0");
+        return DuplicateText("0");
     if (std::strcmp(name, "BYLAYER") == 0)
-        return CopyText("-1");
+        return DuplicateText("-1");
     const char *handle = reader.Drawing().Table(R13Table::kLtypes).HandleOfName(name);
-    return handle ? CopyText(handle) : nullptr;
+    return handle ? DuplicateText(handle) : nullptr;
 }
 
 void StoreGroup(RecordSink &sink, const R13DxfRecordGroup &group, const char *value) {
     uint8_t *body = sink.body;
     switch (group.value) {
     case V13::kHandle:
-        ReplaceText(body, group.offset, CopyText(value));
+        ReplaceText(body, group.offset, DuplicateText(value));
         return;
     case V13::kName:
         sink.record.SetName(*value ? value : nullptr);
@@ -126,7 +105,7 @@ void StoreGroup(RecordSink &sink, const R13DxfRecordGroup &group, const char *va
         StoreField<int16_t>(body, group.offset, static_cast<int16_t>(DxfTextToInt(value)));
         return;
     case V13::kTextKept:
-        ReplaceText(body, group.offset, CopyText(value));
+        ReplaceText(body, group.offset, DuplicateText(value));
         return;
     case V13::kLtypeHandle:
         ReplaceText(body, group.offset, LtypeHandleText(sink.reader, value));
@@ -198,10 +177,10 @@ bool StoreRelease12Group(RecordSink &sink, const R12DxfGroup &group, char *value
         return true;
     case V12::kText:
     case V12::kTextKept:
-        ReplaceText(body, group.offset, CopyText(value));
+        ReplaceText(body, group.offset, DuplicateText(value));
         return true;
     case V12::kAppendText:
-        ReplaceText(body, group.offset, Append(LoadField<char *>(body, group.offset), value));
+        ReplaceText(body, group.offset, JoinTexts(LoadField<char *>(body, group.offset), value));
         return true;
     case V12::kDash:
         if (sink.dashes.size() < 32767)
