@@ -225,6 +225,19 @@ TEST_P(Release13DxfCorpus, OpensThroughTheFlatInterfaceAsRelease13) {
     for (const auto &member : kinds.members())
         unknown += static_cast<int>(member.second.as_number());
     EXPECT_EQ(walked, Count(*entry, "entities_total") - unknown + 1);
+    // The viewport walk meets every VIEWPORT, of the main list and of the blocks.
+    int viewports = 0;
+    CDB_ENTITY viewport;
+    std::memset(&viewport, 0, sizeof viewport);
+    for (int16_t step = CDBGetFirstViewport(h, &viewport); step == 0;
+         step = CDBGetNextViewport(h, &viewport)) {
+        EXPECT_EQ(viewport.entity_type, CDB_VIEWPORT);
+        FreeOwnedTexts(&viewport);
+        std::memset(&viewport, 0, sizeof viewport);
+        ++viewports;
+    }
+    EXPECT_EQ(viewports, Count((*entry)["entities"], "VIEWPORT") +
+                             Count((*entry)["block_entities"], "VIEWPORT"));
     EXPECT_EQ(CDBEndOperation(h), 0);
 }
 
