@@ -726,6 +726,33 @@ TEST_P(R13DxfRead, AFileWithoutEofIsInvalid) {
     EXPECT_EQ(D().GetError(), CDB_ERR_INVALID_FILE);
 }
 
+TEST_P(R13DxfRead, SomethingOtherThanABlockInBlocksLeavesTheDrawingUnloaded) {
+    DxfText d;
+    Header(d);
+    d.Section("BLOCKS");
+    Line(d, "50", 0.0);
+    d.EndSection().Section("ENTITIES").EndSection().Eof();
+    // The second phase ends there with success, and with the lists not loaded: walks are
+    // refused.
+    EXPECT_EQ(Load(d), 1);
+    EXPECT_EQ(D().TriggerLoading(), 0);
+    EXPECT_NE(D().LoadFailure().find("other than a block"), std::string::npos);
+}
+
+TEST_P(R13DxfRead, ATableThatStandsTwiceFailsTheLoadWithoutACode) {
+    DxfText d;
+    Header(d);
+    d.Section("TABLES");
+    Layers(d);
+    Layers(d);
+    d.EndSection();
+    Blocks(d);
+    d.Section("ENTITIES").EndSection().Eof();
+    EXPECT_EQ(Load(d), 0);
+    EXPECT_EQ(D().GetError(), 0);
+    EXPECT_NE(D().LoadFailure().find("twice"), std::string::npos);
+}
+
 TEST_P(R13DxfRead, EntitiesWithoutAModelSpaceBlockAreRefused) {
     DxfText d;
     Header(d);
