@@ -124,6 +124,7 @@ int CR13DxfReader::EntityTypeOfName(const char *name) {
 }
 
 int CR13DxfReader::Invalid(const char *why) {
+    invalid_ = true;
     drawing_.SetError(CDB_ERR_INVALID_FILE);
     drawing_.load_failure = why;
     return 0;
@@ -202,10 +203,11 @@ int CR13DxfReader::LoadBlocksAndEntities() {
     while (!Is(value_, "EOF")) {
         if (Is(value_, "BLOCKS")) {
             if (!ReadBlocks()) {
-                // A BLOCKS section that cannot be read ends the load, which is not done.
+                // A BLOCKS section that the reader refuses ends the load, which is not
+                // done; one that it cannot go through fails it.
                 if (stream_.AtEnd())
                     return Invalid("the file ends inside the BLOCKS section");
-                return 1;
+                return invalid_ ? 0 : 1;
             }
         } else if (Is(value_, "ENTITIES")) {
             if (!ReadEntities())

@@ -98,6 +98,8 @@ private:
     // The section at which the first phase stopped.
     char next_section_[CDxfStream::kValueSize] = {};
     R13DxfHeaderNames header_names_;
+    // Set once the load met the end of the file or a group it cannot go past.
+    bool invalid_ = false;
 };
 
 #endif

@@ -684,6 +684,18 @@ TEST_P(R13DxfRead, A3dLineStallsTheDispatchAndEndsTheLoadAsInvalid) {
     EXPECT_EQ(D().GetError(), CDB_ERR_INVALID_FILE);
 }
 
+TEST_P(R13DxfRead, A3dLineInABlockEndsTheLoadAsInvalid) {
+    DxfText d;
+    Header(d);
+    d.Section("BLOCKS");
+    Block(d, "*MODEL_SPACE", "20");
+    d.G(0, "3DLINE").G(8, "0").G(10, 0.0).G(20, 0.0).G(30, 0.0);
+    EndBlock(d, "21");
+    d.EndSection().Section("ENTITIES").EndSection().Eof();
+    EXPECT_EQ(Load(d), 0);
+    EXPECT_EQ(D().GetError(), CDB_ERR_INVALID_FILE);
+}
+
 TEST_P(R13DxfRead, AnOle2FrameStallsTheDispatchAndEndsTheLoadAsInvalid) {
     DxfText d = DrawingHead();
     d.G(0, "OLE2FRAME").G(8, "0").G(70, 2);
