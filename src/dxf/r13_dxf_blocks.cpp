@@ -50,6 +50,16 @@ void FillBlockRecord(CR13Block &block) {
     block.first_handle = start->handle ? start->handle : "";
 }
 
+// What a block record holds of its block beyond the DXF's groups, as a DWG's holds it: the
+// base point, the path of a reference and its flag.
+void TakeBlockIntoRecord(const CR13Block &block, CR13BlockRecord &header) {
+    const CDB_STARTBLOCK_ENTITY_type *record = block.record;
+    header.body.base_point = record->base_point;
+    header.body.is_xref_block = (record->flags & kXrefFlag) ? 1 : 0;
+    if (!header.body.xref_path && record->xref_path && *record->xref_path)
+        header.body.xref_path = DuplicateText(record->xref_path);
+}
+
 } // namespace
 
 // ---- BLOCKS -------------------------------------------------------------------------------
@@ -118,6 +128,7 @@ void CR13DxfReader::MatchBlockRecords() {
                 kept->SetName(name);
             }
             block->header = kept.get();
+            TakeBlockIntoRecord(*block, *kept);
             continue;
         }
         CR13BlockRecord *header = nullptr;
@@ -136,6 +147,7 @@ void CR13DxfReader::MatchBlockRecords() {
             ++table.count_hint;
         }
         block->header = header;
+        TakeBlockIntoRecord(*block, *header);
         ordered.push_back(header);
     }
     for (CTableRecord *record : ordered)

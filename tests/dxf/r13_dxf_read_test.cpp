@@ -4,6 +4,7 @@
 #include "support/dxf_text.h"
 #include "support/r13_dxf_fixture.h"
 
+#include "dwg13/r13_block.h"
 #include "dwg13/r13_drawing.h"
 #include "dwg13/r13_header.h"
 #include "dwg13/r13_tables.h"
@@ -361,6 +362,12 @@ TEST_P(R13DxfRead, ModelSpaceEntitiesFormTheMainListAndTheSpacesLeaveTheBlockLis
     ASSERT_EQ(T(R13Table::kBlocks).records.Count(), 1);
     EXPECT_STREQ(T(R13Table::kBlocks).records.At(0)->RecordName(), "DOOR");
     EXPECT_STREQ(T(R13Table::kBlocks).records.At(0)->RecordHandle(), "40");
+    // The record takes the block's base point, as a DWG's holds it.
+    auto *door = static_cast<CR13BlockRecord *>(T(R13Table::kBlocks).records.At(0));
+    EXPECT_DOUBLE_EQ(door->BasePoint().x, 1.0);
+    EXPECT_DOUBLE_EQ(door->BasePoint().y, 2.0);
+    EXPECT_EQ(static_cast<CR13Block *>(D().Blocks().At(0))->header, door);
+    EXPECT_DOUBLE_EQ(D().Blocks().At(0)->record->base_point.y, 2.0);
     // The spaces are kept apart: their records and their blocks.
     ASSERT_NE(D().ModelSpaceRecord(), nullptr);
     EXPECT_STREQ(D().ModelSpaceRecord()->RecordHandle(), "1F");
