@@ -199,6 +199,7 @@ uint32_t CR13Dimension::KindBits() const {
 
 void CR13Dimension::ResolveKind() {
     CDB_DIMENSION_type &d = record->dimension;
+    R13FindBlockHandle(*drawing, block_name, d.block_handle);
     d.block_index = drawing->ResolvedIndex(TableBase::kBlocks, d.block_handle);
     d.dimstyle_index = drawing->ResolvedIndex(TableBase::kDimstyles, d.dimstyle_handle);
 }

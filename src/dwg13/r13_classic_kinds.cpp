@@ -3,9 +3,11 @@
 #include "dwg13/r13_classic_kinds.h"
 
 #include "dwg13/r13_drawing.h"
+#include "dwg13/r13_tables.h"
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"
 #include "io/record_field.h"
+#include "records/heap_text.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -513,7 +515,14 @@ uint32_t CR13Insert::KindBits() const {
     return bits;
 }
 
+void R13FindBlockHandle(CR13Drawing &drawing, const std::string &name, char *&handle) {
+    if (handle || name.empty())
+        return;
+    handle = DuplicateText(drawing.Table(R13Table::kBlocks).HandleOfName(name.c_str()));
+}
+
 void CR13Insert::ResolveKind() {
+    R13FindBlockHandle(*drawing, block_name, record->insert.block_handle);
     record->insert.block_index =
         drawing->ResolvedIndex(TableBase::kBlocks, record->insert.block_handle);
 }

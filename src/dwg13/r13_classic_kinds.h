@@ -24,6 +24,11 @@
 #include "model/viewport_chain.h"
 
 #include <cstdint>
+#include <string>
+
+// Gives `handle` (a heap text or null) the handle of the block named `name` when it has none
+// yet and the name is known to the drawing's block table.
+void R13FindBlockHandle(CR13Drawing &drawing, const std::string &name, char *&handle);
 
 // A kind whose data is one layout and nothing else: LINE, POINT, 3DFACE.
 class CR13LayoutEntity : public CR13Entity {
@@ -145,6 +150,9 @@ public:
     CHandleRef first_attribute{};
     CHandleRef last_attribute{};
     CHandleRef sequence_end{};
+    // The block's name as a DXF file gave it: the block handle is looked up by it when the
+    // record is resolved and the handle is still unknown.
+    std::string block_name;
 
 protected:
     int ReadBody(CBitStream &stream) override;
@@ -194,6 +202,9 @@ public:
     uint8_t dim_flags = 0;
     uint8_t reserved_byte = 0;
     uint8_t ordinate_flag = 0;
+    // The block's name as a DXF file gave it: the block handle is looked up by it when the
+    // record is resolved and the handle is still unknown.
+    std::string block_name;
 
 protected:
     int ReadBody(CBitStream &stream) override;

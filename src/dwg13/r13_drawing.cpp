@@ -63,9 +63,9 @@ int CR13Drawing::OpenDWG(const char *name, CDB_OPEN_MODE mode) {
     return 1;
 }
 
-int CR13Drawing::OpenDXFFrom(std::unique_ptr<CDrawingFile> &, const char *, int) {
-    SetError(CDB_ERR_INVALID_FILE);
-    return 0;
+void CR13Drawing::AttachFile(std::unique_ptr<CDrawingFile> opened, int kind) {
+    file = std::move(opened);
+    file_kind = kind;
 }
 
 int CR13Drawing::CloseDWGFile() {

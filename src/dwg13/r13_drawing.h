@@ -1,4 +1,4 @@
-// A drawing of release 13: DWG "AC1012" (and, later, DXF "AC1012").
+// A drawing of release 13: DWG "AC1012" or DXF "AC1012", ASCII or binary.
 //
 // The lists, the walks and the table read-out are CListDrawing's (src/model); this class
 // keeps what is release 13's own: the file and its layout (the head, the header section,
@@ -26,6 +26,7 @@
 
 class CDrawingFile;
 class CObjectMap;
+class CR13DxfReader;
 class CR13Header;
 class CR13Table;
 
@@ -47,6 +48,11 @@ enum class R13Table : uint8_t {
 };
 constexpr size_t kR13TableCount = static_cast<size_t>(R13Table::kCount);
 
+// Deletes the DXF reader where its class is complete (src/dxf).
+struct CR13DxfReaderDeleter {
+    void operator()(CR13DxfReader *reader) const;
+};
+
 class CR13Drawing : public CListDrawing, private EedHandleResolver {
 public:
     enum FileKind { kNone = -1, kDwg = 0, kTextDxf = 1, kBinaryDxf = 2 };
@@ -59,9 +65,15 @@ public:
     // that does not begin "AC1012".
     int OpenDWG(const char *name, CDB_OPEN_MODE mode);
     // Takes the file out of `opened`, a file that the open sniff found to be a DXF of
-    // this release. Until the DXF reader of this release exists every file is refused,
-    // with "Invalid File.", and stays with the caller.
+    // this release (`binary` non-zero: the binary form, its groups behind the sentinel),
+    // positioned where its groups begin. 1; 0 with -400 when a file is open already, or
+    // with "Invalid File." when `opened` holds no open file (it then stays with the
+    // caller). The groups are read by LoadDWG (src/dxf/r13_dxf_load.cpp).
     int OpenDXFFrom(std::unique_ptr<CDrawingFile> &opened, const char *name, int binary);
+    // The load of a DXF-opened drawing: both phases of the reader. 1; 0 when a section
+    // cannot be read (LoadFailure() says why; a file that ends too early, or holds a group
+    // the reader cannot go past, sets "Invalid File.").
+    int LoadDXF() override;
 
     int FileKind() const { return file_kind; }
 
@@ -111,6 +123,8 @@ public:
     // file offset, in file order.
     CObjectMap &CarriedObjects() { return *carried_objects; }
     CDrawingFile *File() { return file.get(); }
+    // Tests: makes `opened` the drawing's file, of the kind `kind`, as an open would.
+    void AttachFile(std::unique_ptr<CDrawingFile> opened, int kind);
     const R13FileHead &FileHead() const { return file_head; }
     int32_t ObjectsStart() const { return objects_start; }
     // The stored handle of layer "0".
@@ -130,6 +144,22 @@ public:
 
     // Why the last load failed, in words; empty when it did not.
     const std::string &LoadFailure() const { return load_failure; }
+
+    // ---- What a DXF load keeps ------------------------------------------------------------
+    // The bytes behind the ENDSEC of the ENTITIES section, to the end of the file (the
+    // OBJECTS section and the end mark): their offset and their count; 0 and 0 for a
+    // drawing that came from no DXF or whose ENTITIES section was not read.
+    int32_t TailStart() const { return tail_start; }
+    int32_t TailSize() const { return tail_size; }
+    // The block records of the two spaces, which the block table does not hold; null when
+    // the file had none.
+    CR13BlockRecord *ModelSpaceRecord() const { return space_records[0].get(); }
+    CR13BlockRecord *PaperSpaceRecord() const { return space_records[1].get(); }
+    // The blocks of the two spaces, out of the block list: model space's entities are the
+    // main list (its list is then empty), paper space's list is kept here. Null when the
+    // file had none.
+    CR13Block *ModelSpaceBlock() const { return space_blocks[0].get(); }
+    CR13Block *PaperSpaceBlock() const { return space_blocks[1].get(); }
 
     // ---- Loading (r13_load.cpp) ---------------------------------------------------------------
     // Reads the entities of a block from the file's position up to and including its
@@ -153,6 +183,8 @@ protected:
 private:
     // The update pass works on the load's state: the file, the object buffer, the spaces.
     friend class CR13UpdatePass;
+    // The DXF reader fills the tables, the lists and the load's flags directly.
+    friend class CR13DxfReader;
 
     int16_t ApplicationIndex(const char *handle) const override;
     int16_t LayerIndex(const char *handle) const override;
@@ -206,6 +238,14 @@ private:
     std::string load_failure;
     CDB_POINT3 polyline_extrusion{0.0, 0.0, 1.0};
     double polyline_elevation = 0.0;
+
+    // A DXF load: the reader (until the load is done), the tail, the space records and the
+    // space blocks (model space first).
+    std::unique_ptr<CR13DxfReader, CR13DxfReaderDeleter> dxf_reader;
+    int32_t tail_start = 0;
+    int32_t tail_size = 0;
+    std::unique_ptr<CR13BlockRecord> space_records[2];
+    std::unique_ptr<CR13Block> space_blocks[2];
 };
 
 #endif

@@ -35,6 +35,8 @@ int16_t ObjectType(const uint8_t *object) {
 
 int CR13Drawing::LoadDWG() {
     load_failure.clear();
+    if (file_kind == kTextDxf || file_kind == kBinaryDxf)
+        return LoadDXF();
     if (file_kind != kDwg || !file)
         return Fail("the drawing has no DWG file open");
     if (!header->ReadHeader(*file))

@@ -105,7 +105,7 @@ void CDxfEedCollector::AddCounted(int16_t code, const void *data, size_t count) 
 }
 
 void CDxfEedCollector::AddTableIndex(int16_t code, const char *name) {
-    const std::function<int(const char *)> &find = code == 1001 ? lookup_.appid : lookup_.layer;
+    const std::function<int(const char *)> &find = code == 1001 ? lookup_->appid : lookup_->layer;
     const int index = find ? find(name) : -1;
     if (BeginItem(code, 2))
         ByteWriter(bytes_).U16(static_cast<uint16_t>(index));
@@ -152,9 +152,62 @@ void CDxfEedCollector::AddPointPart(int16_t code, const char *value) {
     ByteWriter(bytes_).WriteAt(slot, DxfTextToReal(value));
 }
 
+void CDxfEedCollector::AddSection(const char *name) {
+    const char *handle = handles_->appid ? handles_->appid(name) : nullptr;
+    in_section_ = false;
+    if (!handle)
+        return;
+    const uint64_t value = HandleTextToValue(handle, strnlen(handle, kValueSize));
+    size_t count = 1;
+    while (count < 8 && (value >> (8 * count)) != 0)
+        ++count;
+    if (!Reserve(1 + count))
+        return;
+    bytes_.push_back(static_cast<uint8_t>(0x50 + count));
+    for (size_t i = count; i-- > 0;)
+        bytes_.push_back(static_cast<uint8_t>(value >> (8 * i)));
+    in_section_ = true;
+}
+
+void CDxfEedCollector::AddCodePageText(const char *value, size_t length) {
+    const size_t n = length < kMaxPayload ? length : kMaxPayload;
+    if (!BeginItem(1000, 3 + n))
+        return;
+    bytes_.push_back(static_cast<uint8_t>(n));
+    ByteWriter(bytes_).U16(kDxfEedCodePage);
+    bytes_.insert(bytes_.end(), value, value + n);
+}
+
+void CDxfEedCollector::AddLayerHandle(const char *name) {
+    const char *handle = handles_->layer ? handles_->layer(name) : nullptr;
+    const uint64_t value = handle ? HandleTextToValue(handle, strnlen(handle, kValueSize)) : 0;
+    if (!BeginItem(1003, 8))
+        return;
+    for (int i = 7; i >= 0; --i)
+        bytes_.push_back(static_cast<uint8_t>(value >> (8 * i)));
+}
+
 void CDxfEedCollector::Add(int16_t code, const char *value) {
     if (!value)
         value = "";
+    if (handles_) {
+        // Release 13: an application opens a section; nothing stands outside one.
+        if (code == 1001) {
+            point_at_ = kNoPoint;
+            AddSection(value);
+            return;
+        }
+        if (!in_section_)
+            return;
+        if (code == 1000 || code == 1003) {
+            point_at_ = kNoPoint;
+            if (code == 1000)
+                AddCodePageText(value, strnlen(value, kValueSize));
+            else
+                AddLayerHandle(value);
+            return;
+        }
+    }
     // Continuation of an open point: filled in place, no code byte.
     if (IsPointContinuation(code)) {
         AddPointPart(code, value);

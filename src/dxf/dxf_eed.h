@@ -14,6 +14,14 @@
 //   1070        2 bytes
 //   1071        4 bytes
 // Every other code from 1000 up is dropped with its value.
+//
+// The release 13 form is the one its DWG keeps: the values come in sections, one per
+// application. A section opens with a marker byte 0x51 to 0x58 whose low bits count the
+// bytes of the application's handle that follow (most significant first), and holds the
+// items above with three differences: 1001 is that marker, not an item; a 1000 string has two
+// bytes of code page between its length byte and its characters; 1003 is the layer's handle
+// in 8 bytes, big-endian. An application that the drawing does not have drops its section,
+// and values in front of the first 1001 have no section and are dropped.
 #ifndef VELKO_DXF_EED_H
 #define VELKO_DXF_EED_H
 
@@ -31,12 +39,26 @@ struct DxfEedLookup {
     std::function<int(const char *)> layer;
 };
 
+// The handle texts the release 13 form stores for a name (case counted as the tables count
+// it); null when the table has no such record.
+struct DxfEedHandles {
+    std::function<const char *(const char *)> appid;
+    std::function<const char *(const char *)> layer;
+};
+
+// The code page that a string of the release 13 form carries when it comes from DXF: the file
+// says none, and the text is kept as the file gave it.
+constexpr uint16_t kDxfEedCodePage = 0;
+
 // Collects the extended data of one entity.
 class CDxfEedCollector {
 public:
-    // `binary`: the values come from a binary file, where a 1004 value begins with its
-    // length byte; in ASCII it is hexadecimal text, two digits a byte.
-    CDxfEedCollector(const DxfEedLookup &lookup, bool binary) : lookup_(lookup), binary_(binary) {}
+    // The release 12 form. `binary`: the values come from a binary file, where a 1004 value
+    // begins with its length byte; in ASCII it is hexadecimal text, two digits a byte.
+    CDxfEedCollector(const DxfEedLookup &lookup, bool binary) : lookup_(&lookup), binary_(binary) {}
+    // The release 13 form.
+    CDxfEedCollector(const DxfEedHandles &handles, bool binary)
+        : handles_(&handles), binary_(binary) {}
 
     // Takes the group in `code`/`value` (code 1000 or more) and the following ones, until
     // a group with a code below 1000 comes or the stream ends. That group is left in
@@ -67,9 +89,16 @@ private:
     void AddHandle(int16_t code, const char *value, size_t length);
     void AddPointStart(int16_t code, const char *value); // 1010 to 1013
     void AddPointPart(int16_t code, const char *value);  // 1020 to 1033
+    // The items whose release 13 form differs.
+    void AddSection(const char *name);                      // 1001
+    void AddCodePageText(const char *value, size_t length); // 1000
+    void AddLayerHandle(const char *name);                  // 1003
 
-    const DxfEedLookup &lookup_;
+    const DxfEedLookup *lookup_ = nullptr;
+    const DxfEedHandles *handles_ = nullptr;
     bool binary_;
+    // Release 13: whether a section is open, so that values have an application.
+    bool in_section_ = false;
     std::vector<uint8_t> bytes_;
     // Offset of the code byte of the point that 1020-1033 groups still fill, or kNoPoint.
     size_t point_at_ = kNoPoint;

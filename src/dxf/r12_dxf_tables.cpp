@@ -4,6 +4,7 @@
 #include "dxf/dxf_stream.h"
 #include "dwg12/r12_dxf_layout.h"
 #include "io/record_field.h"
+#include "records/heap_text.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -22,19 +23,6 @@ char *CopyText(const char *text, size_t limit) {
         copy[n] = 0;
     }
     return copy;
-}
-
-// `tail` appended to the text `head` (null for none), in a new block.
-char *Append(const char *head, const char *tail) {
-    const size_t a = head ? std::strlen(head) : 0;
-    const size_t b = std::strlen(tail);
-    char *joined = static_cast<char *>(std::malloc(a + b + 1));
-    if (joined) {
-        if (a)
-            std::memcpy(joined, head, a);
-        std::memcpy(joined + a, tail, b + 1);
-    }
-    return joined;
 }
 
 } // namespace
@@ -82,7 +70,7 @@ int CR12LayoutRecord::ReadDXF(R12DxfRecordContext &context, char *name) {
                 break;
             case R12DxfValue::kAppendText: {
                 char *old = LoadField<char *>(body, group->offset);
-                StoreField<char *>(body, group->offset, Append(old, name));
+                StoreField<char *>(body, group->offset, JoinTexts(old, name));
                 std::free(old);
                 break;
             }

@@ -3,6 +3,7 @@
 
 #include "dwg12/r12_drawing.h"
 #include "dwg13/r13_drawing.h"
+#include "dxf/dxf_sniff.h"
 #include "fonts/shape_file.h"
 #include "fonts/shape_index_writer.h"
 #include "fonts/shape_strokes.h"
@@ -189,10 +190,17 @@ double LoadFraction(int16_t drawing) {
 }
 
 std::string WhyRefused(const std::string &path) {
-    // A release 13 DWG whose load failed: load it again on its own to hear why.
+    // A release 13 DWG or DXF whose load failed: load it again on its own to hear why.
     CR13Drawing drawing(nullptr, 0);
-    if (drawing.OpenDWG(path.c_str(), CDB_OPEN_READ) != 1)
-        return "";
+    if (drawing.OpenDWG(path.c_str(), CDB_OPEN_READ) != 1) {
+        auto file = std::make_unique<CDrawingFile>();
+        if (!file->Open(path.c_str(), kDrawingFileRead))
+            return "";
+        const DxfSniff sniff = SniffDxf(*file);
+        if (sniff.release != 13 ||
+            drawing.OpenDXFFrom(file, path.c_str(), sniff.form == CDxfStream::kBinary) != 1)
+            return "";
+    }
     if (drawing.LoadDWG() == 1)
         return "";
     return drawing.LoadFailure();

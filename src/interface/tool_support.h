@@ -78,8 +78,8 @@ double LoadFraction(int16_t drawing);
 // ---- Drawing files and external references ----------------------------------------------
 
 // What the loader met in a drawing file that the library refused to open, in words, when it
-// can tell more than the error code does: for a release 13 DWG that opens but does not load,
-// the step of the load that failed and why. Empty when there is nothing more to say.
+// can tell more than the error code does: for a release 13 DWG or DXF that opens but does not
+// load, the step of the load that failed and why. Empty when there is nothing more to say.
 std::string WhyRefused(const std::string &path);
 
 // Whether a regular file exists at `path` as the library's file open looks it up: "\" and

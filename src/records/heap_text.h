@@ -16,4 +16,20 @@ inline char *DuplicateText(const char *text) {
     return copy;
 }
 
+// `tail` appended to `head` (null for none) in a new block (malloc); null when the
+// allocation fails.
+inline char *JoinTexts(const char *head, const char *tail) {
+    const size_t a = head ? std::strlen(head) : 0;
+    const size_t b = tail ? std::strlen(tail) : 0;
+    char *joined = static_cast<char *>(std::malloc(a + b + 1));
+    if (joined) {
+        if (a)
+            std::memcpy(joined, head, a);
+        if (b)
+            std::memcpy(joined + a, tail, b);
+        joined[a + b] = 0;
+    }
+    return joined;
+}
+
 #endif

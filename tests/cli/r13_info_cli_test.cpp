@@ -50,4 +50,28 @@ TEST(VelkoRelease13Info, AFileInAnotherWritersOrderIsRefusedWithTheReason) {
     EXPECT_NE(r.out.find("not laid out in the order"), std::string::npos) << r.out;
 }
 
+TEST(VelkoRelease13Info, NamesTheFormAndReleaseOfEveryRelease13Dxf) {
+    VELKO_REQUIRE_CORPUS();
+    for (const char *file : {"dxf13/example_r13.dxf", "dxf13/small_r13.dxf", "dxf13/v.dxf",
+                             "dxf13/uc.r13a.dxf", "dxf13/uc.r13b.dxf", "dxf13/bin_dxf_r13.dxf"}) {
+        const bool binary = std::string(file).find("r13b") != std::string::npos ||
+                            std::string(file).find("bin_") != std::string::npos;
+        CommandOutcome r = RunVelko("info --json " + CorpusPath(file));
+        EXPECT_EQ(r.status, 0) << file;
+        std::string error;
+        velko_test::json::Value v = velko_test::json::Parse(r.out, &error);
+        ASSERT_TRUE(error.empty()) << error << "\n" << r.out;
+        EXPECT_EQ(v["kind"].as_string(), binary ? "binary DXF" : "ASCII DXF") << file;
+        EXPECT_EQ(v["version"].as_string(), "AC1012") << file;
+        EXPECT_EQ(v["release"].as_number(), 13) << file;
+    }
+}
+
+TEST(VelkoRelease13Info, ADxfWithoutAModelSpaceBlockIsRefusedWithTheReason) {
+    VELKO_REQUIRE_CORPUS();
+    CommandOutcome r = RunVelko("info " + CorpusPath("dxf13/ixmilia_r13.dxf"), true);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.out.find("no *MODEL_SPACE block"), std::string::npos) << r.out;
+}
+
 } // namespace

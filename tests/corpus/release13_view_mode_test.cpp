@@ -19,6 +19,7 @@ namespace release13 {
 namespace {
 
 constexpr char kRelaid[] = "dwg13/example_r13_relaid.dwg";
+constexpr char kDxf[] = "dxf13/example_r13.dxf";
 
 // What identifies an entity across the two modes: its kind and handle.
 std::string Key(const CDB_ENTITY &r) {
@@ -124,6 +125,33 @@ TEST(Release13ViewMode, HandsOverWhatListModeKeepsLessTheOpaqueKinds) {
     // A second call finds the lists empty: every record went once.
     view.LoadEntities();
     EXPECT_EQ(view.entities.size(), main.size());
+}
+
+// A drawing read from a DXF hands its lists over as one read from a DWG does: everything is
+// read at the load, and LoadEntities and LoadBlock hand the records out.
+TEST(Release13ViewMode, ADxfHandsOverWhatListModeKeeps) {
+    VELKO_REQUIRE_CORPUS();
+    const std::string path = CorpusPath(kDxf);
+    int16_t h = CDBStartFileReading(path.c_str(), nullptr);
+    ASSERT_GE(h, 0);
+    std::vector<std::string> main = ListModeKeys(h, -1);
+    std::vector<std::string> blocks;
+    const int16_t block_count = CDBBlockTableCount(h);
+    for (int16_t b = 0; b < block_count; ++b)
+        for (const std::string &key : ListModeKeys(h, b))
+            blocks.push_back(key);
+    CDBEndOperation(h);
+    ASSERT_GT(main.size(), 1000u);
+
+    Receiver view;
+    ASSERT_EQ(view.OpenDXFFile(path.c_str(), CDB_OPEN_READ, nullptr), 1);
+    ASSERT_EQ(view.LoadDXF(), 1);
+    EXPECT_TRUE(view.entities.empty());
+    view.LoadEntities();
+    for (int b = 0; b < block_count; ++b)
+        EXPECT_NE(view.LoadBlock(b), nullptr) << "block " << b;
+    EXPECT_EQ(view.entities, main);
+    EXPECT_EQ(view.blocks, blocks);
 }
 
 } // namespace

@@ -865,16 +865,26 @@ TEST(R12DxfRead, ViewModeLeavesTheEntitiesForLoadEntities) {
     EXPECT_EQ(viewer.kinds, (std::vector<int>{CDB_LINE, CDB_POINT}));
 }
 
-TEST(R12DxfRead, ReleaseThirteenDxfIsRefusedAsInvalidUntilItsReaderExists) {
+TEST(R12DxfRead, ReleaseThirteenDxfGoesToTheReleaseThirteenReader) {
     DxfText dxf;
     dxf.Section("HEADER").G(9, "$ACADVER").G(1, "AC1012").EndSection();
-    dxf.Section("ENTITIES").EndSection().Eof();
+    dxf.Section("BLOCKS").G(0, "BLOCK").G(8, "0").G(2, "*MODEL_SPACE").G(70, 0);
+    dxf.G(0, "ENDBLK").G(8, "0").EndSection();
+    dxf.Section("ENTITIES").G(0, "LINE").G(8, "0").EndSection().Eof();
     OpenDxf ascii(dxf);
-    EXPECT_FALSE(ascii.ok());
-    EXPECT_EQ(ascii.error(), CDB_ERR_INVALID_FILE);
+    ASSERT_TRUE(ascii.ok());
+    EXPECT_EQ(CDBGetAutoCADVersion(ascii.handle()), 13);
+    EXPECT_EQ(ascii.Entities().size(), 1u);
+    // Without a *MODEL_SPACE block the release 13 reader has nowhere to put the entities
+    // and refuses the file; the release 12 reader does not take it either.
+    DxfText bare;
+    bare.Section("HEADER").G(9, "$ACADVER").G(1, "AC1012").EndSection();
+    bare.Section("ENTITIES").EndSection().Eof();
+    OpenDxf refused(bare);
+    EXPECT_FALSE(refused.ok());
     // The release 13 check reads two-byte codes: a release 12 binary file is none of its,
     // and the release 12 reader reports its own version mismatch.
-    OpenDxf binary(dxf, true);
+    OpenDxf binary(bare, true);
     EXPECT_FALSE(binary.ok());
     EXPECT_EQ(binary.error(), CDB_ERR_VERSION_MISMATCH);
 }
