@@ -14,8 +14,7 @@
 //  - when the leak checker is present the child runs it after its last file; leaks in a
 //    batch of several files are found again by feeding each file of the batch alone, so
 //    that they too are charged to one file;
-//  - the parent never allocates on behalf of the child; the outcomes come back in the
-//    order of the paths.
+//  - the outcomes come back in the order of the paths, one per path.
 #pragma once
 
 #include "support/mutation_harness.h"
