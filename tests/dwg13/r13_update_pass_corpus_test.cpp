@@ -10,6 +10,7 @@
 #include "dwg13/r13_entity_kinds.h"
 #include "dwg13/r13_tables.h"
 #include "dwg13/r13_update_pass.h"
+#include "records/entity_kinds.h"
 #include "io/bit_writer.h"
 
 #include "velkow32.h"
@@ -138,8 +139,12 @@ std::vector<std::string> NavigatedHandles(const std::vector<uint8_t> &bytes, con
         return handles;
     EXPECT_GE(CDBFirstEntity(h, -1), 0);
     CDB_ENTITY entity{};
-    for (int guard = 0; guard < 200000 && CDBNavigate(h, &entity) >= 0; ++guard)
+    for (int guard = 0; guard < 200000 && CDBNavigate(h, &entity) >= 0; ++guard) {
         handles.push_back(entity.handle ? entity.handle : "");
+        // The walk hands out copies of the record's texts: they are the caller's.
+        FreeOwnedTexts(&entity);
+        entity = CDB_ENTITY{};
+    }
     CDBEndOperation(h);
     return handles;
 }
