@@ -209,13 +209,6 @@ const std::vector<Rule> &Rules() {
              return In(d.record, {"REGION", "3DSOLID", "BODY"}) &&
                     In(d.field, {"layer_index", "layer_handle", "format_version"});
          }},
-        {"default text style: the DXF leaves out group 7 for STANDARD, and the DXF reader sets "
-         "no style without it; the DWG names the style's record",
-         [](const Difference &d) {
-             return In(d.record, {"TEXT", "ATTDEF", "ATTRIB", "MTEXT"}) &&
-                    In(d.field, {"style_index", "style_handle"}) && d.groups && !d.groups->Has(7) &&
-                    In(d.dxf, {"-1", "(null)"});
-         }},
         {"multiline text spacing: line_spacing and line_spacing_extra have no group in a "
          "release 13 DXF",
          [](const Difference &d) {
@@ -494,6 +487,8 @@ TEST(Release13DxfDwgTwin, EveryRecordOfOneHandleAgreesOrHasANamedReason) {
     // Every field equal.
     EXPECT_EQ(out.matched, (Counts{{"3DFACE", 2},
                                    {"ARC", 4},
+                                   {"ATTDEF", 3},
+                                   {"ATTRIB", 2},
                                    {"CIRCLE", 1},
                                    {"ELLIPSE", 1},
                                    {"ENDBLK", 14},
@@ -504,6 +499,7 @@ TEST(Release13DxfDwgTwin, EveryRecordOfOneHandleAgreesOrHasANamedReason) {
                                    {"RAY", 1},
                                    {"SEQEND", 4},
                                    {"SOLID", 16},
+                                   {"TEXT", 2},
                                    {"VERTEX", 3},
                                    {"XLINE", 1}}))
         << Show(out.matched);
@@ -541,7 +537,6 @@ TEST(Release13DxfDwgTwin, EveryRecordOfOneHandleAgreesOrHasANamedReason) {
                                      {"block starts", 33},
                                      {"code page", 1},
                                      {"current colour and line type", 3},
-                                     {"default text style", 33},
                                      {"dimension text", 1},
                                      {"empty big font", 1},
                                      {"entry code", 4},
