@@ -2,7 +2,9 @@
 // holds the drawing of uc.r13a.dxf / uc.r13b.dxf (release 13) and of uc.r12a.dxf /
 // uc.r12b.dxf (release 12) in both forms. Read, the two files give the same records: every
 // list, block, table record and header variable, reals within 12 significant digits (a
-// binary real is the double itself, the ASCII text a rounding of it).
+// binary real is the double itself, the ASCII text a rounding of it). No other ASCII and
+// binary file of the dxf12 and dxf13 folders holds the same kinds and tables by the
+// manifest; a test says so, so that a new pair in the corpus is noticed.
 //
 // Where the two differ, the test says so:
 //  - the two files of release 13 were written at different times, by a writer that numbers
@@ -13,13 +15,17 @@
 //    damaged drawing (-408); only the ASCII file of that pair is read.
 #include "support/corpus.h"
 #include "support/drawing_snapshot.h"
+#include "support/mini_json.h"
 
 #include "velkow32.h"
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace velko_test {
 namespace dxf_ascii_binary_twin {
@@ -57,6 +63,34 @@ public:
     int times = 0;
     int handles = 0;
 };
+
+// What the manifest says of a drawing's content: its kinds, its block kinds and its tables.
+std::string ContentOf(const json::Value &entry) {
+    std::string out;
+    for (const char *part : {"entities", "block_entities", "tables"})
+        for (const auto &[name, count] : entry[part].members())
+            out += std::string(part) + "." + name + "=" + std::to_string(count.as_number()) + " ";
+    return out;
+}
+
+TEST(DxfAsciiBinaryTwin, TheManifestShowsNoOtherPairOfForms) {
+    VELKO_REQUIRE_CORPUS();
+    std::vector<std::pair<std::string, std::string>> pairs;
+    for (const char *folder : {"dxf12/", "dxf13/"}) {
+        std::map<std::string, std::vector<std::string>> ascii_by_content;
+        const std::vector<const json::Value *> entries = CorpusManifestEntries(folder);
+        for (const json::Value *e : entries)
+            if ((*e)["form"].as_string() == "ascii")
+                ascii_by_content[ContentOf(*e)].push_back((*e)["path"].as_string());
+        for (const json::Value *e : entries)
+            if ((*e)["form"].as_string() == "binary")
+                for (const std::string &ascii : ascii_by_content[ContentOf(*e)])
+                    pairs.emplace_back(ascii, (*e)["path"].as_string());
+    }
+    EXPECT_EQ(pairs, (std::vector<std::pair<std::string, std::string>>{
+                         {"dxf12/uc.r12a.dxf", "dxf12/uc.r12b.dxf"},
+                         {"dxf13/uc.r13a.dxf", "dxf13/uc.r13b.dxf"}}));
+}
 
 TEST(DxfAsciiBinaryTwin, TheTwoFormsOfARelease13DrawingGiveTheSameRecords) {
     VELKO_REQUIRE_CORPUS();
