@@ -279,10 +279,6 @@ const std::vector<Rule> &Rules() {
          }},
         {"entry code: the DWG's tables keep an entry code of their own, the DXF gives none",
          [](const Difference &d) { return d.field == "entry_code" && d.dxf == "0"; }},
-        {"empty big font: the DWG stores an empty text, the DXF leaves group 4 out",
-         [](const Difference &d) {
-             return d.field == "bigfont_file" && d.dwg == "\"\"" && d.dxf == "(null)";
-         }},
         {"record heads that the DWG reading decodes wrongly: the layer ADSK_SYSTEM_LIGHTS "
          "(extended data), the viewport *ACTIVE and the dimension style ISO-25 (reactors) read "
          "as records of zeros or noise",
@@ -538,7 +534,6 @@ TEST(Release13DxfDwgTwin, EveryRecordOfOneHandleAgreesOrHasANamedReason) {
                                      {"code page", 1},
                                      {"current colour and line type", 3},
                                      {"dimension text", 1},
-                                     {"empty big font", 1},
                                      {"entry code", 4},
                                      {"handle seed", 1},
                                      {"header dates and view", 8},

@@ -441,6 +441,25 @@ TEST_P(R13DxfRead, ATableWhoseControlRecordLacksItsMarkerLosesItsFirstRecord) {
     EXPECT_EQ(T(R13Table::kLayers).head.handle, "2");
 }
 
+TEST_P(R13DxfRead, AStyleWithoutABigFontHasAnEmptyOne) {
+    DxfText d;
+    Header(d);
+    d.Section("TABLES");
+    Ltypes(d);
+    Layers(d);
+    Table(d, "STYLE", "3", 1);
+    Record(d, "STYLE", "20", "AcDbTextStyleTableRecord").G(2, "STANDARD").G(70, 0).G(3, "txt");
+    d.EndTable();
+    d.EndSection();
+    Blocks(d);
+    d.Section("ENTITIES").EndSection().Eof();
+    ASSERT_EQ(Load(d), 1) << D().LoadFailure();
+    auto &style = Rec<CDB_STYLE_TBL_type>(R13Table::kStyles, 0);
+    EXPECT_STREQ(style.font_file, "txt");
+    ASSERT_NE(style.bigfont_file, nullptr);
+    EXPECT_STREQ(style.bigfont_file, "");
+}
+
 TEST_P(R13DxfRead, TablesKeepTheirControlRecordsHandleAndCount) {
     ASSERT_EQ(Load(WholeDrawing()), 1) << D().LoadFailure();
     EXPECT_EQ(T(R13Table::kLtypes).head.handle, "5");
