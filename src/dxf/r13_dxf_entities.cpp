@@ -239,6 +239,7 @@ void R13DxfEntityRead::TakeValue(const R13DxfGroup &g, const char *value) {
         ReplaceText(record_, at, LineTypeHandleOf(drawing_, value));
         break;
     case V::kTextStyle:
+        style_named_ = true;
         ReplaceText(record_, at, drawing_.Table(R13Table::kStyles).HandleOfName(value));
         break;
     case V::kDimstyle:
@@ -296,9 +297,24 @@ void R13DxfEntityRead::TakeExtendedData(int16_t &code, char *value) {
 
 // ---- Behind the last group ----------------------------------------------------------------
 
+// A text that names no style is in the style STANDARD: a writer leaves group 7 out for it,
+// and the record's style is then the one its default index means, as a DWG names it.
+void R13DxfEntityRead::TakeDefaultTextStyle() {
+    // A name the table lacks leaves the style unnamed.
+    if (style_named_)
+        return;
+    for (size_t i = 0; i < layout_.count; ++i) {
+        const R13DxfGroup &g = layout_.groups[i];
+        if (g.value == V::kTextStyle && !LoadField<char *>(record_, g.offset))
+            ReplaceText(record_, g.offset,
+                        drawing_.Table(R13Table::kStyles).HandleOfName(kDefaultTextStyle));
+    }
+}
+
 void R13DxfEntityRead::Finish() {
     const char *line_type = record_->line_type_handle;
     record_->line_type_bylayer = line_type && std::strcmp(line_type, "-1") == 0 ? 1u : 0u;
+    TakeDefaultTextStyle();
     switch (entity_.Code()) {
     case CDB_POLYLINE:
         // The vertices behind it take the z of its point and its extrusion.

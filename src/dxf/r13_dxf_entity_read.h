@@ -73,6 +73,9 @@ private:
     void TakeExtendedData(int16_t &code, char *value);
     // The steps that follow the last group, by kind.
     void Finish();
+    // The style STANDARD for a kind that names its text style by group 7 and met none.
+    void TakeDefaultTextStyle();
+    static constexpr char kDefaultTextStyle[] = "STANDARD";
 
     CR13DxfReader &reader_;
     CDxfStream &stream_;
@@ -101,6 +104,8 @@ private:
     // Whether the entity gave its own extrusion (210 to 230) and elevation (38).
     bool own_extrusion_ = false;
     bool own_elevation_ = false;
+    // Whether group 7 named a text style, found in the table or not.
+    bool style_named_ = false;
 };
 
 #endif

@@ -409,7 +409,9 @@ void ResolveR13DxfHeaderNames(const R13DxfHeaderNames &names, bool multiline_sty
         const std::string &name = entry.name;
         const char *handle = nullptr;
         if (name.empty())
-            handle = "-1";
+            // No named coordinate system is an empty reference, as a DWG reads it; the
+            // others mark an empty name "-1".
+            handle = var->names == NT::kUcs ? "" : "-1";
         else if (var->names == NT::kLtypes && name == "BYLAYER")
             handle = "-1";
         else if (var->names == NT::kLtypes && name == "BYBLOCK")

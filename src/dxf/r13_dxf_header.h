@@ -90,8 +90,9 @@ struct R13DxfHandleOfName {
 
 // Turns the kept names into the header's handle texts -- with `multiline_styles` only the
 // multiline style's, which is read behind the tables, else all others: $CELTYPE
-// "BYLAYER" "-1" and "BYBLOCK" "0", $DIMSTYLE "*UNNAMED" "-1", an empty name "-1", any
-// other name its handle text (null when the table lacks it). A name the section did not
+// "BYLAYER" "-1" and "BYBLOCK" "0", $DIMSTYLE "*UNNAMED" "-1", an empty $UCSNAME or
+// $PUCSNAME an empty text (no coordinate system, as a DWG gives it), any other empty name
+// "-1", any other name its handle text (null when the table lacks it). A name the section did not
 // give leaves its handle text null.
 // FillR13ViewFromActiveViewport: the "*ACTIVE" viewport, when there is one, fills the view
 // variables that are still zero: snapang, snapbase, snapisopair, snapmode, snapstyle,

@@ -265,5 +265,11 @@ int CR13TableRecord::ReadDXF(CR13DxfReader &reader, char *name) {
         auto &layer = *reinterpret_cast<CDB_LAYER_TBL_type *>(body_bytes);
         layer.flags_copy = layer.flags;
     }
+    // A style without group 4 has no big font: an empty name, as a DWG stores it.
+    if (record_type == kR13Style) {
+        auto &style = *reinterpret_cast<CDB_STYLE_TBL_type *>(body_bytes);
+        if (!style.bigfont_file)
+            style.bigfont_file = DuplicateText("");
+    }
     return 1;
 }

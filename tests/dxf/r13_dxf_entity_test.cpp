@@ -349,6 +349,42 @@ TEST(R13DxfEntity, TextLeftOutGroupsTakeTheWritersDefaults) {
     });
 }
 
+TEST(R13DxfEntity, ATextWithoutAStyleIsInTheStyleStandard) {
+    ForBothForms([](bool binary) {
+        DxfText text;
+        text.G(0, "TEXT").G(100, "AcDbText").G(40, 2.5).G(1, "plain").G(0, "ENDSEC");
+        Read r = ReadEntity(binary, kText, text);
+        ASSERT_EQ(r.result, 1);
+        EXPECT_EQ(Text(r.rec().text.style_handle), "20");
+        DxfText attdef;
+        attdef.G(0, "ATTDEF").G(1, "d").G(3, "p").G(2, "T").G(0, "ENDSEC");
+        Read a = ReadEntity(binary, kAttdef, attdef);
+        ASSERT_EQ(a.result, 1);
+        EXPECT_EQ(Text(a.rec().attdef.style_handle), "20");
+        DxfText attrib;
+        attrib.G(0, "ATTRIB").G(1, "v").G(2, "T").G(0, "ENDSEC");
+        Read b = ReadEntity(binary, kAttrib, attrib);
+        ASSERT_EQ(b.result, 1);
+        EXPECT_EQ(Text(b.rec().attrib.style_handle), "20");
+        DxfText mtext;
+        mtext.G(0, "MTEXT").G(100, "AcDbMText").G(1, "para").G(0, "ENDSEC");
+        Read m = ReadEntity(binary, kMtext, mtext);
+        ASSERT_EQ(m.result, 1);
+        EXPECT_EQ(Text(m.rec().mtext.style_handle), "20");
+    });
+}
+
+TEST(R13DxfEntity, AStyleTheTableLacksStaysUnnamed) {
+    ForBothForms([](bool binary) {
+        DxfText d;
+        d.G(0, "TEXT").G(1, "x").G(7, "NOSUCHSTYLE").G(0, "ENDSEC");
+        Read r = ReadEntity(binary, kText, d);
+        ASSERT_EQ(r.result, 1);
+        // The name was given: the table's answer stands, no default takes its place.
+        EXPECT_EQ(r.rec().text.style_handle, nullptr);
+    });
+}
+
 TEST(R13DxfEntity, AttdefTakesEveryGroup) {
     ForBothForms([](bool binary) {
         DxfText d;

@@ -441,6 +441,25 @@ TEST_P(R13DxfRead, ATableWhoseControlRecordLacksItsMarkerLosesItsFirstRecord) {
     EXPECT_EQ(T(R13Table::kLayers).head.handle, "2");
 }
 
+TEST_P(R13DxfRead, AStyleWithoutABigFontHasAnEmptyOne) {
+    DxfText d;
+    Header(d);
+    d.Section("TABLES");
+    Ltypes(d);
+    Layers(d);
+    Table(d, "STYLE", "3", 1);
+    Record(d, "STYLE", "20", "AcDbTextStyleTableRecord").G(2, "STANDARD").G(70, 0).G(3, "txt");
+    d.EndTable();
+    d.EndSection();
+    Blocks(d);
+    d.Section("ENTITIES").EndSection().Eof();
+    ASSERT_EQ(Load(d), 1) << D().LoadFailure();
+    auto &style = Rec<CDB_STYLE_TBL_type>(R13Table::kStyles, 0);
+    EXPECT_STREQ(style.font_file, "txt");
+    ASSERT_NE(style.bigfont_file, nullptr);
+    EXPECT_STREQ(style.bigfont_file, "");
+}
+
 TEST_P(R13DxfRead, TablesKeepTheirControlRecordsHandleAndCount) {
     ASSERT_EQ(Load(WholeDrawing()), 1) << D().LoadFailure();
     EXPECT_EQ(T(R13Table::kLtypes).head.handle, "5");
@@ -661,12 +680,28 @@ TEST_P(R13DxfRead, HeaderNamesBecomeHandleTextsAfterTheTables) {
     EXPECT_STREQ(h.hdimstyle, "-1");
     EXPECT_EQ(h.dimstyle, -1);
     EXPECT_STREQ(h.hdimtxsty, "20");
-    EXPECT_STREQ(h.hucsname, "-1");
+    // No named coordinate system: an empty reference, as a DWG reads it.
+    EXPECT_STREQ(h.hucsname, "");
+    EXPECT_EQ(h.ucsname, -1);
     // A name the table lacks: no handle.
     EXPECT_EQ(h.hpucsname, nullptr);
     EXPECT_EQ(h.pucsname, -1);
     // No multiline style was read: none to name.
     EXPECT_EQ(h.hcmlstyle, nullptr);
+}
+
+TEST_P(R13DxfRead, AnEmptyUcsNameIsAnEmptyReferenceAsInADwg) {
+    DxfText v;
+    v.G(9, "$UCSNAME").G(2, "").G(9, "$PUCSNAME").G(2, "").G(9, "$CLAYER").G(8, "");
+    DxfText d = HeaderDrawing(v);
+    ASSERT_EQ(Load(d), 1) << D().LoadFailure();
+    const CDB_HEADER_type &h = D().Header().vars;
+    EXPECT_STREQ(h.hucsname, "");
+    EXPECT_STREQ(h.hpucsname, "");
+    EXPECT_EQ(h.ucsname, -1);
+    EXPECT_EQ(h.pucsname, -1);
+    // Other empty names keep their mark.
+    EXPECT_STREQ(h.hclayer, "-1");
 }
 
 TEST_P(R13DxfRead, TheActiveViewportFillsTheViewVariablesTheHeaderLeftZero) {

@@ -320,6 +320,7 @@ void VisitEntity(const CDB_ENTITY &a, const CDB_ENTITY &b, FieldSink &s) {
         break;
     }
     default:
+        VisitRelease13Kind(a, b, s);
         break;
     }
 }

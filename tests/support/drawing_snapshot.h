@@ -123,6 +123,8 @@ void P3(FieldSink &s, const std::string &field, int group, CDB_POINT3 a, CDB_POI
 void P2(FieldSink &s, const std::string &field, int group, CDB_POINT2 a, CDB_POINT2 b);
 
 void VisitEntity(const CDB_ENTITY &a, const CDB_ENTITY &b, FieldSink &s);
+// The part of a kind that only release 13 drawings hold; nothing for the other kinds.
+void VisitRelease13Kind(const CDB_ENTITY &a, const CDB_ENTITY &b, FieldSink &s);
 // A block record as the block walk hands it out.
 void VisitBlockStart(const CDB_STARTBLOCK_ENTITY_type &a, const CDB_STARTBLOCK_ENTITY_type &b,
                      FieldSink &s);

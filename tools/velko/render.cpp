@@ -1,5 +1,6 @@
 // velko render: a drawing as a picture. Model space (or paper space) drawn into an SVG
 // page, and into a PNG through rsvg-convert when one is asked for.
+#include "command_support.h"
 #include "commands.h"
 #include "json_writer.h"
 #include "render/drawing_renderer.h"
@@ -166,6 +167,10 @@ int RunRender(int argc, char **argv) {
     std::string error;
     if (!render::RenderFile(args.file, args.svg, args.options, &summary, &error)) {
         std::fprintf(stderr, "velko: %s\n", error.c_str());
+        // A drawing that opened but did not load: what the loader met, as info and dump say.
+        const std::string why = tool_support::WhyRefused(args.file);
+        if (!why.empty())
+            std::fprintf(stderr, "velko: %s: %s\n", args.file.c_str(), why.c_str());
         return 1;
     }
     if (!args.png.empty() && !ConvertToPng(args.svg, args.png)) {
