@@ -1110,7 +1110,7 @@ public:
         const Damage d = static_cast<Damage>(index % static_cast<int>(Damage::kCount));
         std::ostringstream what;
         what << DamageName(d) << ":";
-        sentinel_ = KeepsSentinel(index);
+        sentinel_ = !binary_ || KeepsSentinel(index);
         if (!sentinel_)
             what << " (no sentinel)";
         if (binary_)
