@@ -599,6 +599,13 @@ TEST_P(R13DxfWalk, ReferenceBlockResolvesToTheChildDwg) {
     EXPECT_EQ(+entity.layer_index, layers_before + 2);
     EXPECT_EQ(entity.line.end_point.y, 2.0);
     walk::FreeCopies(entity);
+    // The child's INSBASE is the block's base point now.
+    CDB_STARTBLOCK_ENTITY_type block{};
+    ASSERT_GE(CDBBlockGet(h, ref, &block), 0);
+    EXPECT_STREQ(block.name, "REF");
+    EXPECT_EQ(block.base_point.x, 5.0);
+    EXPECT_EQ(block.base_point.z, 7.0);
+    walk::FreeCopies(block);
 }
 
 } // namespace
