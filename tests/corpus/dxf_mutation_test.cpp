@@ -2092,6 +2092,157 @@ TEST_F(Dxf12Stall, EmptyFileAfterTheHeaderIsRefused) {
     ExpectRefused(BytesOf(Dxf(kHeader) + std::string(64, ' ')), "the header and blanks");
 }
 
+// ---------------------------------------------------------------------------
+// Release 13: every count group made huge, in a small hand-made drawing
+// ---------------------------------------------------------------------------
+
+// A small release 13 drawing: the tables and blocks the reader needs, `record` (an entity,
+// or with `in_objects` an object of the OBJECTS section), and a line.
+Groups Release13Drawing(const Groups &record, bool in_objects) {
+    Groups d = {{0, "SECTION"},
+                {2, "HEADER"},
+                {9, "$ACADVER"},
+                {1, "AC1012"},
+                {9, "$HANDSEED"},
+                {5, "FFF"},
+                {0, "ENDSEC"},
+                {0, "SECTION"},
+                {2, "TABLES"},
+                {0, "TABLE"},
+                {2, "LTYPE"},
+                {5, "5"},
+                {100, "AcDbSymbolTable"},
+                {70, "1"},
+                {0, "LTYPE"},
+                {5, "14"},
+                {100, "AcDbSymbolTableRecord"},
+                {100, "AcDbLinetypeTableRecord"},
+                {2, "CONTINUOUS"},
+                {70, "0"},
+                {3, "Solid line"},
+                {72, "65"},
+                {73, "0"},
+                {40, "0.0"},
+                {0, "ENDTAB"},
+                {0, "TABLE"},
+                {2, "LAYER"},
+                {5, "2"},
+                {100, "AcDbSymbolTable"},
+                {70, "1"},
+                {0, "LAYER"},
+                {5, "10"},
+                {100, "AcDbSymbolTableRecord"},
+                {100, "AcDbLayerTableRecord"},
+                {2, "0"},
+                {70, "0"},
+                {62, "7"},
+                {6, "CONTINUOUS"},
+                {0, "ENDTAB"},
+                {0, "TABLE"},
+                {2, "BLOCK_RECORD"},
+                {5, "1"},
+                {100, "AcDbSymbolTable"},
+                {70, "2"},
+                {0, "BLOCK_RECORD"},
+                {5, "1F"},
+                {100, "AcDbSymbolTableRecord"},
+                {100, "AcDbBlockTableRecord"},
+                {2, "*MODEL_SPACE"},
+                {0, "BLOCK_RECORD"},
+                {5, "1B"},
+                {100, "AcDbSymbolTableRecord"},
+                {100, "AcDbBlockTableRecord"},
+                {2, "*PAPER_SPACE"},
+                {0, "ENDTAB"},
+                {0, "ENDSEC"},
+                {0, "SECTION"},
+                {2, "BLOCKS"}};
+    for (const char *space : {"*MODEL_SPACE", "*PAPER_SPACE"}) {
+        const Groups block = {{0, "BLOCK"},
+                              {8, "0"},
+                              {100, "AcDbBlockBegin"},
+                              {2, space},
+                              {70, "0"},
+                              {10, "0"},
+                              {20, "0"},
+                              {30, "0"},
+                              {3, space},
+                              {1, ""},
+                              {0, "ENDBLK"},
+                              {8, "0"},
+                              {100, "AcDbBlockEnd"}};
+        d.insert(d.end(), block.begin(), block.end());
+    }
+    d.push_back({0, "ENDSEC"});
+    d.push_back({0, "SECTION"});
+    d.push_back({2, "ENTITIES"});
+    if (!in_objects)
+        d.insert(d.end(), record.begin(), record.end());
+    const Groups line = {{0, "LINE"}, {8, "0"},  {100, "AcDbEntity"}, {100, "AcDbLine"}, {10, "0"},
+                         {20, "0"},   {30, "0"}, {11, "1"},           {21, "1"},         {31, "0"}};
+    d.insert(d.end(), line.begin(), line.end());
+    d.push_back({0, "ENDSEC"});
+    if (in_objects) {
+        d.push_back({0, "SECTION"});
+        d.push_back({2, "OBJECTS"});
+        d.insert(d.end(), record.begin(), record.end());
+        d.push_back({0, "ENDSEC"});
+    }
+    d.push_back({0, "EOF"});
+    return d;
+}
+
+// The file of the groups in the three forms a release 13 file may take.
+std::vector<std::pair<std::string, Bytes>> Release13Forms(const Groups &groups) {
+    std::vector<BinaryGroup> binary;
+    for (const auto &g : groups)
+        binary.push_back(MakeBinaryGroup(Release::k13, g.first, g.second));
+    return {{"ASCII", BytesOf(Dxf(groups))},
+            {"binary", JoinBinary(binary)},
+            {"binary without sentinel", JoinBinary(binary, false)}};
+}
+
+// The same reading in a child, for release 13 files.
+class Dxf13Count : public Dxf12Stall {};
+
+TEST_F(Dxf13Count, DrawingOfTheCountCasesOpens) {
+    // The drawing the cases below put their records into: as it stands, it opens.
+    const auto forms = Release13Forms(Release13Drawing({}, false));
+    for (size_t i = 0; i < 2; ++i) {
+        Outcome out = Read(forms[i].second, "the release 13 drawing, " + forms[i].first);
+        ASSERT_TRUE(out.finished) << out.failure;
+        EXPECT_EQ(out.report.opened, 1) << forms[i].first << ": error " << out.report.code;
+        EXPECT_EQ(std::string(out.report.trouble), "");
+    }
+}
+
+TEST_F(Dxf13Count, HugeCountsEndCleanlyAndInTime) {
+    // Each count group of each kind, with each huge number, in each form: read to the end
+    // or refused, without a crash, a stall, a leak or an allocation past the bound.
+    for (const CountGroup &target : kCountGroups) {
+        for (const char *number : {"32767", "-1", "-32768", "2147483647"}) {
+            const bool in_objects = std::string(target.kind) == "MLINESTYLE";
+            Groups record = CountRecord(target, number);
+            // A line type goes into its table, in place of CONTINUOUS.
+            Groups groups;
+            if (std::string(target.kind) == "LTYPE") {
+                groups = Replace(Release13Drawing({}, false), "TABLE", "LTYPE", record);
+            } else {
+                groups = Release13Drawing(record, in_objects);
+            }
+            for (const auto &form : Release13Forms(groups)) {
+                const std::string what = std::string(target.kind) + " " +
+                                         std::to_string(target.code) + "=" + number + ", " +
+                                         form.first;
+                Outcome out = Read(form.second, what);
+                if (out.finished) {
+                    EXPECT_EQ(std::string(out.report.trouble), "") << what;
+                }
+            }
+        }
+    }
+}
+
 } // namespace
 } // namespace dxf_mutation
 } // namespace velko_test
