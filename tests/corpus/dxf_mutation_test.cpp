@@ -1031,8 +1031,8 @@ const CountGroup kCountGroups[] = {{"SPLINE", 72}, {"SPLINE", 73},    {"SPLINE",
                                    {"MLINE", 75},  {"LEADER", 76},    {"OLEFRAME", 90},
                                    {"LTYPE", 73},  {"MLINESTYLE", 71}};
 
-// A small record of the count group's kind whose count is `number`; the items behind it
-// are few.
+// A small record of the count group's kind whose count is `number` (its own, for an empty
+// `number`); the items behind it are few.
 Groups CountRecord(const CountGroup &target, const std::string &number) {
     Groups r;
     const std::string kind = target.kind;
@@ -1084,6 +1084,8 @@ Groups CountRecord(const CountGroup &target, const std::string &number) {
              {49, "-0.5"},      {62, "256"},
              {6, "BYLAYER"}};
     for (auto &g : r) {
+        if (number.empty())
+            break;
         if (g.first == target.code) {
             g.second = number;
             break;
@@ -2205,6 +2207,17 @@ std::vector<std::pair<std::string, Bytes>> Release13Forms(const Groups &groups) 
 // The same reading in a child, for release 13 files.
 class Dxf13Count : public Dxf12Stall {};
 
+// The small drawing with a record of the count group's kind whose count is `number`: a line
+// type in its table in place of CONTINUOUS, a multiline style in the OBJECTS section, an
+// entity in ENTITIES.
+Groups CountDrawing(const CountGroup &target, const std::string &number) {
+    const std::string kind = target.kind;
+    const Groups record = CountRecord(target, number);
+    if (kind == "LTYPE")
+        return Replace(Release13Drawing({}, false), "TABLE", "LTYPE", record);
+    return Release13Drawing(record, kind == "MLINESTYLE");
+}
+
 TEST_F(Dxf13Count, DrawingOfTheCountCasesOpens) {
     // The drawing the cases below put their records into: as it stands, it opens.
     const auto forms = Release13Forms(Release13Drawing({}, false));
@@ -2214,6 +2227,21 @@ TEST_F(Dxf13Count, DrawingOfTheCountCasesOpens) {
         EXPECT_EQ(out.report.opened, 1) << forms[i].first << ": error " << out.report.code;
         EXPECT_EQ(std::string(out.report.trouble), "");
     }
+    const int32_t records = Read(forms[0].second, "the drawing").report.records;
+    // With a record of each kind as it should be, the record is read: one record more (the
+    // line type takes CONTINUOUS's place).
+    for (const CountGroup &target : kCountGroups) {
+        const bool replaces = std::string(target.kind) == "LTYPE";
+        for (const auto &form : Release13Forms(CountDrawing(target, ""))) {
+            if (form.first == "binary without sentinel")
+                continue;
+            const std::string what = std::string(target.kind) + ", " + form.first;
+            Outcome out = Read(form.second, what);
+            ASSERT_TRUE(out.finished) << out.failure;
+            EXPECT_EQ(out.report.opened, 1) << what << ": error " << out.report.code;
+            EXPECT_EQ(out.report.records, records + (replaces ? 0 : 1)) << what;
+        }
+    }
 }
 
 TEST_F(Dxf13Count, HugeCountsEndCleanlyAndInTime) {
@@ -2221,16 +2249,7 @@ TEST_F(Dxf13Count, HugeCountsEndCleanlyAndInTime) {
     // or refused, without a crash, a stall, a leak or an allocation past the bound.
     for (const CountGroup &target : kCountGroups) {
         for (const char *number : {"32767", "-1", "-32768", "2147483647"}) {
-            const bool in_objects = std::string(target.kind) == "MLINESTYLE";
-            Groups record = CountRecord(target, number);
-            // A line type goes into its table, in place of CONTINUOUS.
-            Groups groups;
-            if (std::string(target.kind) == "LTYPE") {
-                groups = Replace(Release13Drawing({}, false), "TABLE", "LTYPE", record);
-            } else {
-                groups = Release13Drawing(record, in_objects);
-            }
-            for (const auto &form : Release13Forms(groups)) {
+            for (const auto &form : Release13Forms(CountDrawing(target, number))) {
                 const std::string what = std::string(target.kind) + " " +
                                          std::to_string(target.code) + "=" + number + ", " +
                                          form.first;
