@@ -1,14 +1,18 @@
-// Robustness of release 12 DXF reading: damaged copies of every dxf12 drawing of the
-// corpus, and hand-made files on which a loose reader would stall.
+// Robustness of DXF reading, release 12 and release 13: damaged copies of every dxf12 and
+// every dxf13 drawing of the corpus, and hand-made files on which a loose reader would stall.
 //
 // A damaged copy is made by the group structure of the file: group codes changed, lines
 // cut, values cut, the file truncated, bytes flipped, lines or groups swapped, sections
 // duplicated, values replaced by section words, extreme numbers or overlong text, line
-// ends broken, end markers taken out, extended data thrown in. An ASCII drawing is also
-// damaged in a binary rendition of its groups. Each copy is opened, and if it opens, its
+// ends broken, end markers taken out, extended data thrown in, huge numbers in the groups
+// that count what follows. An ASCII drawing is also damaged in a binary rendition of its
+// groups, in the binary form of its release: one code byte (255 and two bytes beyond) and the
+// release 12 value table, or two-byte codes and the release 13 value table; a release 13
+// binary copy is sometimes written without its sentinel. Each copy is opened, and if it opens, its
 // main list, blocks, tables and header are read to the end, and a sample of the copies is
 // saved as DWG, as ASCII DXF and as binary DXF; that must end without a crash, a hang, a
-// leak or a sanitizer report, within a time bound.
+// leak or a sanitizer report, within a time bound, and (outside the sanitizers) within a
+// data memory bound of the copy's size and a few megabytes.
 //
 // Every copy is read in a child process, so that a crash or a stall is reported as a
 // failure that names the drawing, the copy's number, the seed and the damage, and the
@@ -16,6 +20,8 @@
 // The copies come from std::mt19937 seeded per drawing from a fixed number, and the
 // environment variable VELKO_MUTATION_SCALE multiplies their number.
 #include "support/corpus.h"
+#include "support/mutation_harness.h"
+#include "support/r13_dxf_fixture.h"
 #include "walk/walk_support.h"
 
 #include "velkow32.h"
@@ -34,6 +40,7 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <new>
 #include <random>
 #include <sstream>
 #include <string>
@@ -60,7 +67,7 @@
 extern "C" int __lsan_do_recoverable_leak_check() __attribute__((weak));
 
 namespace velko_test {
-namespace dxf12 {
+namespace dxf_mutation {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
@@ -69,9 +76,19 @@ using Bytes = std::vector<uint8_t>;
 constexpr uint32_t kSeed = 0xD0C5D12Fu;
 
 // Damaged copies per drawing, before VELKO_MUTATION_SCALE; an ASCII drawing gets this
-// many more in its binary rendition.
+// many more in its binary rendition. A release 13 drawing above kLargeDrawing bytes gets a
+// tenth.
 constexpr int kMutants = 500;
 constexpr int kBinaryRenditionMutants = 100;
+constexpr int kRelease13Mutants = 500;
+constexpr int kRelease13RenditionMutants = 150;
+constexpr size_t kLargeDrawing = 256 * 1024;
+
+// What a copy's reading may take beyond the copy's own size in data memory.
+constexpr size_t kMemoryExtra = size_t(8) << 20;
+
+// The release whose binary form the copies of a drawing take.
+enum class Release { k12, k13 };
 
 // Damaged copies that one child process reads, one after the other.
 constexpr int kBatch = 25;
@@ -119,6 +136,7 @@ struct ChildReport {
     int32_t saved = 0;    // the forms the drawing was saved in (DWG, ASCII and binary DXF)
     double seconds = 0.0; // processor time of open, reads, saves and close
     int32_t leaks = 0;
+    int32_t out_of_memory = 0; // an allocation past the memory bound came out of the library
     char trouble[400] = {};
 };
 
@@ -252,8 +270,16 @@ public:
                                                 Touch(r.dimapost) + Touch(r.dimblk) +
                                                 Touch(r.dimblk1) + Touch(r.dimblk2);
                                      });
-        if (CDBMLineStyleTableCount(h_) != CDB_FAIL)
-            Note("a release 12 drawing answers a multiline style count");
+        if (CDBGetAutoCADVersion(h_) == 12) {
+            if (CDBMLineStyleTableCount(h_) != CDB_FAIL)
+                Note("a release 12 drawing answers a multiline style count");
+            return;
+        }
+        Table<CDB_MLINESTYLE_TBL_type>("MLINESTYLE", CDBMLineStyleTableCount, CDBMLineStyleTableGet,
+                                       [](const CDB_MLINESTYLE_TBL_type &r) {
+                                           return Touch(r.name) + Touch(r.handle) +
+                                                  Touch(r.description);
+                                       });
     }
 
     void Header() {
@@ -342,6 +368,24 @@ int32_t SaveEveryForm(int16_t h, const std::string &path) {
 }
 
 // The open and, when it succeeds, every read, and with `save` the saves; then the close.
+ChildReport ReadFile(const std::string &path, bool save);
+
+// ReadFile with the data memory bounded to the file's size and kMemoryExtra beyond what the
+// process holds now (no bound under a sanitizer).
+ChildReport ReadFileWithinMemory(const std::string &path, size_t size, bool save) {
+    DataLimit limit(size + kMemoryExtra);
+    try {
+        return ReadFile(path, save);
+    } catch (const std::bad_alloc &) {
+        ChildReport report;
+        report.out_of_memory = 1;
+        std::snprintf(report.trouble, sizeof report.trouble,
+                      "an allocation past the memory bound of %zu bytes came out of the library",
+                      size + kMemoryExtra);
+        return report;
+    }
+}
+
 ChildReport ReadFile(const std::string &path, bool save) {
     ChildReport report;
     const double start = ProcessSeconds();
@@ -581,7 +625,8 @@ private:
             for (size_t k = 0; k < paths.size(); ++k) {
                 // A second guard, should the parent go first.
                 alarm(static_cast<unsigned>(StallLimit()) + 5);
-                ChildReport report = ReadFile(paths[k], s->batch[k].job.save);
+                ChildReport report = ReadFileWithinMemory(paths[k], s->batch[k].job.bytes.size(),
+                                                          s->batch[k].job.save);
                 if (write(fds[1], &report, sizeof report) != static_cast<ssize_t>(sizeof report))
                     _exit(3);
             }
@@ -719,6 +764,27 @@ BinaryValue Release12Value(int code) {
     return BinaryValue::kNone;
 }
 
+// The value types of a release 13 binary file: every code has one.
+BinaryValue Release13Value(int code) {
+    switch (R13BinaryTypeOf(code)) {
+    case R13BinaryType::kReal:
+        return BinaryValue::kReal;
+    case R13BinaryType::kInt16:
+        return BinaryValue::kInt16;
+    case R13BinaryType::kInt32:
+        return BinaryValue::kInt32;
+    case R13BinaryType::kChunk:
+        return BinaryValue::kChunk;
+    case R13BinaryType::kString:
+        break;
+    }
+    return BinaryValue::kString;
+}
+
+BinaryValue ValueOf(Release release, int code) {
+    return release == Release::k12 ? Release12Value(code) : Release13Value(code);
+}
+
 const char kSentinel[22] = {'A', 'u', 't', 'o', 'C', 'A', 'D', ' ',  'B',  'i',  'n',
                             'a', 'r', 'y', ' ', 'D', 'X', 'F', '\r', '\n', 0x1A, 0x00};
 
@@ -730,18 +796,21 @@ struct BinaryGroup {
     std::string text;    // the value of a string group
 };
 
-Bytes CodeBytes(int code) {
+// A group code as a binary file of the release writes it.
+Bytes CodeBytes(Release release, int code) {
+    if (release == Release::k13)
+        return {static_cast<uint8_t>(code & 0xFF), static_cast<uint8_t>((code >> 8) & 0xFF)};
     if (code >= 0 && code < 255)
         return {static_cast<uint8_t>(code)};
     return {255, static_cast<uint8_t>(code & 0xFF), static_cast<uint8_t>((code >> 8) & 0xFF)};
 }
 
-BinaryGroup MakeBinaryGroup(int code, const std::string &value) {
+BinaryGroup MakeBinaryGroup(Release release, int code, const std::string &value) {
     BinaryGroup g;
     g.code = code;
-    g.bytes = CodeBytes(code);
+    g.bytes = CodeBytes(release, code);
     g.value_at = g.bytes.size();
-    switch (Release12Value(code)) {
+    switch (ValueOf(release, code)) {
     case BinaryValue::kString:
         g.text = value;
         g.bytes.insert(g.bytes.end(), value.begin(), value.end());
@@ -781,16 +850,20 @@ BinaryGroup MakeBinaryGroup(int code, const std::string &value) {
     return g;
 }
 
-// The groups of a binary file after its sentinel, split by the release 12 value table;
+// The groups of a binary file after its sentinel, split by the release's value table;
 // a tail that does not split stays as one last group.
-std::vector<BinaryGroup> SplitBinary(const Bytes &bytes) {
+std::vector<BinaryGroup> SplitBinary(const Bytes &bytes, Release release) {
     std::vector<BinaryGroup> groups;
     size_t p = sizeof kSentinel;
     while (p < bytes.size()) {
         BinaryGroup g;
         const size_t start = p;
         int code = bytes[p++];
-        if (code == 255) {
+        if (release == Release::k13) {
+            if (p >= bytes.size())
+                break;
+            code = static_cast<int16_t>(code | (bytes[p++] << 8));
+        } else if (code == 255) {
             if (p + 2 > bytes.size())
                 break;
             code = bytes[p] | (bytes[p + 1] << 8);
@@ -799,7 +872,7 @@ std::vector<BinaryGroup> SplitBinary(const Bytes &bytes) {
         g.code = code;
         g.value_at = p - start;
         size_t end = p;
-        switch (Release12Value(code)) {
+        switch (ValueOf(release, code)) {
         case BinaryValue::kString: {
             while (end < bytes.size() && bytes[end] != 0)
                 ++end;
@@ -832,23 +905,27 @@ std::vector<BinaryGroup> SplitBinary(const Bytes &bytes) {
     return groups;
 }
 
-Bytes JoinBinary(const std::vector<BinaryGroup> &groups) {
-    Bytes out(kSentinel, kSentinel + sizeof kSentinel);
+// The file of the groups; without the sentinel when `sentinel` is false, as a release 13
+// binary file may be written.
+Bytes JoinBinary(const std::vector<BinaryGroup> &groups, bool sentinel = true) {
+    Bytes out;
+    if (sentinel)
+        out.assign(kSentinel, kSentinel + sizeof kSentinel);
     for (const BinaryGroup &g : groups)
         out.insert(out.end(), g.bytes.begin(), g.bytes.end());
     return out;
 }
 
-// The groups of an ASCII file in binary form; groups that a release 12 binary file
-// cannot carry are left out.
-std::vector<BinaryGroup> BinaryRendition(const AsciiLines &a) {
+// The groups of an ASCII file in the binary form of its release; groups that a release 12
+// binary file cannot carry are left out.
+std::vector<BinaryGroup> BinaryRendition(const AsciiLines &a, Release release) {
     std::vector<BinaryGroup> groups;
     for (size_t i = 0; i < a.Groups(); ++i) {
         const int code = a.Code(i);
-        if (Release12Value(code) == BinaryValue::kNone || code < 0 || code > 32767 ||
-            (code >= 256 && code < 1000))
+        if (ValueOf(release, code) == BinaryValue::kNone || code < 0 || code > 32767 ||
+            (release == Release::k12 && code >= 256 && code < 1000))
             continue;
-        groups.push_back(MakeBinaryGroup(code, a.Value(i)));
+        groups.push_back(MakeBinaryGroup(release, code, a.Value(i)));
     }
     return groups;
 }
@@ -900,6 +977,7 @@ enum class Damage {
     kDropMarker,
     kExtendedData,
     kRepeatGroups,
+    kHugeCount,
     kCount
 };
 
@@ -933,20 +1011,99 @@ const char *DamageName(Damage d) {
         return "extended data thrown in";
     case Damage::kRepeatGroups:
         return "groups repeated";
+    case Damage::kHugeCount:
+        return "count made huge";
     default:
         return "?";
     }
 }
 
+using Groups = std::vector<std::pair<int, std::string>>;
+
+// A group that counts the items behind it, in a record of a kind.
+struct CountGroup {
+    const char *kind;
+    int code;
+};
+
+const CountGroup kCountGroups[] = {{"SPLINE", 72}, {"SPLINE", 73},    {"SPLINE", 74},
+                                   {"MLINE", 72},  {"MLINE", 73},     {"MLINE", 74},
+                                   {"MLINE", 75},  {"LEADER", 76},    {"OLEFRAME", 90},
+                                   {"LTYPE", 73},  {"MLINESTYLE", 71}};
+
+// A small record of the count group's kind whose count is `number` (its own, for an empty
+// `number`); the items behind it are few.
+Groups CountRecord(const CountGroup &target, const std::string &number) {
+    Groups r;
+    const std::string kind = target.kind;
+    if (kind == "SPLINE")
+        r = {{0, "SPLINE"},       {8, "0"},  {100, "AcDbEntity"},
+             {100, "AcDbSpline"}, {70, "8"}, {71, "3"},
+             {72, "8"},           {73, "4"}, {74, "0"},
+             {40, "0"},           {40, "0"}, {40, "0"},
+             {40, "0"},           {40, "1"}, {40, "1"},
+             {40, "1"},           {40, "1"}, {10, "0"},
+             {20, "0"},           {30, "0"}, {10, "1"},
+             {20, "1"},           {30, "0"}};
+    else if (kind == "MLINE")
+        r = {{0, "MLINE"},    {8, "0"},  {100, "AcDbEntity"}, {100, "AcDbMline"},
+             {2, "STANDARD"}, {40, "1"}, {70, "0"},           {71, "1"},
+             {72, "1"},       {73, "2"}, {10, "0"},           {20, "0"},
+             {30, "0"},       {11, "0"}, {21, "0"},           {31, "0"},
+             {12, "1"},       {22, "0"}, {32, "0"},           {13, "0"},
+             {23, "1"},       {33, "0"}, {74, "1"},           {41, "0"},
+             {75, "0"},       {74, "1"}, {41, "1"},           {75, "0"}};
+    else if (kind == "LEADER")
+        r = {{0, "LEADER"}, {8, "0"},  {100, "AcDbEntity"}, {100, "AcDbLeader"}, {3, "STANDARD"},
+             {71, "1"},     {72, "0"}, {73, "3"},           {76, "2"},           {10, "0"},
+             {20, "0"},     {30, "0"}, {10, "1"},           {20, "1"},           {30, "0"}};
+    else if (kind == "OLEFRAME")
+        r = {{0, "OLEFRAME"}, {8, "0"},  {100, "AcDbEntity"}, {100, "AcDbOleFrame"},
+             {70, "2"},       {90, "4"}, {310, "00FF00FF"},   {1, "OLE"}};
+    else if (kind == "LTYPE")
+        r = {{0, "LTYPE"},
+             {100, "AcDbSymbolTableRecord"},
+             {100, "AcDbLinetypeTableRecord"},
+             {2, "HUGE"},
+             {70, "0"},
+             {3, "huge"},
+             {72, "65"},
+             {73, "2"},
+             {40, "1"},
+             {49, "0.5"},
+             {74, "0"},
+             {49, "-0.5"},
+             {74, "0"}};
+    else
+        r = {{0, "MLINESTYLE"}, {100, "AcDbMlineStyle"},
+             {2, "HUGE"},       {70, "0"},
+             {3, ""},           {62, "256"},
+             {51, "90"},        {52, "90"},
+             {71, "2"},         {49, "0.5"},
+             {62, "256"},       {6, "BYLAYER"},
+             {49, "-0.5"},      {62, "256"},
+             {6, "BYLAYER"}};
+    for (auto &g : r) {
+        if (number.empty())
+            break;
+        if (g.first == target.code) {
+            g.second = number;
+            break;
+        }
+    }
+    return r;
+}
+
 class Mutator {
 public:
-    Mutator(const Bytes &original, uint32_t seed) : original_(original), rng_(seed) {
+    Mutator(const Bytes &original, Release release, uint32_t seed)
+        : original_(original), release_(release), rng_(seed) {
         binary_ = IsBinary(original);
         if (binary_) {
-            binary_groups_ = SplitBinary(original);
+            binary_groups_ = SplitBinary(original, release);
         } else {
             ascii_ = AsciiLines::Of(original);
-            rendition_ = BinaryRendition(ascii_);
+            rendition_ = BinaryRendition(ascii_, release);
         }
     }
 
@@ -955,6 +1112,9 @@ public:
         const Damage d = static_cast<Damage>(index % static_cast<int>(Damage::kCount));
         std::ostringstream what;
         what << DamageName(d) << ":";
+        sentinel_ = !binary_ || KeepsSentinel(index);
+        if (!sentinel_)
+            what << " (no sentinel)";
         if (binary_)
             *out = Binary(d, binary_groups_, &what);
         else
@@ -967,6 +1127,9 @@ public:
         const Damage d = static_cast<Damage>(index % static_cast<int>(Damage::kCount));
         std::ostringstream what;
         what << "binary rendition, " << DamageName(d) << ":";
+        sentinel_ = KeepsSentinel(index);
+        if (!sentinel_)
+            what << " (no sentinel)";
         *out = Binary(d, rendition_, &what);
         return what.str();
     }
@@ -974,6 +1137,9 @@ public:
     bool binary() const { return binary_; }
 
 private:
+    // A release 13 binary file may be written without its sentinel: every seventh copy is.
+    bool KeepsSentinel(int index) const { return release_ == Release::k12 || index % 7 != 3; }
+
     size_t Pick(size_t n) { return n ? std::uniform_int_distribution<size_t>(0, n - 1)(rng_) : 0; }
     int Uniform(int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng_); }
     template <typename T, size_t N> const T &OneOf(const T (&items)[N]) { return items[Pick(N)]; }
@@ -1257,6 +1423,22 @@ private:
             *what << " " << n << " groups from " << g << " repeated " << times << " times";
             break;
         }
+        case Damage::kHugeCount: {
+            HugeCount(
+                groups, [&](size_t g) { return a.Code(g); }, [&](size_t g) { return a.Value(g); },
+                [&](size_t g, const std::string &number) { lines[2 * g + 1] = number; },
+                [&](size_t at, const Groups &record) {
+                    std::vector<std::string> add;
+                    for (const auto &r : record) {
+                        add.push_back(std::to_string(r.first));
+                        add.push_back(r.second);
+                    }
+                    lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(2 * at), add.begin(),
+                                 add.end());
+                },
+                what);
+            break;
+        }
         default:
             break;
         }
@@ -1267,12 +1449,12 @@ private:
         const size_t n = groups.size();
         if (n == 0) {
             *what << " no groups";
-            return JoinBinary(groups);
+            return JoinBinary(groups, sentinel_);
         }
         auto string_group = [&]() -> size_t {
             for (int tries = 0; tries < 40; ++tries) {
                 size_t g = Pick(n);
-                if (Release12Value(groups[g].code) == BinaryValue::kString)
+                if (ValueOf(release_, groups[g].code) == BinaryValue::kString)
                     return g;
             }
             return n;
@@ -1289,12 +1471,14 @@ private:
                 case 0:
                     code = {static_cast<uint8_t>(Uniform(0, 255))};
                     break;
-                case 1: // the escape with a code, or the escape alone
-                    code = {255, static_cast<uint8_t>(Uniform(0, 255)),
+                case 1: // release 12: the escape with a code; release 13: any two bytes
+                    code = {static_cast<uint8_t>(Uniform(0, 255)),
                             static_cast<uint8_t>(Uniform(0, 255))};
+                    if (release_ == Release::k12)
+                        code.insert(code.begin(), 255);
                     break;
                 default:
-                    code = CodeBytes(OneOf(kCodes) & 0x7FFF);
+                    code = CodeBytes(release_, OneOf(kCodes) & 0x7FFF);
                     break;
                 }
                 g.bytes = code;
@@ -1320,14 +1504,14 @@ private:
             break;
         }
         case Damage::kTruncate: {
-            Bytes b = JoinBinary(groups);
+            Bytes b = JoinBinary(groups, sentinel_);
             const size_t keep = Pick(b.size());
             b.resize(keep);
             *what << " to " << keep << " bytes";
             return b;
         }
         case Damage::kFlipBytes: {
-            Bytes b = JoinBinary(groups);
+            Bytes b = JoinBinary(groups, sentinel_);
             const int k = Uniform(1, 8);
             for (int i = 0; i < k; ++i) {
                 const size_t at = Pick(b.size());
@@ -1362,14 +1546,14 @@ private:
         case Damage::kWordValue: {
             const size_t g = string_group();
             if (g < n) {
-                groups[g] = MakeBinaryGroup(groups[g].code, OneOf(kWords));
+                groups[g] = MakeBinaryGroup(release_, groups[g].code, OneOf(kWords));
                 *what << " group " << g << "=\"" << groups[g].text << "\"";
             }
             break;
         }
         case Damage::kNumberValue: {
             const size_t g = Pick(n);
-            const BinaryValue type = Release12Value(groups[g].code);
+            const BinaryValue type = ValueOf(release_, groups[g].code);
             if (type == BinaryValue::kReal) {
                 static const double reals[] = {1e308, -1e308, 0.0, -0.0, 5e-324, 1e-300};
                 double v = Uniform(0, 2) ? OneOf(reals) : std::nan("");
@@ -1382,7 +1566,7 @@ private:
                     groups[g].bytes[k] = Uniform(0, 1) ? 0xFF : 0x80;
                 *what << " integer of group " << g << " made extreme";
             } else {
-                groups[g] = MakeBinaryGroup(groups[g].code, OneOf(kNumbers));
+                groups[g] = MakeBinaryGroup(release_, groups[g].code, OneOf(kNumbers));
                 *what << " text of group " << g << " made a number";
             }
             break;
@@ -1391,7 +1575,8 @@ private:
             const size_t g = string_group();
             if (g < n) {
                 static const size_t lengths[] = {298, 299, 300, 301, 511, 512, 1000, 5000};
-                groups[g] = MakeBinaryGroup(groups[g].code, std::string(OneOf(lengths), 'B'));
+                groups[g] =
+                    MakeBinaryGroup(release_, groups[g].code, std::string(OneOf(lengths), 'B'));
                 *what << " string of group " << g << " of " << groups[g].text.size() << " bytes";
             }
             break;
@@ -1399,16 +1584,16 @@ private:
         case Damage::kLineEnds: {
             // The binary counterpart: a string without its terminator, or a chunk whose
             // length byte runs past the file.
-            Bytes b = JoinBinary(groups);
+            Bytes b = JoinBinary(groups, sentinel_);
             if (Uniform(0, 1)) {
                 const size_t g = string_group();
                 if (g < n) {
                     groups[g].bytes.pop_back();
                     *what << " string of group " << g << " lost its zero byte";
-                    return JoinBinary(groups);
+                    return JoinBinary(groups, sentinel_);
                 }
             }
-            Bytes chunk = CodeBytes(1004);
+            Bytes chunk = CodeBytes(release_, 1004);
             chunk.push_back(static_cast<uint8_t>(Uniform(1, 255)));
             b.insert(b.end(), chunk.begin(), chunk.end());
             *what << " a chunk longer than the rest of the file at the end";
@@ -1432,23 +1617,21 @@ private:
             std::vector<BinaryGroup> add;
             switch (Uniform(0, 3)) {
             case 0:
-                add.push_back(MakeBinaryGroup(1001, "ACAD"));
-                add.push_back(MakeBinaryGroup(1000, std::string(299, 'x')));
-                add.push_back(MakeBinaryGroup(1010, "1"));
-                add.push_back(MakeBinaryGroup(1040, "2"));
+                add.push_back(MakeBinaryGroup(release_, 1001, "ACAD"));
+                add.push_back(MakeBinaryGroup(release_, 1000, std::string(299, 'x')));
+                add.push_back(MakeBinaryGroup(release_, 1010, "1"));
+                add.push_back(MakeBinaryGroup(release_, 1040, "2"));
                 break;
             case 1: {
-                BinaryGroup g;
-                g.code = 100;
-                g.bytes = {100, 'A', 'c', 'D', 'b', 0};
-                g.value_at = 1;
-                add.push_back(g);
+                // Release 12 has no value type for 100; release 13 reads a class it does not
+                // know.
+                add.push_back(MakeBinaryGroup(release_, 100, "AcDbNoSuchClass"));
                 break;
             }
             case 2: {
                 BinaryGroup g;
                 g.code = 1004;
-                g.bytes = CodeBytes(1004);
+                g.bytes = CodeBytes(release_, 1004);
                 g.value_at = g.bytes.size();
                 g.bytes.push_back(200);
                 g.bytes.push_back(1);
@@ -1456,8 +1639,8 @@ private:
                 break;
             }
             default:
-                add.push_back(MakeBinaryGroup(1071, "-1"));
-                add.push_back(MakeBinaryGroup(1005, "0123456789ABCDEF01"));
+                add.push_back(MakeBinaryGroup(release_, 1071, "-1"));
+                add.push_back(MakeBinaryGroup(release_, 1005, "0123456789ABCDEF01"));
                 break;
             }
             groups.insert(groups.begin() + static_cast<std::ptrdiff_t>(at), add.begin(), add.end());
@@ -1476,13 +1659,86 @@ private:
             *what << " " << k << " groups from " << g << " repeated " << times << " times";
             break;
         }
+        case Damage::kHugeCount: {
+            HugeCount(
+                n, [&](size_t g) { return groups[g].code; },
+                [&](size_t g) { return groups[g].text; },
+                [&](size_t g, const std::string &number) {
+                    groups[g] = MakeBinaryGroup(release_, groups[g].code, number);
+                },
+                [&](size_t at, const Groups &record) {
+                    std::vector<BinaryGroup> add;
+                    for (const auto &r : record)
+                        add.push_back(MakeBinaryGroup(release_, r.first, r.second));
+                    groups.insert(groups.begin() + static_cast<std::ptrdiff_t>(at), add.begin(),
+                                  add.end());
+                },
+                what);
+            break;
+        }
         default:
             break;
         }
-        return JoinBinary(groups);
+        return JoinBinary(groups, sentinel_);
+    }
+
+    // A count group of a record made huge: one that the file has, or a small record of the
+    // kind, whose count is huge, put where such records stand.
+    template <typename CodeAt, typename ValueAt, typename Change, typename Insert>
+    void HugeCount(size_t groups, CodeAt code, ValueAt value, Change change, Insert insert,
+                   std::ostringstream *what) {
+        static const char *const numbers[] = {"32767", "-1",      "65535",     "-32768",
+                                              "30000", "1000000", "2147483647"};
+        const CountGroup &target = OneOf(kCountGroups);
+        const std::string number = OneOf(numbers);
+        std::vector<size_t> found;
+        std::string kind;
+        for (size_t g = 0; g < groups; ++g) {
+            if (code(g) == 0)
+                kind = value(g);
+            else if (kind == target.kind && code(g) == target.code)
+                found.push_back(g);
+        }
+        *what << " " << target.kind << " " << target.code << "=" << number;
+        if (!found.empty()) {
+            const size_t g = found[Pick(found.size())];
+            change(g, number);
+            *what << " at group " << g;
+            return;
+        }
+        const size_t at = PlaceOf(target.kind, groups, code, value);
+        if (at >= groups) {
+            *what << ": no place for a new record";
+            return;
+        }
+        insert(at, CountRecord(target, number));
+        *what << " in a new record at group " << at;
+    }
+
+    // Where a new record of `kind` may stand: before the end of the LTYPE table, before the
+    // end of the OBJECTS section, or as the first entity; `groups` when there is no place.
+    template <typename CodeAt, typename ValueAt>
+    static size_t PlaceOf(const std::string &kind, size_t groups, CodeAt code, ValueAt value) {
+        const char *within = kind == "LTYPE"        ? "LTYPE"
+                             : kind == "MLINESTYLE" ? "OBJECTS"
+                                                    : "ENTITIES";
+        const char *end = kind == "LTYPE" ? "ENDTAB" : "ENDSEC";
+        for (size_t g = 0; g + 1 < groups; ++g) {
+            if (code(g) != 2 || value(g) != within || g == 0 || code(g - 1) != 0)
+                continue;
+            if (kind != "LTYPE" && kind != "MLINESTYLE")
+                return g + 1;
+            for (size_t k = g + 1; k < groups; ++k) {
+                if (code(k) == 0 && value(k) == end)
+                    return k;
+            }
+        }
+        return groups;
     }
 
     const Bytes &original_;
+    Release release_;
+    bool sentinel_ = true;
     std::mt19937 rng_;
     bool binary_ = false;
     AsciiLines ascii_;
@@ -1501,32 +1757,47 @@ uint32_t SeedFor(const std::string &relative) {
 }
 
 // ---------------------------------------------------------------------------
-// Damaged copies of every dxf12 drawing
+// Damaged copies of every dxf12 and every dxf13 drawing
 // ---------------------------------------------------------------------------
 
-std::vector<std::string> Dxf12Files() {
-    std::vector<std::string> files = CorpusFiles("dxf12");
+std::vector<std::string> FilesOf(const char *folder) {
+    std::vector<std::string> files = CorpusFiles(folder);
     if (files.empty())
         files.push_back("");
     return files;
 }
 
-class Dxf12MutationTest : public testing::TestWithParam<std::string> {};
+// How many copies a drawing gets: in its own form, and in the binary rendition of an ASCII
+// drawing.
+struct CopyCounts {
+    int own = 0;
+    int rendition = 0;
+};
 
-TEST_P(Dxf12MutationTest, DamagedCopiesEndCleanlyAndInTime) {
-    VELKO_REQUIRE_CORPUS();
-    const std::string &relative = GetParam();
-    ASSERT_FALSE(relative.empty()) << "no dxf12 drawing in " << CorpusDir();
+CopyCounts CountsFor(Release release, size_t size, bool binary) {
+    int own = release == Release::k12 ? kMutants : kRelease13Mutants;
+    int rendition = release == Release::k12 ? kBinaryRenditionMutants : kRelease13RenditionMutants;
+    if (release == Release::k13 && size > kLargeDrawing) {
+        own /= 10;
+        rendition /= 10;
+    }
+    CopyCounts counts;
+    counts.own = std::max(own, static_cast<int>(own * MutationScale()));
+    counts.rendition = binary ? 0 : std::max(1, static_cast<int>(rendition * MutationScale()));
+    return counts;
+}
+
+// Makes the damaged copies of one corpus drawing and reads each in a child process; every
+// copy that goes wrong is a failure of the test.
+void ReadDamagedCopies(const std::string &relative, Release release, const char *label) {
     Bytes original;
     ASSERT_TRUE(ReadWholeFile(CorpusPath(relative), &original)) << relative;
     ASSERT_FALSE(original.empty());
 
     const uint32_t seed = SeedFor(relative);
-    Mutator mutator(original, seed);
-    const int own = std::max(kMutants, static_cast<int>(kMutants * MutationScale()));
-    const int rendition =
-        mutator.binary() ? 0
-                         : std::max(1, static_cast<int>(kBinaryRenditionMutants * MutationScale()));
+    Mutator mutator(original, release, seed);
+    const CopyCounts counts = CountsFor(release, original.size(), mutator.binary());
+    const int own = counts.own, rendition = counts.rendition;
 
     int opened = 0, failures = 0, stalls = 0;
     double slowest = 0.0;
@@ -1570,20 +1841,40 @@ TEST_P(Dxf12MutationTest, DamagedCopiesEndCleanlyAndInTime) {
             }
         });
     EXPECT_EQ(failures, 0) << failures << " damaged copies of " << relative << " went wrong";
-    RecordProperty("copies", own + rendition);
-    RecordProperty("opened", opened);
-    RecordProperty("saved", saved);
-    std::printf("[ dxf12 mutation ] %-40s %4d copies, %4d opened, %3d saved, slowest %.4f s\n",
+    testing::Test::RecordProperty("copies", own + rendition);
+    testing::Test::RecordProperty("opened", opened);
+    testing::Test::RecordProperty("saved", saved);
+    std::printf("[ %s mutation ] %-40s %4d copies, %4d opened, %3d saved, slowest %.4f s\n", label,
                 relative.c_str(), own + rendition, opened, saved, slowest);
     if (slowest > TimeLimit() / 4)
-        std::printf("[ dxf12 mutation ] slowest: %s\n", slowest_what.c_str());
+        std::printf("[ %s mutation ] slowest: %s\n", label, slowest_what.c_str());
 }
 
-INSTANTIATE_TEST_SUITE_P(Corpus, Dxf12MutationTest, testing::ValuesIn(Dxf12Files()),
-                         [](const testing::TestParamInfo<std::string> &info) {
-                             return info.param.empty() ? std::string("no_corpus")
-                                                       : TestNameFor(info.param);
-                         });
+std::string ParamName(const testing::TestParamInfo<std::string> &info) {
+    return info.param.empty() ? std::string("no_corpus") : TestNameFor(info.param);
+}
+
+class Dxf12MutationTest : public testing::TestWithParam<std::string> {};
+
+TEST_P(Dxf12MutationTest, DamagedCopiesEndCleanlyAndInTime) {
+    VELKO_REQUIRE_CORPUS();
+    ASSERT_FALSE(GetParam().empty()) << "no dxf12 drawing in " << CorpusDir();
+    ReadDamagedCopies(GetParam(), Release::k12, "dxf12");
+}
+
+INSTANTIATE_TEST_SUITE_P(Corpus, Dxf12MutationTest, testing::ValuesIn(FilesOf("dxf12")), ParamName);
+
+// The binary copies take two-byte group codes and the release 13 value table; a seventh of
+// them have no sentinel.
+class Dxf13MutationTest : public testing::TestWithParam<std::string> {};
+
+TEST_P(Dxf13MutationTest, DamagedCopiesEndCleanlyAndInTime) {
+    VELKO_REQUIRE_CORPUS();
+    ASSERT_FALSE(GetParam().empty()) << "no dxf13 drawing in " << CorpusDir();
+    ReadDamagedCopies(GetParam(), Release::k13, "dxf13");
+}
+
+INSTANTIATE_TEST_SUITE_P(Corpus, Dxf13MutationTest, testing::ValuesIn(FilesOf("dxf13")), ParamName);
 
 // ---------------------------------------------------------------------------
 // Hand-made files on which the reader would stall
@@ -1599,8 +1890,6 @@ std::string Dxf(const std::vector<std::pair<int, std::string>> &groups) {
     }
     return text;
 }
-
-using Groups = std::vector<std::pair<int, std::string>>;
 
 const Groups kHeader = {{0, "SECTION"},  {2, "HEADER"}, {9, "$ACADVER"}, {1, "AC1009"},
                         {9, "$INSBASE"}, {10, "0.0"},   {20, "0.0"},     {30, "0.0"},
@@ -1658,7 +1947,7 @@ Bytes BytesOf(const std::string &text) {
 Bytes BinaryOf(const Groups &groups) {
     std::vector<BinaryGroup> binary;
     for (const auto &g : groups)
-        binary.push_back(MakeBinaryGroup(g.first, g.second));
+        binary.push_back(MakeBinaryGroup(Release::k12, g.first, g.second));
     return JoinBinary(binary);
 }
 
@@ -1805,6 +2094,174 @@ TEST_F(Dxf12Stall, EmptyFileAfterTheHeaderIsRefused) {
     ExpectRefused(BytesOf(Dxf(kHeader) + std::string(64, ' ')), "the header and blanks");
 }
 
+// ---------------------------------------------------------------------------
+// Release 13: every count group made huge, in a small hand-made drawing
+// ---------------------------------------------------------------------------
+
+// A small release 13 drawing: the tables and blocks the reader needs, `record` (an entity,
+// or with `in_objects` an object of the OBJECTS section), and a line.
+Groups Release13Drawing(const Groups &record, bool in_objects) {
+    Groups d = {{0, "SECTION"},
+                {2, "HEADER"},
+                {9, "$ACADVER"},
+                {1, "AC1012"},
+                {9, "$HANDSEED"},
+                {5, "FFF"},
+                {0, "ENDSEC"},
+                {0, "SECTION"},
+                {2, "TABLES"},
+                {0, "TABLE"},
+                {2, "LTYPE"},
+                {5, "5"},
+                {100, "AcDbSymbolTable"},
+                {70, "1"},
+                {0, "LTYPE"},
+                {5, "14"},
+                {100, "AcDbSymbolTableRecord"},
+                {100, "AcDbLinetypeTableRecord"},
+                {2, "CONTINUOUS"},
+                {70, "0"},
+                {3, "Solid line"},
+                {72, "65"},
+                {73, "0"},
+                {40, "0.0"},
+                {0, "ENDTAB"},
+                {0, "TABLE"},
+                {2, "LAYER"},
+                {5, "2"},
+                {100, "AcDbSymbolTable"},
+                {70, "1"},
+                {0, "LAYER"},
+                {5, "10"},
+                {100, "AcDbSymbolTableRecord"},
+                {100, "AcDbLayerTableRecord"},
+                {2, "0"},
+                {70, "0"},
+                {62, "7"},
+                {6, "CONTINUOUS"},
+                {0, "ENDTAB"},
+                {0, "TABLE"},
+                {2, "BLOCK_RECORD"},
+                {5, "1"},
+                {100, "AcDbSymbolTable"},
+                {70, "2"},
+                {0, "BLOCK_RECORD"},
+                {5, "1F"},
+                {100, "AcDbSymbolTableRecord"},
+                {100, "AcDbBlockTableRecord"},
+                {2, "*MODEL_SPACE"},
+                {0, "BLOCK_RECORD"},
+                {5, "1B"},
+                {100, "AcDbSymbolTableRecord"},
+                {100, "AcDbBlockTableRecord"},
+                {2, "*PAPER_SPACE"},
+                {0, "ENDTAB"},
+                {0, "ENDSEC"},
+                {0, "SECTION"},
+                {2, "BLOCKS"}};
+    for (const char *space : {"*MODEL_SPACE", "*PAPER_SPACE"}) {
+        const Groups block = {{0, "BLOCK"},
+                              {8, "0"},
+                              {100, "AcDbBlockBegin"},
+                              {2, space},
+                              {70, "0"},
+                              {10, "0"},
+                              {20, "0"},
+                              {30, "0"},
+                              {3, space},
+                              {1, ""},
+                              {0, "ENDBLK"},
+                              {8, "0"},
+                              {100, "AcDbBlockEnd"}};
+        d.insert(d.end(), block.begin(), block.end());
+    }
+    d.push_back({0, "ENDSEC"});
+    d.push_back({0, "SECTION"});
+    d.push_back({2, "ENTITIES"});
+    if (!in_objects)
+        d.insert(d.end(), record.begin(), record.end());
+    const Groups line = {{0, "LINE"}, {8, "0"},  {100, "AcDbEntity"}, {100, "AcDbLine"}, {10, "0"},
+                         {20, "0"},   {30, "0"}, {11, "1"},           {21, "1"},         {31, "0"}};
+    d.insert(d.end(), line.begin(), line.end());
+    d.push_back({0, "ENDSEC"});
+    if (in_objects) {
+        d.push_back({0, "SECTION"});
+        d.push_back({2, "OBJECTS"});
+        d.insert(d.end(), record.begin(), record.end());
+        d.push_back({0, "ENDSEC"});
+    }
+    d.push_back({0, "EOF"});
+    return d;
+}
+
+// The file of the groups in the three forms a release 13 file may take.
+std::vector<std::pair<std::string, Bytes>> Release13Forms(const Groups &groups) {
+    std::vector<BinaryGroup> binary;
+    for (const auto &g : groups)
+        binary.push_back(MakeBinaryGroup(Release::k13, g.first, g.second));
+    return {{"ASCII", BytesOf(Dxf(groups))},
+            {"binary", JoinBinary(binary)},
+            {"binary without sentinel", JoinBinary(binary, false)}};
+}
+
+// The same reading in a child, for release 13 files.
+class Dxf13Count : public Dxf12Stall {};
+
+// The small drawing with a record of the count group's kind whose count is `number`: a line
+// type in its table in place of CONTINUOUS, a multiline style in the OBJECTS section, an
+// entity in ENTITIES.
+Groups CountDrawing(const CountGroup &target, const std::string &number) {
+    const std::string kind = target.kind;
+    const Groups record = CountRecord(target, number);
+    if (kind == "LTYPE")
+        return Replace(Release13Drawing({}, false), "TABLE", "LTYPE", record);
+    return Release13Drawing(record, kind == "MLINESTYLE");
+}
+
+TEST_F(Dxf13Count, DrawingOfTheCountCasesOpens) {
+    // The drawing the cases below put their records into: as it stands, it opens.
+    const auto forms = Release13Forms(Release13Drawing({}, false));
+    for (size_t i = 0; i < 2; ++i) {
+        Outcome out = Read(forms[i].second, "the release 13 drawing, " + forms[i].first);
+        ASSERT_TRUE(out.finished) << out.failure;
+        EXPECT_EQ(out.report.opened, 1) << forms[i].first << ": error " << out.report.code;
+        EXPECT_EQ(std::string(out.report.trouble), "");
+    }
+    const int32_t records = Read(forms[0].second, "the drawing").report.records;
+    // With a record of each kind as it should be, the record is read: one record more (the
+    // line type takes CONTINUOUS's place).
+    for (const CountGroup &target : kCountGroups) {
+        const bool replaces = std::string(target.kind) == "LTYPE";
+        for (const auto &form : Release13Forms(CountDrawing(target, ""))) {
+            if (form.first == "binary without sentinel")
+                continue;
+            const std::string what = std::string(target.kind) + ", " + form.first;
+            Outcome out = Read(form.second, what);
+            ASSERT_TRUE(out.finished) << out.failure;
+            EXPECT_EQ(out.report.opened, 1) << what << ": error " << out.report.code;
+            EXPECT_EQ(out.report.records, records + (replaces ? 0 : 1)) << what;
+        }
+    }
+}
+
+TEST_F(Dxf13Count, HugeCountsEndCleanlyAndInTime) {
+    // Each count group of each kind, with each huge number, in each form: read to the end
+    // or refused, without a crash, a stall, a leak or an allocation past the bound.
+    for (const CountGroup &target : kCountGroups) {
+        for (const char *number : {"32767", "-1", "-32768", "2147483647"}) {
+            for (const auto &form : Release13Forms(CountDrawing(target, number))) {
+                const std::string what = std::string(target.kind) + " " +
+                                         std::to_string(target.code) + "=" + number + ", " +
+                                         form.first;
+                Outcome out = Read(form.second, what);
+                if (out.finished) {
+                    EXPECT_EQ(std::string(out.report.trouble), "") << what;
+                }
+            }
+        }
+    }
+}
+
 } // namespace
-} // namespace dxf12
+} // namespace dxf_mutation
 } // namespace velko_test
