@@ -746,7 +746,7 @@ struct AsciiLines {
 };
 
 // The value types of a release 12 binary file, by group code.
-enum class BinaryValue { kString, kReal, kInt16, kInt32, kChunk, kNone };
+using BinaryValue = DxfBinaryValue;
 
 BinaryValue Release12Value(int code) {
     if ((code >= 0 && code <= 9) || code == 999 || (code >= 1000 && code <= 1003) ||
@@ -764,25 +764,8 @@ BinaryValue Release12Value(int code) {
     return BinaryValue::kNone;
 }
 
-// The value types of a release 13 binary file: every code has one.
-BinaryValue Release13Value(int code) {
-    switch (R13BinaryTypeOf(code)) {
-    case R13BinaryType::kReal:
-        return BinaryValue::kReal;
-    case R13BinaryType::kInt16:
-        return BinaryValue::kInt16;
-    case R13BinaryType::kInt32:
-        return BinaryValue::kInt32;
-    case R13BinaryType::kChunk:
-        return BinaryValue::kChunk;
-    case R13BinaryType::kString:
-        break;
-    }
-    return BinaryValue::kString;
-}
-
 BinaryValue ValueOf(Release release, int code) {
-    return release == Release::k12 ? Release12Value(code) : Release13Value(code);
+    return release == Release::k12 ? Release12Value(code) : Release13BinaryValue(code);
 }
 
 const char kSentinel[22] = {'A', 'u', 't', 'o', 'C', 'A', 'D', ' ',  'B',  'i',  'n',

@@ -29,7 +29,7 @@ std::string DxfText::Ascii(const char *eol) const {
 
 namespace {
 
-enum class Type { kString, kReal, kInt16, kInt32, kChunk, kNone };
+using Type = DxfBinaryValue;
 
 // The value type of a code in a release 12 binary file.
 Type TypeOf(int code) {
@@ -56,6 +56,50 @@ template <typename T> void PutLe(std::vector<uint8_t> &out, T value) {
 
 } // namespace
 
+DxfBinaryValue Release13BinaryValue(int code) {
+    if ((code >= 10 && code <= 58) || (code >= 140 && code <= 147) ||
+        (code >= 210 && code <= 230) || (code >= 1010 && code <= 1042))
+        return Type::kReal;
+    if ((code >= 62 && code <= 78) || (code >= 170 && code <= 178) ||
+        (code >= 270 && code <= 275) || (code >= 280 && code <= 289) || code == 1070)
+        return Type::kInt16;
+    if ((code >= 90 && code <= 99) || code == 1071)
+        return Type::kInt32;
+    if (code == 310 || code == 1004)
+        return Type::kChunk;
+    return Type::kString;
+}
+
+void AppendBinaryValue(std::vector<uint8_t> &out, DxfBinaryValue type, const std::string &text) {
+    switch (type) {
+    case Type::kString:
+        out.insert(out.end(), text.begin(), text.end());
+        out.push_back(0);
+        break;
+    case Type::kReal:
+        PutLe<double>(out, std::strtod(text.c_str(), nullptr));
+        break;
+    case Type::kInt16:
+        PutLe<int16_t>(out, static_cast<int16_t>(std::atoi(text.c_str())));
+        break;
+    case Type::kInt32:
+        PutLe<int32_t>(out, static_cast<int32_t>(std::atol(text.c_str())));
+        break;
+    case Type::kChunk: {
+        // Hexadecimal text to a length byte and the data.
+        std::vector<uint8_t> data;
+        for (size_t i = 0; i + 1 < text.size(); i += 2)
+            data.push_back(
+                static_cast<uint8_t>(std::strtoul(text.substr(i, 2).c_str(), nullptr, 16)));
+        out.push_back(static_cast<uint8_t>(data.size()));
+        out.insert(out.end(), data.begin(), data.end());
+        break;
+    }
+    case Type::kNone:
+        break;
+    }
+}
+
 std::vector<uint8_t> DxfText::Binary() const {
     static const char kSentinel[] = "AutoCAD Binary DXF\r\n\x1a";
     std::vector<uint8_t> out(kSentinel, kSentinel + 22); // the terminator is the 22nd byte
@@ -66,33 +110,7 @@ std::vector<uint8_t> DxfText::Binary() const {
             out.push_back(255);
             PutLe<int16_t>(out, static_cast<int16_t>(g.first));
         }
-        switch (TypeOf(g.first)) {
-        case Type::kString:
-            out.insert(out.end(), g.second.begin(), g.second.end());
-            out.push_back(0);
-            break;
-        case Type::kReal:
-            PutLe<double>(out, std::strtod(g.second.c_str(), nullptr));
-            break;
-        case Type::kInt16:
-            PutLe<int16_t>(out, static_cast<int16_t>(std::atoi(g.second.c_str())));
-            break;
-        case Type::kInt32:
-            PutLe<int32_t>(out, static_cast<int32_t>(std::atol(g.second.c_str())));
-            break;
-        case Type::kChunk: {
-            // Hexadecimal text to a length byte and the data.
-            std::vector<uint8_t> data;
-            for (size_t i = 0; i + 1 < g.second.size(); i += 2)
-                data.push_back(
-                    static_cast<uint8_t>(std::strtoul(g.second.substr(i, 2).c_str(), nullptr, 16)));
-            out.push_back(static_cast<uint8_t>(data.size()));
-            out.insert(out.end(), data.begin(), data.end());
-            break;
-        }
-        case Type::kNone:
-            break;
-        }
+        AppendBinaryValue(out, TypeOf(g.first), g.second);
     }
     return out;
 }

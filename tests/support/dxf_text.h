@@ -10,6 +10,17 @@
 
 namespace velko_test {
 
+// How a group's value is stored in a binary DXF file; kNone: no value bytes.
+enum class DxfBinaryValue { kString, kReal, kInt16, kInt32, kChunk, kNone };
+
+// The value type of a group code in a binary file of release 13: every code has one.
+DxfBinaryValue Release13BinaryValue(int code);
+
+// Appends `text` in the binary form of `type`: a string with its zero byte, a real, a
+// 16- or 32-bit integer (little-endian), or a chunk from hexadecimal text (its length byte
+// and the data).
+void AppendBinaryValue(std::vector<uint8_t> &out, DxfBinaryValue type, const std::string &text);
+
 class DxfText {
 public:
     DxfText &G(int code, const std::string &value) {

@@ -12,8 +12,6 @@ namespace velko_test {
 
 namespace {
 
-using Type = R13BinaryType;
-
 template <typename T> void PutLe(std::vector<uint8_t> &out, T value) {
     uint8_t bytes[sizeof(T)];
     std::memcpy(bytes, &value, sizeof(T));
@@ -32,49 +30,12 @@ void AddRecord(CR13Drawing &drawing, R13Table table, Record *record, const char 
 
 } // namespace
 
-R13BinaryType R13BinaryTypeOf(int code) {
-    if ((code >= 10 && code <= 58) || (code >= 140 && code <= 147) ||
-        (code >= 210 && code <= 230) || (code >= 1010 && code <= 1042))
-        return Type::kReal;
-    if ((code >= 62 && code <= 78) || (code >= 170 && code <= 178) ||
-        (code >= 270 && code <= 275) || (code >= 280 && code <= 289) || code == 1070)
-        return Type::kInt16;
-    if ((code >= 90 && code <= 99) || code == 1071)
-        return Type::kInt32;
-    if (code == 310 || code == 1004)
-        return Type::kChunk;
-    return Type::kString;
-}
-
 std::vector<uint8_t> R13DxfBinary(const DxfText &groups) {
     static const char kSentinel[] = "AutoCAD Binary DXF\r\n\x1a";
     std::vector<uint8_t> out(kSentinel, kSentinel + 22);
     for (const auto &g : groups.Groups()) {
         PutLe<int16_t>(out, static_cast<int16_t>(g.first));
-        switch (R13BinaryTypeOf(g.first)) {
-        case Type::kString:
-            out.insert(out.end(), g.second.begin(), g.second.end());
-            out.push_back(0);
-            break;
-        case Type::kReal:
-            PutLe<double>(out, std::strtod(g.second.c_str(), nullptr));
-            break;
-        case Type::kInt16:
-            PutLe<int16_t>(out, static_cast<int16_t>(std::atoi(g.second.c_str())));
-            break;
-        case Type::kInt32:
-            PutLe<int32_t>(out, static_cast<int32_t>(std::atol(g.second.c_str())));
-            break;
-        case Type::kChunk: {
-            std::vector<uint8_t> data;
-            for (size_t i = 0; i + 1 < g.second.size(); i += 2)
-                data.push_back(
-                    static_cast<uint8_t>(std::strtoul(g.second.substr(i, 2).c_str(), nullptr, 16)));
-            out.push_back(static_cast<uint8_t>(data.size()));
-            out.insert(out.end(), data.begin(), data.end());
-            break;
-        }
-        }
+        AppendBinaryValue(out, Release13BinaryValue(g.first), g.second);
     }
     return out;
 }

@@ -23,10 +23,6 @@
 
 namespace velko_test {
 
-// The value type of a group code in a release 13 binary file.
-enum class R13BinaryType { kString, kReal, kInt16, kInt32, kChunk };
-R13BinaryType R13BinaryTypeOf(int code);
-
 // The groups as a binary DXF file of release 13.
 std::vector<uint8_t> R13DxfBinary(const DxfText &groups);
 
