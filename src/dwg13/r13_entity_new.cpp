@@ -24,30 +24,69 @@ const char *TableHandle(CR13Drawing &drawing, R13Table table, TableBase base, in
 
 } // namespace
 
+bool CR13Entity::TableHandlesOf(const CDB_ENTITY &in, const char *&layer,
+                                const char *&line_type) const {
+    layer = TableHandle(*drawing, R13Table::kLayers, TableBase::kLayers, in.layer_index);
+    if (!layer) {
+        drawing->SetError(CDB_ERR_INVALID_LAYER);
+        return false;
+    }
+    line_type = in.line_type_index == -1 ? "-1"
+                                         : TableHandle(*drawing, R13Table::kLtypes,
+                                                       TableBase::kLtypes, in.line_type_index);
+    if (!line_type) {
+        drawing->SetError(CDB_ERR_INVALID_LTYPE);
+        return false;
+    }
+    return true;
+}
+
+void CR13Entity::PutTableHandles(const char *layer, const char *line_type) {
+    std::free(record->layer_handle);
+    std::free(record->line_type_handle);
+    record->layer_handle = DuplicateText(layer);
+    record->line_type_handle = DuplicateText(line_type);
+    record->line_type_bylayer = std::strcmp(line_type, "-1") == 0 ? 1u : 0u;
+}
+
+int CR13Entity::SetReplacingRecord(const CDB_ENTITY *in, const CR13Entity &old) {
+    const CDB_ENTITY *was = old.GetData();
+    if (!in || !record || !drawing || !was)
+        return CDB_FAIL;
+    const char *layer = nullptr;
+    const char *line_type = nullptr;
+    if (!TableHandlesOf(*in, layer, line_type))
+        return CDB_FAIL;
+    SetRecord(in);
+    PutTableHandles(layer, line_type);
+    // The place in the chain is the old entity's: its handle and every link stay.
+    std::free(record->handle);
+    record->handle = DuplicateText(was->handle);
+    record->previous = was->previous;
+    record->next = was->next;
+    record->owner = was->owner;
+    record->dictionary = was->dictionary;
+    record->has_owner = was->has_owner;
+    record->no_links = was->no_links;
+    record->mode_model = was->mode_model;
+    record->mode_paper = was->mode_paper;
+    record->reserved_bit_1 = was->reserved_bit_1;
+    record->reserved_bit_2 = was->reserved_bit_2;
+    block_owned = old.block_owned;
+    is_unlinked = old.is_unlinked;
+    return 1;
+}
+
 int CR13Entity::SetNewRecord(const CDB_ENTITY *in, CR13Block &block, CR13Entity *previous) {
     if (!in || !record || !drawing)
         return CDB_FAIL;
-    const char *layer =
-        TableHandle(*drawing, R13Table::kLayers, TableBase::kLayers, in->layer_index);
-    if (!layer) {
-        drawing->SetError(CDB_ERR_INVALID_LAYER);
+    const char *layer = nullptr;
+    const char *line_type = nullptr;
+    if (!TableHandlesOf(*in, layer, line_type))
         return CDB_FAIL;
-    }
-    const bool bylayer = in->line_type_index == -1;
-    const char *line_type =
-        bylayer ? "-1"
-                : TableHandle(*drawing, R13Table::kLtypes, TableBase::kLtypes, in->line_type_index);
-    if (!line_type) {
-        drawing->SetError(CDB_ERR_INVALID_LTYPE);
-        return CDB_FAIL;
-    }
     SetRecord(in);
-    std::free(record->layer_handle);
-    std::free(record->line_type_handle);
     std::free(record->handle);
-    record->layer_handle = DuplicateText(layer);
-    record->line_type_handle = DuplicateText(line_type);
-    record->line_type_bylayer = bylayer ? 1u : 0u;
+    PutTableHandles(layer, line_type);
     const std::string handle = drawing->TakeNextHandle();
     record->handle = DuplicateText(handle.c_str());
 
