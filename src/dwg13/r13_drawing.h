@@ -149,7 +149,8 @@ public:
     // which takes a new handle (an object map entry, offset 0, for a DWG) and a place in
     // the table's control object: the new index. Modify replaces the record at an index
     // (1; -5 for a name another record has; -123 with -415 for no such index); the slot
-    // keeps its handle. Delete is a Modify with the deleted flag: 0, or -123.
+    // keeps its handle. Delete is a Modify with the deleted flag: what it gives, 0 for no such
+    // index.
     int LayerTableDelete(short index) override;
     int LineTypeTableDelete(short index) override;
     int StyleTableDelete(short index) override;

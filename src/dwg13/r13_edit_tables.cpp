@@ -114,17 +114,18 @@ short ModifyRecord(CR13Drawing &drawing, R13Table which, short index, const Rec 
     return 1;
 }
 
-// 0 when the record took the flag, -123 when it could not.
+// What Modify gave (1, or -5), or 0 for a record that cannot be modified.
 template <typename Rec> int DeleteRecord(CR13Drawing &drawing, R13Table which, short index) {
     CR13TableRecord *held = drawing.Table(which).RecordAt(index);
     if (!held) {
         drawing.SetError(CDB_ERR_INVALID_INDEX);
-        return CDB_FAIL;
+        return 0;
     }
     Rec copy;
     std::memcpy(static_cast<void *>(&copy), held->GetRecord(), sizeof copy);
     copy.flags = static_cast<decltype(copy.flags)>(copy.flags | kDeletedFlag);
-    return ModifyRecord(drawing, which, index, &copy) > 0 ? 0 : CDB_FAIL;
+    const short result = ModifyRecord(drawing, which, index, &copy);
+    return result == CDB_FAIL ? 0 : result;
 }
 
 #define HV(name) offsetof(CDB_HEADER_type, name)
