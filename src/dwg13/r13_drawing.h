@@ -29,6 +29,7 @@ class CObjectMap;
 class CR13DxfReader;
 class CR13Header;
 class CR13Table;
+class CR13TableRecord;
 
 // The tables of a release 13 drawing, in the order in which the loader meets them after
 // the block table (which the first pass reads).
@@ -142,6 +143,67 @@ public:
     // The handle a new object takes: the running handle seed, which moves on by one.
     std::string TakeNextHandle();
 
+    // ---- Editing (r13_edit_tables.cpp, r13_edit.cpp) ---------------------------------------
+    // Table records: Add upper-cases the caller's name, refuses a name a live record has
+    // (-5; names beginning "*" always pass) and appends a record made from the caller's,
+    // which takes a new handle (an object map entry, offset 0, for a DWG) and a place in
+    // the table's control object: the new index. Modify replaces the record at an index
+    // (1; -5 for a name another record has; -123 with -415 for no such index); the slot
+    // keeps its handle. Delete is a Modify with the deleted flag: what it gives, 0 for no such
+    // index.
+    int LayerTableDelete(short index) override;
+    int LineTypeTableDelete(short index) override;
+    int StyleTableDelete(short index) override;
+    int VportTableDelete(short index) override;
+    int ViewTableDelete(short index) override;
+    int UCSTableDelete(short index) override;
+    int AppidTableDelete(short index) override;
+    int DimStyleTableDelete(short index) override;
+    short LayerTableAdd(CDB_LAYER_TBL_type *record) override;
+    short LineTypeTableAdd(CDB_LTYPE_TBL_type *record) override;
+    short StyleTableAdd(CDB_STYLE_TBL_type *record) override;
+    short VportTableAdd(CDB_VPORT_TBL_type *record) override;
+    short ViewTableAdd(CDB_VIEW_TBL_type *record) override;
+    short UCSTableAdd(CDB_UCS_TBL_type *record) override;
+    short AppidTableAdd(CDB_APPID_TBL_type *record) override;
+    short DimStyleTableAdd(CDB_DIMSTYLE_TBL_type *record) override;
+    short LayerTableModify(short index, CDB_LAYER_TBL_type *record) override;
+    short LineTypeTableModify(short index, CDB_LTYPE_TBL_type *record) override;
+    short StyleTableModify(short index, CDB_STYLE_TBL_type *record) override;
+    short VportTableModify(short index, CDB_VPORT_TBL_type *record) override;
+    short ViewTableModify(short index, CDB_VIEW_TBL_type *record) override;
+    short UCSTableModify(short index, CDB_UCS_TBL_type *record) override;
+    short AppidTableModify(short index, CDB_APPID_TBL_type *record) override;
+    short DimStyleTableModify(short index, CDB_DIMSTYLE_TBL_type *record) override;
+    // Blocks: Add makes a block header (new handle, a place in the block control), the
+    // block with its BLOCK and its ENDBLK (each a new handle), all in the object map for a
+    // DWG: the block's index, the same in the table and in the block list; -5 for a name a
+    // live block has or one beginning "*". Modify renames a block to a free name (0; -5
+    // otherwise). BlockTableModify stores the flags of a block table record; the deleted
+    // flag reaches the block itself, which the walks then pass by. 1, or 0.
+    short BlockAdd(CDB_STARTBLOCK_ENTITY_type *block) override;
+    short BlockTableAdd(CDB_BLOCK_TBL *record) override;
+    short BlockModify(short index, CDB_STARTBLOCK_ENTITY_type *block) override;
+    int BlockTableModify(short index, CDB_BLOCK_TBL *record) override;
+    // Entities: Add checks the sequence, then makes the object of the record's kind as a
+    // new entity of the block's chain (CR13Entity::SetNewRecord: -427, -428); Modify
+    // makes the object that takes the old one's place, handle and links
+    // (SetReplacingRecord); Delete and DeleteCurrent take the entity's handle out of the
+    // object map as well.
+    int32_t EntityAdd(short block, CDB_ENTITY *entity) override;
+    short EntityModify(int32_t id, CDB_ENTITY *entity) override;
+    short EntityDelete(int32_t id) override;
+    short EntityDeleteCurrent() override;
+    // The header takes every value of `source`; its texts are copied into the header's own
+    // blocks and its handle texts duplicated.
+    short SetAllVariables(CDB_HEADER_type *source) override;
+    // The chain that new entities of the main list join: model space's block (a block kept
+    // for that alone when the load left none).
+    CR13Block &MainChain();
+    // Gives a table record made by editing its handle and its place: the next handle, an
+    // object map entry for a DWG, and a reference in the table's control object.
+    void EnterNewRecord(CR13Table &table, CR13TableRecord &record);
+
     // Why the last load failed, in words; empty when it did not.
     const std::string &LoadFailure() const { return load_failure; }
 
@@ -246,6 +308,8 @@ private:
     int32_t tail_size = 0;
     std::unique_ptr<CR13BlockRecord> space_records[2];
     std::unique_ptr<CR13Block> space_blocks[2];
+    // Editing: the chain of model space when the load kept no block of it.
+    std::unique_ptr<CR13Block> main_chain;
 };
 
 #endif

@@ -88,8 +88,13 @@ public:
     // their tables by index, the entity takes the drawing's next handle, the links to and
     // from `previous` become relative references, the mode bits follow the block, and the
     // handle enters the object map. 1; -123 with -427 (no such layer) or -428 (no such line
-    // type), the record then not taken.
+    // type), or a code of PutKindHandles, the record then not taken.
     int SetNewRecord(const CDB_ENTITY *in, CR13Block &block, CR13Entity *previous);
+    // Makes the object the replacement of `old` (an edit of an entity in its place): the
+    // record is copied in and its layer and line type handles come from their tables by
+    // index, as for a new entity; the handle, the links, the owner and the mode bits stay
+    // those of `old`, whose place in its chain the object takes. 1; -123 with -427 or -428.
+    int SetReplacingRecord(const CDB_ENTITY *in, const CR13Entity &old);
 
     // Gives the record to the application (view mode hands records to EntityCall and
     // BlockCall): from then on the record is the application's, with everything it points
@@ -122,6 +127,16 @@ protected:
     virtual void ResolveKind() {}
     // Frees the blocks the record points at and nulls them.
     void ReleaseOwned();
+    // The handle texts of the record's layer and line type by their indices ("-1" for
+    // BYLAYER): true; false with -427 or -428 when the table has no such record.
+    bool TableHandlesOf(const CDB_ENTITY &in, const char *&layer, const char *&line_type) const;
+    // Puts the two handle texts (copies) and the BYLAYER flag into the record.
+    void PutTableHandles(const char *layer, const char *line_type);
+    // The handle texts of the kind's other references (text style, block, dimension style,
+    // multiline style) from their tables by index: true; false with -429, -430, -431 or
+    // -432 for an index the table does not have (an index of -1 with a handle text, a
+    // reference the load did not resolve, keeps its text).
+    bool PutKindHandles();
 
     CR13Drawing *drawing;
     int16_t file_type;

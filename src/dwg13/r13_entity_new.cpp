@@ -4,8 +4,10 @@
 #include "dwg13/r13_drawing.h"
 #include "dwg13/r13_object_map.h"
 #include "dwg13/r13_tables.h"
+#include "io/record_field.h"
 #include "records/heap_text.h"
 
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
@@ -22,32 +24,131 @@ const char *TableHandle(CR13Drawing &drawing, R13Table table, TableBase base, in
     return drawing.Table(table).HandleAt(index - drawing.Base(base));
 }
 
+// A reference of a kind to a record of a table beyond layer and line type: where the
+// record keeps the index and the handle text, the table, and the code of a bad index.
+struct KindReference {
+    int16_t kind;
+    size_t index_at;
+    size_t handle_at;
+    R13Table table;
+    TableBase base;
+    int16_t error;
+};
+
+#define VELKO_KIND_REF(kind, part, index, handle, table, error)                                    \
+    KindReference {                                                                                \
+        kind, offsetof(CDB_ENTITY, part.index), offsetof(CDB_ENTITY, part.handle),                 \
+            R13Table::table, TableBase::table, error                                               \
+    }
+constexpr KindReference kKindReferences[] = {
+    VELKO_KIND_REF(CDB_SHAPE, shape, shape_style_index, style_handle, kStyles,
+                   CDB_ERR_INVALID_STYLE),
+    VELKO_KIND_REF(CDB_TEXT, text, style_index, style_handle, kStyles, CDB_ERR_INVALID_STYLE),
+    VELKO_KIND_REF(CDB_ATTDEF, attdef, style_index, style_handle, kStyles, CDB_ERR_INVALID_STYLE),
+    VELKO_KIND_REF(CDB_ATTRIB, attrib, style_index, style_handle, kStyles, CDB_ERR_INVALID_STYLE),
+    VELKO_KIND_REF(CDB_INSERT, insert, block_index, block_handle, kBlocks, CDB_ERR_INVALID_BLOCK),
+    VELKO_KIND_REF(CDB_DIMENSION, dimension, block_index, block_handle, kBlocks,
+                   CDB_ERR_INVALID_BLOCK),
+    VELKO_KIND_REF(CDB_DIMENSION, dimension, dimstyle_index, dimstyle_handle, kDimstyles,
+                   CDB_ERR_INVALID_DIMSTYLE),
+    VELKO_KIND_REF(CDB_LEADER, leader, dimstyle_index, dimstyle_handle, kDimstyles,
+                   CDB_ERR_INVALID_DIMSTYLE),
+    VELKO_KIND_REF(CDB_TOLERANCE, tolerance, dimstyle_index, dimstyle_handle, kDimstyles,
+                   CDB_ERR_INVALID_DIMSTYLE),
+    VELKO_KIND_REF(CDB_MLINE, mline, style_index, style_handle, kMlineStyles,
+                   CDB_ERR_INVALID_MLINESTYLE),
+};
+#undef VELKO_KIND_REF
+
 } // namespace
+
+bool CR13Entity::PutKindHandles() {
+    for (const KindReference &ref : kKindReferences) {
+        if (ref.kind != record->entity_type)
+            continue;
+        const int index = LoadField<int16_t>(record, ref.index_at);
+        const char *handle = TableHandle(*drawing, ref.table, ref.base, index);
+        // A reference the load could not resolve (-1) keeps the handle text it came with.
+        if (!handle && index - drawing->Base(ref.base) == -1 &&
+            LoadField<const char *>(record, ref.handle_at))
+            continue;
+        if (!handle) {
+            drawing->SetError(ref.error);
+            return false;
+        }
+        std::free(LoadField<char *>(record, ref.handle_at));
+        StoreField<char *>(record, ref.handle_at, DuplicateText(handle));
+    }
+    return true;
+}
+
+bool CR13Entity::TableHandlesOf(const CDB_ENTITY &in, const char *&layer,
+                                const char *&line_type) const {
+    layer = TableHandle(*drawing, R13Table::kLayers, TableBase::kLayers, in.layer_index);
+    if (!layer) {
+        drawing->SetError(CDB_ERR_INVALID_LAYER);
+        return false;
+    }
+    line_type = in.line_type_index == -1 ? "-1"
+                                         : TableHandle(*drawing, R13Table::kLtypes,
+                                                       TableBase::kLtypes, in.line_type_index);
+    if (!line_type) {
+        drawing->SetError(CDB_ERR_INVALID_LTYPE);
+        return false;
+    }
+    return true;
+}
+
+void CR13Entity::PutTableHandles(const char *layer, const char *line_type) {
+    std::free(record->layer_handle);
+    std::free(record->line_type_handle);
+    record->layer_handle = DuplicateText(layer);
+    record->line_type_handle = DuplicateText(line_type);
+    record->line_type_bylayer = std::strcmp(line_type, "-1") == 0 ? 1u : 0u;
+}
+
+int CR13Entity::SetReplacingRecord(const CDB_ENTITY *in, const CR13Entity &old) {
+    const CDB_ENTITY *was = old.GetData();
+    if (!in || !record || !drawing || !was)
+        return CDB_FAIL;
+    const char *layer = nullptr;
+    const char *line_type = nullptr;
+    if (!TableHandlesOf(*in, layer, line_type))
+        return CDB_FAIL;
+    SetRecord(in);
+    if (!PutKindHandles())
+        return CDB_FAIL;
+    PutTableHandles(layer, line_type);
+    // The place in the chain is the old entity's: its handle and every link stay.
+    std::free(record->handle);
+    record->handle = DuplicateText(was->handle);
+    record->previous = was->previous;
+    record->next = was->next;
+    record->owner = was->owner;
+    record->dictionary = was->dictionary;
+    record->has_owner = was->has_owner;
+    record->no_links = was->no_links;
+    record->mode_model = was->mode_model;
+    record->mode_paper = was->mode_paper;
+    record->reserved_bit_1 = was->reserved_bit_1;
+    record->reserved_bit_2 = was->reserved_bit_2;
+    block_owned = old.block_owned;
+    is_unlinked = old.is_unlinked;
+    return 1;
+}
 
 int CR13Entity::SetNewRecord(const CDB_ENTITY *in, CR13Block &block, CR13Entity *previous) {
     if (!in || !record || !drawing)
         return CDB_FAIL;
-    const char *layer =
-        TableHandle(*drawing, R13Table::kLayers, TableBase::kLayers, in->layer_index);
-    if (!layer) {
-        drawing->SetError(CDB_ERR_INVALID_LAYER);
+    const char *layer = nullptr;
+    const char *line_type = nullptr;
+    if (!TableHandlesOf(*in, layer, line_type))
         return CDB_FAIL;
-    }
-    const bool bylayer = in->line_type_index == -1;
-    const char *line_type =
-        bylayer ? "-1"
-                : TableHandle(*drawing, R13Table::kLtypes, TableBase::kLtypes, in->line_type_index);
-    if (!line_type) {
-        drawing->SetError(CDB_ERR_INVALID_LTYPE);
-        return CDB_FAIL;
-    }
     SetRecord(in);
-    std::free(record->layer_handle);
-    std::free(record->line_type_handle);
+    if (!PutKindHandles())
+        return CDB_FAIL;
     std::free(record->handle);
-    record->layer_handle = DuplicateText(layer);
-    record->line_type_handle = DuplicateText(line_type);
-    record->line_type_bylayer = bylayer ? 1u : 0u;
+    PutTableHandles(layer, line_type);
     const std::string handle = drawing->TakeNextHandle();
     record->handle = DuplicateText(handle.c_str());
 

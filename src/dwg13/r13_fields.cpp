@@ -3,6 +3,7 @@
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"
 #include "io/record_field.h"
+#include "records/heap_text.h"
 #include "velkow32.h"
 
 #include <cstdlib>
@@ -223,6 +224,16 @@ void FreeR13Texts(const R13Layout &layout, void *record) {
             continue;
         std::free(LoadField<char *>(record, f.offset));
         StoreField<char *>(record, f.offset, nullptr);
+    }
+}
+
+void DuplicateR13Texts(const R13Layout &layout, void *record) {
+    for (size_t i = 0; i < layout.count; ++i) {
+        const R13Field &f = layout.fields[i];
+        if ((f.kind != R13Kind::kTV && f.kind != R13Kind::kHT) || f.offset == kR13Dropped)
+            continue;
+        const char *text = LoadField<const char *>(record, f.offset);
+        StoreField<char *>(record, f.offset, text ? DuplicateText(text) : nullptr);
     }
 }
 

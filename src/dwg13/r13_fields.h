@@ -96,6 +96,9 @@ struct R13Layout {
 void ReadR13Fields(CBitStream &stream, const R13Layout &layout, void *record);
 // Frees the texts of the layout's text and handle-text fields in `record` and nulls them.
 void FreeR13Texts(const R13Layout &layout, void *record);
+// Replaces each text and handle text of the layout's fields in `record` with a new malloc
+// copy of itself (null stays null): a record copied byte for byte takes its own texts.
+void DuplicateR13Texts(const R13Layout &layout, void *record);
 // Writes the fields of `layout` in order from `record`. A dropped field goes out as zero,
 // a skip as that many zero bits, a null text as the empty text.
 void WriteR13Fields(CBitWriter &writer, const R13Layout &layout, const void *record);

@@ -5,6 +5,7 @@
 #include "dwg13/r13_record_layout.h"
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"
+#include "records/heap_text.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -153,6 +154,25 @@ void CR13MlineStyleRecord::Encode(CBitWriter &writer) const {
     WriteElements(writer);
 }
 
+void CR13MlineStyleRecord::DuplicateOwned() {
+    DuplicateTexts(R13LayoutOf(kMlineLayout));
+    CDB_MLINESTYLE_TBL_type &r = body.record;
+    const CDB_MLINESTYLE_ELEMENT *source = r.elements;
+    r.elements = nullptr;
+    if (!source || r.element_count <= 0)
+        return;
+    const size_t count = static_cast<size_t>(r.element_count);
+    r.elements = static_cast<CDB_MLINESTYLE_ELEMENT *>(std::calloc(count, sizeof *r.elements));
+    if (!r.elements) {
+        r.element_count = 0;
+        return;
+    }
+    for (size_t i = 0; i < count; ++i) {
+        r.elements[i] = source[i];
+        r.elements[i].line_type_handle = DuplicateText(source[i].line_type_handle);
+    }
+}
+
 void CR13MlineStyleRecord::ReleaseOwned() {
     ReleaseTexts(R13LayoutOf(kMlineLayout));
     CDB_MLINESTYLE_TBL_type &r = body.record;
@@ -216,6 +236,12 @@ void CR13BlockRecord::Encode(CBitWriter &writer) const {
     WriteR13Fields(writer, R13LayoutOf(kBlockTail), &body);
 }
 
+void CR13BlockRecord::DuplicateOwned() {
+    DuplicateTexts(R13LayoutOf(kBlockHead));
+    DuplicateTexts(R13LayoutOf(kBlockTail));
+    body.record.name = DuplicateText(body.record.name);
+}
+
 void CR13BlockRecord::ReleaseOwned() {
     ReleaseTexts(R13LayoutOf(kBlockHead));
     ReleaseTexts(R13LayoutOf(kBlockTail));
@@ -249,6 +275,10 @@ void CR13VpEntHdrRecord::WriteDWG(CBitWriter &writer) const {
         return;
     }
     writer.WriteRawBytes(raw.data(), raw.size());
+}
+
+void CR13VpEntHdrRecord::DuplicateOwned() {
+    DuplicateTexts(R13LayoutOf(kVpEntHdrHead));
 }
 
 void CR13VpEntHdrRecord::ReleaseOwned() {

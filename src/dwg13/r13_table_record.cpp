@@ -8,6 +8,7 @@
 #include "io/bit_writer.h"
 #include "io/record_field.h"
 #include "records/handle_text.h"
+#include "records/heap_text.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -155,6 +156,11 @@ void CR13TableRecord::SetName(const char *name) {
     StoreField<char *>(body_bytes, shape.name_at, copy);
 }
 
+void CR13TableRecord::SetHandle(const char *handle) {
+    std::free(LoadField<char *>(body_bytes, shape.handle_at));
+    StoreField<char *>(body_bytes, shape.handle_at, DuplicateText(handle));
+}
+
 uint8_t CR13TableRecord::Flags() const {
     if (shape.flags_width == 2)
         return static_cast<uint8_t>(LoadField<int16_t>(body_bytes, shape.flags_at) & 0xFF);
@@ -194,6 +200,18 @@ void CR13TableRecord::GetName(char *buffer) const {
 
 void CR13TableRecord::ReleaseTexts(const R13Layout &layout) {
     FreeR13Texts(layout, body_bytes);
+}
+
+void CR13TableRecord::DuplicateTexts(const R13Layout &layout) {
+    DuplicateR13Texts(layout, body_bytes);
+}
+
+void CR13TableRecord::TakePublic(const void *source) {
+    Clear();
+    if (!source)
+        return;
+    std::memcpy(body_bytes, source, shape.record_size);
+    DuplicateOwned();
 }
 
 void CR13TableRecord::Clear() {

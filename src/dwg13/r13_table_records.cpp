@@ -7,6 +7,7 @@
 #include "fonts/shape_table.h"
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"
+#include "records/heap_text.h"
 #include "model/base_drawing.h"
 
 #include <cctype>
@@ -268,6 +269,10 @@ void CR13LayerRecord::Encode(CBitWriter &writer) const {
     WriteR13Fields(writer, R13LayoutOf(kLayerLayout), &body);
 }
 
+void CR13LayerRecord::DuplicateOwned() {
+    DuplicateTexts(R13LayoutOf(kLayerLayout));
+}
+
 void CR13LayerRecord::ReleaseOwned() {
     ReleaseTexts(R13LayoutOf(kLayerLayout));
 }
@@ -348,6 +353,35 @@ void CR13LtypeRecord::Encode(CBitWriter &writer) const {
         writer.WriteHandle(r.style_handles ? r.style_handles[i] : CHandleRef{});
 }
 
+namespace {
+
+// A malloc copy of `count` elements of `source`; null for a null source or no elements.
+template <typename T> T *DuplicateArray(const T *source, int count) {
+    if (!source || count <= 0)
+        return nullptr;
+    const size_t bytes = sizeof(T) * static_cast<size_t>(count);
+    T *copy = static_cast<T *>(std::malloc(bytes));
+    if (copy)
+        std::memcpy(copy, source, bytes);
+    return copy;
+}
+
+} // namespace
+
+void CR13LtypeRecord::DuplicateOwned() {
+    DuplicateTexts(R13LayoutOf(kLtypeHead));
+    CDB_LTYPE_TBL_type &r = body.record;
+    const int n = r.dash_count;
+    r.dashes = DuplicateArray(r.dashes, n);
+    r.complex_types = DuplicateArray(r.complex_types, n);
+    r.shape_numbers = DuplicateArray(r.shape_numbers, n);
+    r.scales = DuplicateArray(r.scales, n);
+    r.rotations = DuplicateArray(r.rotations, n);
+    r.x_offsets = DuplicateArray(r.x_offsets, n);
+    r.y_offsets = DuplicateArray(r.y_offsets, n);
+    r.style_handles = DuplicateArray(r.style_handles, n);
+}
+
 void CR13LtypeRecord::ReleaseOwned() {
     ReleaseTexts(R13LayoutOf(kLtypeHead));
     CDB_LTYPE_TBL_type &r = body.record;
@@ -386,6 +420,10 @@ void CR13StyleRecord::Encode(CBitWriter &writer) const {
 
 void CR13StyleRecord::ReleaseOwned() {
     ReleaseTexts(R13LayoutOf(kStyleLayout));
+}
+
+void CR13StyleRecord::DuplicateOwned() {
+    DuplicateTexts(R13LayoutOf(kStyleLayout));
 }
 
 std::string CR13StyleRecord::FontName(const char *font_file) {
@@ -458,6 +496,10 @@ void CR13VportRecord::ReleaseOwned() {
     ReleaseTexts(R13LayoutOf(kVportHead));
 }
 
+void CR13VportRecord::DuplicateOwned() {
+    DuplicateTexts(R13LayoutOf(kVportHead));
+}
+
 // ---- Dimension style -----------------------------------------------------------------------
 
 CR13DimstyleRecord::CR13DimstyleRecord(CBaseDrawing *drawing)
@@ -485,6 +527,11 @@ void CR13DimstyleRecord::ReleaseOwned() {
     ReleaseTexts(R13LayoutOf(kDimstyleLayout));
     std::free(body.record.dimtxsty);
     body.record.dimtxsty = nullptr;
+}
+
+void CR13DimstyleRecord::DuplicateOwned() {
+    DuplicateTexts(R13LayoutOf(kDimstyleLayout));
+    body.record.dimtxsty = DuplicateText(body.record.dimtxsty);
 }
 
 // ---- Factory -------------------------------------------------------------------------------

@@ -104,6 +104,10 @@ public:
     int ReadDWG(CBitStream &stream);
     // Encodes the whole object from the record, frame included.
     virtual void WriteDWG(CBitWriter &writer) const;
+    // Takes the values of a public record of its table (editing): the record becomes a copy
+    // of `source` with copies of the texts and arrays it points at, which stay the caller's;
+    // what the object keeps beyond the public record starts cleared.
+    void TakePublic(const void *source);
     // Reads the record's groups from a DXF file of this release (src/dxf): `name` holds the
     // group 0 value that named the record. 1 when read, `name` then holding the value of the
     // group 0 that ended it; 0 when the record cannot be read.
@@ -119,6 +123,8 @@ public:
     const char *Name() const;
     // Replaces the name with a copy of `name` (null clears it).
     void SetName(const char *name);
+    // Replaces the handle text with a copy of `handle` (null clears it).
+    void SetHandle(const char *handle);
     int16_t RecordType() const { return record_type; }
     // The RL of the record's head, written back as it was read.
     uint32_t ObjectBits() const;
@@ -137,6 +143,7 @@ protected:
         size_t flags_at;
         size_t flags_width; // 1, or 2 for the multiline style
         size_t object_bits_at;
+        size_t record_size; // the public record's bytes at the body's start
     };
     CR13TableRecord(CBaseDrawing *drawing, int16_t record_type, void *body, size_t body_size,
                     const Shape &shape);
@@ -151,6 +158,10 @@ protected:
     // Frees every text and array of the body; the class's layouts name them. The derived
     // class calls it from its destructor, while its body still lives.
     virtual void ReleaseOwned() = 0;
+    // Replaces every text and array of the body with a copy of its own (TakePublic).
+    virtual void DuplicateOwned() = 0;
+    // Copies the texts of a layout's kTV and kHT fields in place.
+    void DuplicateTexts(const R13Layout &layout);
     // Frees the texts of a layout's kTV and kHT fields and nulls their pointers.
     void ReleaseTexts(const R13Layout &layout);
     void Clear();
@@ -220,7 +231,7 @@ protected:
                  size_t object_bits_at)
         : CR13TableRecord(drawing, type, &body, sizeof(Body),
                           Shape{offsetof(Record, name), offsetof(Record, handle), flags_at,
-                                flags_width, object_bits_at}) {}
+                                flags_width, object_bits_at, sizeof(Record)}) {}
 };
 
 // A record whose body is one layout from the head to the end (view, UCS, application name).
@@ -236,6 +247,7 @@ protected:
     int Decode(CBitStream &stream) override;
     void Encode(CBitWriter &writer) const override;
     void ReleaseOwned() override { this->ReleaseTexts(layout); }
+    void DuplicateOwned() override { this->DuplicateTexts(layout); }
 
 private:
     R13Layout layout;
@@ -253,6 +265,7 @@ protected:
     int Decode(CBitStream &stream) override;
     void Encode(CBitWriter &writer) const override;
     void ReleaseOwned() override;
+    void DuplicateOwned() override;
 };
 
 class CR13LtypeRecord : public CR13RecordOf<R13Body<CDB_LTYPE_TBL_type>> {
@@ -264,6 +277,7 @@ protected:
     int Decode(CBitStream &stream) override;
     void Encode(CBitWriter &writer) const override;
     void ReleaseOwned() override;
+    void DuplicateOwned() override;
 
 private:
     int ReadDashes(CBitStream &stream);
@@ -291,6 +305,7 @@ protected:
     int Decode(CBitStream &stream) override;
     void Encode(CBitWriter &writer) const override;
     void ReleaseOwned() override;
+    void DuplicateOwned() override;
 
 private:
     int LoadFont();
@@ -306,6 +321,7 @@ protected:
     int Decode(CBitStream &stream) override;
     void Encode(CBitWriter &writer) const override;
     void ReleaseOwned() override;
+    void DuplicateOwned() override;
 };
 
 class CR13DimstyleRecord : public CR13RecordOf<R13DimstyleBody> {
@@ -317,6 +333,7 @@ protected:
     int Decode(CBitStream &stream) override;
     void Encode(CBitWriter &writer) const override;
     void ReleaseOwned() override;
+    void DuplicateOwned() override;
 };
 
 class CR13MlineStyleRecord : public CR13RecordOf<R13Body<CDB_MLINESTYLE_TBL_type>> {
@@ -332,6 +349,7 @@ protected:
     int Decode(CBitStream &stream) override;
     void Encode(CBitWriter &writer) const override;
     void ReleaseOwned() override;
+    void DuplicateOwned() override;
 
 private:
     int ReadElements(CBitStream &stream);
@@ -360,6 +378,7 @@ protected:
     int Decode(CBitStream &stream) override;
     void Encode(CBitWriter &writer) const override;
     void ReleaseOwned() override;
+    void DuplicateOwned() override;
 
 private:
     void ReadNameAndFlags(CBitStream &stream);
@@ -380,6 +399,7 @@ protected:
     void Encode(CBitWriter &writer) const override;
     void KeepObject(const uint8_t *object, size_t size) override;
     void ReleaseOwned() override;
+    void DuplicateOwned() override;
 
 private:
     std::vector<uint8_t> raw;

@@ -151,10 +151,11 @@ protected:
     // The block the entity walk is in (-1 the main section).
     short current_block = -1;
 
-private:
     // The opening of the calls that take an entity record: false when the record is missing
     // (the code set) or the drawing does not load.
     bool ReadyForRecord(const CDB_ENTITY *entity);
+
+private:
     // A new object of the record's kind that holds a copy of it; null, with the code set,
     // for a kind this release has no class for.
     std::unique_ptr<CModelEntity> ObjectOf(const CDB_ENTITY &record);
