@@ -79,6 +79,17 @@ public:
     int FileKind() const { return file_kind; }
 
     int CloseDWGFile() override;
+    // ---- Saving (r13_save_drawing.cpp) ------------------------------------------------------
+    // Writes the drawing as a DWG of this release from its open source file (see
+    // r13_save.h). The file is written beside `name` and takes the name only when complete,
+    // so a drawing may be saved under its own name and a failed save leaves any file of that
+    // name as it was. On success the drawing reads from the new file from then on: 0. -123
+    // on failure: with -425 when an object could not be laid out (a polyline followed by
+    // something other than its vertices), -401 when the file could not be written, -402
+    // when the source could not be read.
+    short SaveAsDWG(const char *name) override;
+    // SaveAsDWG under the drawing's own name.
+    short Save() override;
     int LoadDWG() override;
     int TriggerLoading() override { return loaded ? 1 : 0; }
     // View mode: the records of the main list (LoadEntities) go, one by one and in list
@@ -247,6 +258,8 @@ private:
     friend class CR13UpdatePass;
     // The DXF reader fills the tables, the lists and the load's flags directly.
     friend class CR13DxfReader;
+    // The save replaces the file and the map's offsets.
+    friend class CR13DwgSaver;
 
     int16_t ApplicationIndex(const char *handle) const override;
     int16_t LayerIndex(const char *handle) const override;

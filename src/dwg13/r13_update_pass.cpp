@@ -424,9 +424,15 @@ void CR13UpdatePass::End() {
     for (Space *space : {&model, &paper}) {
         for (CModelEntity *entity : space->block->entities->TakeAll())
             drawing.entities.Append(entity);
+        // The space's block leaves the list but is kept: its header, its BLOCK and its
+        // ENDBLK go out again when the drawing is saved.
         for (int i = 0; i < drawing.blocks.Count(); ++i)
             if (drawing.blocks.At(i) == space->block) {
-                drawing.blocks.Remove(i);
+                std::vector<CModelBlock *> all = drawing.blocks.TakeAll();
+                for (CModelBlock *block : all)
+                    if (block != space->block)
+                        drawing.blocks.Add(block);
+                drawing.space_blocks[space == &model ? 0 : 1].reset(space->block);
                 break;
             }
         space->block = nullptr;

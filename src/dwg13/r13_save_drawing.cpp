@@ -1,0 +1,88 @@
+// The drawing's side of a DWG save: the output file beside the target, the writer, and the
+// switch to the new file once it is complete.
+#include "dwg13/r13_drawing.h"
+
+#include "dwg13/r13_object_map.h"
+#include "dwg13/r13_save.h"
+#include "io/drawing_file.h"
+
+#include <cstdio>
+#include <cstring>
+#include <map>
+
+namespace {
+
+// The name under which a save writes before the file takes its real name.
+std::string PartName(const std::string &name) {
+    return name + ".part";
+}
+
+} // namespace
+
+short CR13Drawing::SaveAsDWG(const char *name) {
+    SetError(CDB_ERR_NONE);
+    if (!name || !*name) {
+        SetError(CDB_ERR_OPENING_FILE);
+        return CDB_FAIL;
+    }
+    if (file_kind != kDwg || !file || !loaded) {
+        // Without a source there is nothing to borrow the sections from.
+        SetError(CDB_ERR_FILE_READ);
+        return CDB_FAIL;
+    }
+    const std::string target = name;
+    const std::string part = PartName(target);
+    auto output = std::make_unique<CDrawingFile>();
+    if (!output->Open(part.c_str(), kDrawingFileCreate)) {
+        SetError(CDB_ERR_OPENING_FILE);
+        return CDB_FAIL;
+    }
+    CR13DwgSaver saver(*this, *file, *output);
+    const int written = saver.Run();
+    const int closed = output->Close();
+    output.reset();
+    if (!written || !closed || std::rename(part.c_str(), target.c_str()) != 0) {
+        std::remove(part.c_str());
+        SetError(saver.Why() == CR13DwgSaver::kSequence ? CDB_ERR_WRONG_SEQUENCE
+                 : saver.Why() == CR13DwgSaver::kHeader ? CDB_ERR_FILE_READ
+                                                        : CDB_ERR_OPENING_FILE);
+        return CDB_FAIL;
+    }
+
+    // The map takes the new offsets; the carried objects are found there from now on.
+    std::map<uint32_t, int32_t> offsets;
+    object_map->Clear();
+    for (const auto &object : saver.Written()) {
+        if (offsets.emplace(object.first, object.second).second)
+            object_map->Add(ObjectMapEntry{object.first, object.second});
+    }
+    auto carried = std::make_unique<CObjectMap>();
+    for (const ObjectMapEntry &entry : carried_objects->Entries()) {
+        auto found = offsets.find(entry.handle);
+        if (found != offsets.end())
+            carried->Add(ObjectMapEntry{entry.handle, found->second});
+    }
+    carried_objects = std::move(carried);
+
+    // The drawing reads from the file just written.
+    file->Close();
+    file.reset();
+    auto reopened = std::make_unique<CDrawingFile>();
+    file_name = target;
+    if (!reopened->Open(target.c_str(), kDrawingFileRead)) {
+        SetError(CDB_ERR_OPENING_FILE);
+        return CDB_FAIL;
+    }
+    reopened->SetPosition(0, 0);
+    reopened->Read(reopened->version, sizeof reopened->version);
+    file = std::move(reopened);
+    file_head.Read(*file);
+    objects_start = saver.ObjectsStart();
+    objects_end = static_cast<int32_t>(file_head.map_at);
+    return 0;
+}
+
+short CR13Drawing::Save() {
+    const std::string name = file_name;
+    return SaveAsDWG(name.c_str());
+}
