@@ -47,6 +47,9 @@ constexpr int kMutantsPerKind = 50;
 // What a damaged file may make the library allocate beyond its own size.
 constexpr size_t kMemoryHeadroom = size_t(8) << 20;
 
+// Of the damaged copies, the ones that are also saved.
+constexpr int kSaveEvery = 4;
+
 uint16_t GetU16(const Bytes &b, size_t at) {
     return at + 2 <= b.size() ? static_cast<uint16_t>(b[at] | b[at + 1] << 8) : 0;
 }
@@ -709,6 +712,61 @@ TEST(R13Mutation, DamagedCopiesEndCleanly) {
 
 // The memory bound must hold: under it a block of 64 MB cannot be had, a small one can,
 // and once it is lifted the large one can be had again.
+// Every fourth damaged copy that opens is saved as DWG, and the saved file is fed like
+// the copies: the save borrows from the damaged source (its head, header bytes, classes and
+// the objects it does not decode), so it must end cleanly whatever it finds there, and
+// leave a file that ends cleanly in its turn.
+TEST(R13Mutation, DamagedCopiesThatOpenAreSavedAndTheSavedFilesEndCleanly) {
+    VELKO_REQUIRE_CORPUS();
+    Bytes original;
+    R13Layout layout;
+    ASSERT_NO_FATAL_FAILURE(LoadDrawing(&original, &layout));
+
+    CrashReporter reporter;
+    Watchdog watchdog;
+    TempPath temp("r13_save_mutant");
+    const std::string saved = temp.str() + ".saved.dwg";
+    const uint32_t seed = SeedFor(kDrawing);
+    R13Mutator mutator(original, layout, seed);
+    const int mutants = MutantCount();
+    int opened = 0, written = 0, read_back = 0, failed = 0;
+    Bytes bytes;
+    for (int i = 0; i < mutants; i += kSaveEvery) {
+        std::ostringstream what;
+        what << kDrawing << " mutant " << i << " (seed " << seed << "): " << mutator.Make(i, &bytes)
+             << "; file " << temp.str();
+        SetCurrentInput(what.str());
+        ASSERT_TRUE(WriteWholeFile(temp.str(), bytes.data(), bytes.size())) << temp.str();
+        watchdog.Begin();
+        const Clock::time_point begin = Clock::now();
+        const int16_t h = CDBStartFileReading(temp.str().c_str(), nullptr);
+        int16_t result = CDB_FAIL;
+        if (h >= 0) {
+            ++opened;
+            result = CDBSaveAsDWG(h, saved.c_str());
+            CDBEndOperation(h);
+        }
+        const double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
+        watchdog.End();
+        EXPECT_LE(seconds, MutantTimeLimit()) << "too slow: " << what.str();
+        if (result != 0)
+            continue;
+        ++written;
+        const Outcome again = FeedFile(saved, &watchdog);
+        read_back += again.opened;
+        EXPECT_LE(again.seconds, MutantTimeLimit()) << "too slow, saved: " << what.str();
+        if (!again.trouble.empty() && ++failed <= 5)
+            ADD_FAILURE() << again.trouble << ": the saved file of " << what.str();
+    }
+    SetCurrentInput("");
+    std::remove(saved.c_str());
+    EXPECT_EQ(failed, 0);
+    // The save works on what the load could read: most copies that open are written.
+    EXPECT_GT(written, opened / 2);
+    std::printf("[ mutation ] %-40s %4d copies saved of %d opened, %d saved files read back\n",
+                kDrawing, written, opened, read_back);
+}
+
 TEST(MutationDataLimit, SixtyFourMegabytesFailUnderTheLimit) {
 #if VELKO_TEST_SANITIZED
     // The sanitizers map shadow memory and keep freed blocks in quarantine, so the limit
