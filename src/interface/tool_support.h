@@ -56,8 +56,8 @@ struct SavedObjects {
     long Objects() const { return entities + table_records; }
 };
 
-// The counts of the drawing as it is now (load it whole first to count everything); false,
-// with `counts` untouched, when the drawing class does not keep them.
+// The counts of the drawing as it is now (load it whole first to count everything), of
+// either release; false, with `counts` untouched, for a free handle.
 bool CountSavedObjects(int16_t drawing, SavedObjects *counts);
 
 // The progress hooks of a drawing. The load hook is called once an entity is read, with the
@@ -74,6 +74,16 @@ bool SetProgressHooks(int16_t drawing, LoadProgressHook load, SaveProgressHook s
 // How far reading has come through the drawing's file: position / length in [0, 1], or -1
 // when the drawing has no open file of known length.
 double LoadFraction(int16_t drawing);
+
+// Opens the drawing file `name` as CDBStartFileReading does, with both hooks set on the
+// drawing before its load, so that a drawing read whole while it opens (a DXF, a release
+// 13 DWG) reports that load as well: the handle, or CDB_FAIL with the code for
+// CDBGetErrorNumber(CDB_FAIL). The hooks stay set; SetProgressHooks takes them away.
+int16_t StartReadingWithHooks(const char *name, LoadProgressHook load, SaveProgressHook save);
+
+// LoadFraction of the drawing that StartReadingWithHooks is opening, for its load hook;
+// -1 when no drawing is being opened that way.
+double OpeningLoadFraction();
 
 // ---- Drawing files and external references ----------------------------------------------
 
