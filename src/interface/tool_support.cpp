@@ -10,6 +10,7 @@
 #include "fonts/shape_strokes.h"
 #include "io/drawing_file.h"
 #include "interface/drawing_table.h"
+#include "interface/open_sniff.h"
 #include "records/entity_kinds.h"
 #include "views/xref_paths.h"
 
@@ -225,6 +226,18 @@ int16_t StartReadingWithHooks(const char *name, LoadProgressHook load, SaveProgr
 
 double OpeningLoadFraction() {
     return g_opening ? FractionRead(g_opening) : -1.0;
+}
+
+int FileRelease(const std::string &path) {
+    const OpenSniff dwg = SniffDrawing(path.c_str(), OpenAttempt::kDwg);
+    if (dwg.kind == SniffedDrawing::kDwg12)
+        return 12;
+    if (dwg.kind == SniffedDrawing::kDwg13)
+        return 13;
+    const OpenSniff dxf = SniffDrawing(path.c_str(), OpenAttempt::kDxf);
+    if (dxf.kind == SniffedDrawing::kDxf13)
+        return 13;
+    return dxf.kind == SniffedDrawing::kDxf12 ? 12 : 0;
 }
 
 std::string WhyRefused(const std::string &path) {

@@ -87,6 +87,11 @@ double OpeningLoadFraction();
 
 // ---- Drawing files and external references ----------------------------------------------
 
+// The release of the drawing file at `path` as an open judges it, without loading it: 12,
+// 13, or 0 for a file an open refuses at once. A DXF goes by the release its groups name,
+// binary ones included (which CDBGetDrawingFileInfo may not find among its first bytes).
+int FileRelease(const std::string &path);
+
 // What the loader met in a drawing file that the library refused to open, in words, when it
 // can tell more than the error code does: for a release 13 DWG or DXF that opens but does not
 // load, the step of the load that failed and why. Empty when there is nothing more to say.

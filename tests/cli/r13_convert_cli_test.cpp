@@ -200,6 +200,18 @@ TEST(Release13ConvertCli, Release12AskedOfARelease13InputIsRefusedBeforeLoading)
     EXPECT_FALSE(Exists(out.path()));
 }
 
+TEST(Release13ConvertCli, Release12AskedOfARelease13DxfIsRefusedInEitherForm) {
+    VELKO_REQUIRE_CORPUS();
+    for (const char *dxf : {kDxf13, "dxf13/bin_dxf_r13.dxf"}) {
+        TempFile out("r13_dxf_release_refused.dwg");
+        const CommandOutcome r =
+            VelkoStderr("convert --release 12 " + CorpusPath(dxf) + " " + out.path());
+        EXPECT_EQ(r.status, 1) << dxf;
+        EXPECT_NE(r.out.find("release 13 drawing"), std::string::npos) << r.out;
+        EXPECT_FALSE(Exists(out.path())) << dxf;
+    }
+}
+
 TEST(Release13ConvertCli, Release13AskedOfARelease12InputIsRefusedBeforeLoading) {
     TempFile out("r12_release_refused.dwg");
     const CommandOutcome r = VelkoStderr("convert --release 13 " + kSample12 + " " + out.path());
@@ -253,4 +265,13 @@ TEST(Release13NewCli, ARelease13TemplateMakesARelease13Dwg) {
     EXPECT_EQ(v["bytes"].as_number(), double(ReadAll(out.path()).size()));
     EXPECT_EQ(ReadAll(out.path()).compare(0, 6, "AC1012"), 0);
     ExpectSameContents(ReadContents(out.path()), ReadContents(CorpusPath(kRelaid)));
+}
+
+TEST(Release13NewCli, ARelease13TemplateAskedForAsDxfEndsWithAMessage) {
+    VELKO_REQUIRE_CORPUS();
+    TempFile out("r13_new_out.dxf");
+    const CommandOutcome r = VelkoStderr("new " + CorpusPath(kRelaid) + " " + out.path());
+    EXPECT_EQ(r.status, 1) << r.out;
+    EXPECT_NE(r.out.find(out.path()), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("not written as DXF yet"), std::string::npos) << r.out;
 }

@@ -166,3 +166,15 @@ TEST(ToolSupportRelease13, TheSaveHookCountsWhatCountSavedObjectsSays) {
     ASSERT_EQ(CDBSaveAsDWG(d.handle, out.c_str()), 0);
     EXPECT_TRUE(g_log.saved.empty());
 }
+
+TEST(ToolSupportRelease13, TheReleaseOfAFileIsJudgedWithoutLoadingIt) {
+    EXPECT_EQ(tool_support::FileRelease(std::string(VELKO_SOURCE_DIR) + "/data/sample.dwg"), 12);
+    TempFile bad("tool_support_release_bad.dwg", std::string("AC1099") + std::string(400, '\0'));
+    EXPECT_EQ(tool_support::FileRelease(bad.path()), 0);
+    EXPECT_EQ(tool_support::FileRelease("/nonexistent/drawing.dwg"), 0);
+    VELKO_REQUIRE_CORPUS();
+    EXPECT_EQ(tool_support::FileRelease(CorpusPath(kRelaid)), 13);
+    // Binary ones too, whose version text stands behind bytes of 0.
+    for (const char *dxf : {"dxf13/example_r13.dxf", "dxf13/bin_dxf_r13.dxf", "dxf13/uc.r13b.dxf"})
+        EXPECT_EQ(tool_support::FileRelease(CorpusPath(dxf)), 13) << dxf;
+}

@@ -126,21 +126,11 @@ int ParseConvert(int argc, char **argv, ConvertOptions &o) {
     return 0;
 }
 
-// The release of the drawing file as its first bytes tell it without loading it: 12, 13,
-// or 0 when they tell neither (the open then says why).
-int FileRelease(const char *name) {
-    CDB_FILE_INFO info;
-    std::memset(&info, 0, sizeof info);
-    if (CDBGetDrawingFileInfo(name, &info) != 0)
-        return 0;
-    return info.release == CDB_RELEASE_12 ? 12 : info.release == CDB_RELEASE_13 ? 13 : 0;
-}
-
 // A drawing is saved in the release it was read in: with --release naming another release
 // than the input's, the conversion is refused before anything is loaded. 0 to go on, or 1
 // after a line on stderr.
 int CheckRelease(const ConvertOptions &o) {
-    const int release = o.release ? FileRelease(o.in) : 0;
+    const int release = o.release ? tool_support::FileRelease(o.in) : 0;
     if (release == 0 || release == o.release)
         return 0;
     std::fprintf(stderr,
@@ -168,13 +158,13 @@ int16_t LoadAndSave(int16_t h, const ConvertOptions &o, ConvertProgress &progres
 
 // The failed save's message, and for a release 13 drawing written as DXF the reason
 // behind it. Returns 1.
-int RefusedToSave(const ConvertOptions &o, int16_t code, int16_t release) {
-    Refused(o.out, code);
-    if (release == 13 && !NamesDwg(o.out))
+int RefusedToSave(const char *out, int16_t code, int16_t release) {
+    Refused(out, code);
+    if (release == 13 && !NamesDwg(out))
         std::fprintf(stderr,
-                     "velko: %s: a release 13 drawing is not written as DXF yet; convert it "
+                     "velko: %s: a release 13 drawing is not written as DXF yet; write it "
                      "to a .dwg\n",
-                     o.out);
+                     out);
     return 1;
 }
 
@@ -206,7 +196,7 @@ int RunConvert(int argc, char **argv) {
     const int16_t release = CDBGetAutoCADVersion(h);
     CDBEndOperation(h);
     if (saved == CDB_FAIL)
-        return RefusedToSave(o, code, release);
+        return RefusedToSave(o.out, code, release);
 
     const double seconds = std::chrono::duration<double>(ProgressBar::Clock::now() - start).count();
     const DrawingForm to_form = NamesDwg(o.out)
@@ -256,8 +246,9 @@ int RunNew(int argc, char **argv) {
         if (left == CDB_FAIL) // the template did not open
             return Refused(template_name, CDBGetErrorNumber(CDB_FAIL));
         const int16_t code = CDBGetErrorNumber(left);
+        const int16_t release = CDBGetAutoCADVersion(left);
         CDBEndOperation(left);
-        return Refused(out, code);
+        return RefusedToSave(out, code, release);
     }
     CDBEndOperation(h);
 
