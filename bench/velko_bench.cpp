@@ -36,9 +36,13 @@
 // of the entities) and walks it, round by round, and prints load, walk and load + walk as
 // the --dxf mode does. The targets: each save under 0.3 s, the DWG's load + walk under
 // 0.1 s, for the default 200 000 entities.
+//
+// --r13-save loads a release 13 DWG and saves it as DWG, round by round (r13_save_bench.h).
 #include "velkow32.h"
 
+#include "bench_phase.h"
 #include "dxf_maker.h"
+#include "r13_save_bench.h"
 
 #include <algorithm>
 #include <chrono>
@@ -55,6 +59,10 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using velko_bench::JsonPhase;
+using velko_bench::JsonString;
+using velko_bench::Phase;
+using velko_bench::PrintPhase;
 
 // Entities of the drawings of the DXF mode unless --entities says otherwise.
 constexpr long kDefaultDxfEntities = 200000;
@@ -72,6 +80,9 @@ struct Options {
     bool binary = true;
     // The save mode.
     bool save = false;
+    // The release 13 save.
+    bool r13_save = false;
+    std::string r13_file; // empty: the corpus's relaid release 13 DWG
 };
 
 void Usage(FILE *out) {
@@ -81,6 +92,8 @@ void Usage(FILE *out) {
                  "                   [--iterations N] [--seconds S] [--json]\n"
                  "       velko_bench --save [--entities N] [--keep DIR] [--iterations N]\n"
                  "                   [--seconds S] [--json]\n"
+                 "       velko_bench --r13-save [--r13-file FILE] [--iterations N] [--seconds S]\n"
+                 "                   [--json]\n"
                  "Opens each drawing, reads all its table records and header variables and\n"
                  "closes it, N times or for at least S seconds (default 1 s; with both, until\n"
                  "both are reached), and prints bytes, iterations, opens per second, MB/s and\n"
@@ -94,7 +107,11 @@ void Usage(FILE *out) {
                  "--save makes the binary DXF of N entities, loads it and saves it as DWG, ASCII\n"
                  "DXF and binary DXF, N rounds (default 5) or at least S seconds, and prints best\n"
                  "and median times, MB/s and objects/s of each save; then loads and walks the\n"
-                 "DWG it wrote and prints load, walk and both as --dxf does.\n");
+                 "DWG it wrote and prints load, walk and both as --dxf does.\n"
+                 "--r13-save loads a release 13 DWG (--r13-file FILE, by default the corpus's\n"
+                 "dwg13/example_r13_relaid.dwg) and saves it as DWG, N rounds (default 20) or at\n"
+                 "least S seconds, and prints load, save and both with MB/s, entities/s and the\n"
+                 "peak memory.\n");
 }
 
 bool ParseArgs(int argc, char **argv, Options *o) {
@@ -136,6 +153,14 @@ bool ParseArgs(int argc, char **argv, Options *o) {
             o->dxf = true;
         } else if (a == "--save") {
             o->save = true;
+        } else if (a == "--r13-save") {
+            o->r13_save = true;
+        } else if (a == "--r13-file") {
+            const char *v = value("--r13-file");
+            if (!v)
+                return false;
+            o->r13_file = v;
+            o->r13_save = true;
         } else if (a == "--entities") {
             const char *v = value("--entities");
             if (!v)
@@ -170,7 +195,7 @@ bool ParseArgs(int argc, char **argv, Options *o) {
             o->files.push_back(a);
         }
     }
-    if (o->files.empty() && !o->dxf && !o->save) {
+    if (o->files.empty() && !o->dxf && !o->save && !o->r13_save) {
         std::fprintf(stderr, "velko_bench: no drawing given\n");
         return false;
     }
@@ -276,23 +301,6 @@ long WalkDrawing(int16_t h) {
     return n;
 }
 
-std::string JsonString(const std::string &s) {
-    std::string out = "\"";
-    for (unsigned char c : s) {
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += static_cast<char>(c);
-        } else if (c < 0x20) {
-            char buf[8];
-            std::snprintf(buf, sizeof buf, "\\u%04x", c);
-            out += buf;
-        } else {
-            out += static_cast<char>(c);
-        }
-    }
-    return out + "\"";
-}
-
 long long FileSize(const std::string &path) {
     std::error_code ec;
     auto size = std::filesystem::file_size(path, ec);
@@ -372,21 +380,6 @@ bool BenchFile(const std::string &path, const Options &o, Result *r, int16_t *co
 // ---- The DXF mode ------------------------------------------------------------------------
 
 // Times of one phase over all rounds, in seconds.
-struct Phase {
-    std::vector<double> times;
-    double Best() const {
-        return times.empty() ? 0 : *std::min_element(times.begin(), times.end());
-    }
-    double Median() const {
-        if (times.empty())
-            return 0;
-        std::vector<double> sorted = times;
-        std::sort(sorted.begin(), sorted.end());
-        size_t n = sorted.size();
-        return n % 2 ? sorted[n / 2] : (sorted[n / 2 - 1] + sorted[n / 2]) / 2;
-    }
-};
-
 struct DxfResult {
     Phase load, walk, both, close;
 };
@@ -424,36 +417,6 @@ long LoadWalkRound(const std::string &path, DxfResult *r, bool timed, int16_t *c
         r->close.times.push_back(close);
     }
     return walked;
-}
-
-void PrintPhase(const char *name, const Phase &p, long long bytes, long entities,
-                const char *unit = "entities") {
-    auto rates = [&](double t, double *mbps, double *eps) {
-        *mbps = t > 0 ? static_cast<double>(bytes) / t / 1e6 : 0;
-        *eps = t > 0 ? static_cast<double>(entities) / t : 0;
-    };
-    double best = p.Best(), median = p.Median();
-    double best_mbps, best_eps, median_mbps, median_eps;
-    rates(best, &best_mbps, &best_eps);
-    rates(median, &median_mbps, &median_eps);
-    std::printf("  %-10s best %8.4f s %8.1f MB/s %11.0f %s/s   median %8.4f s %8.1f MB/s "
-                "%11.0f %s/s\n",
-                name, best, best_mbps, best_eps, unit, median, median_mbps, median_eps, unit);
-}
-
-std::string JsonPhase(const char *name, const Phase &p, long long bytes, long entities,
-                      const char *unit = "entities") {
-    double best = p.Best(), median = p.Median();
-    char buf[384];
-    std::snprintf(buf, sizeof buf,
-                  "\"%s\": {\"best_seconds\": %.6f, \"median_seconds\": %.6f, "
-                  "\"best_mb_per_second\": %.3f, \"median_mb_per_second\": %.3f, "
-                  "\"best_%s_per_second\": %.1f, \"median_%s_per_second\": %.1f}",
-                  name, best, median, best > 0 ? static_cast<double>(bytes) / best / 1e6 : 0,
-                  median > 0 ? static_cast<double>(bytes) / median / 1e6 : 0, unit,
-                  best > 0 ? static_cast<double>(entities) / best : 0, unit,
-                  median > 0 ? static_cast<double>(entities) / median : 0);
-    return buf;
 }
 
 // One form of the DXF mode: its file, what was written and what the rounds measured.
@@ -830,6 +793,15 @@ int main(int argc, char **argv) {
         ++failures;
     if (o.save && RunSave(o) != 0)
         ++failures;
+    if (o.r13_save) {
+        velko_bench::R13SaveOptions r13;
+        r13.file = o.r13_file;
+        r13.iterations = o.iterations;
+        r13.seconds = o.seconds;
+        r13.json = o.json;
+        if (velko_bench::RunR13Save(r13) != 0)
+            ++failures;
+    }
     if (o.iterations == 0 && o.seconds == 0)
         o.seconds = 1.0;
     for (const std::string &path : o.files) {

@@ -260,6 +260,7 @@ bool CR13DwgSaver::WriteChain(CR13Block &block, CEntityList &chain, int filter) 
             continue;
         if (!LinkSequence(chain, i, filter) || !WriteEntity(*entity))
             return false;
+        drawing.CountWritten();
     }
     if (block.start && !WriteEntity(*block.start))
         return false;
@@ -275,6 +276,7 @@ bool CR13DwgSaver::WriteBlock(CR13Block &block, CR13BlockRecord *header, CEntity
         header->WriteDWG(writer);
         if (!PutObject(writer, R13HandleValue(header->RecordHandle())))
             return false;
+        drawing.CountWritten();
     }
     return WriteChain(block, chain, filter);
 }
@@ -323,6 +325,7 @@ bool CR13DwgSaver::WriteTables() {
             record->WriteDWG(writer);
             if (!PutObject(writer, R13HandleValue(record->RecordHandle())))
                 return false;
+            drawing.CountWritten();
         }
     }
     return true;
@@ -408,6 +411,7 @@ int CR13DwgSaver::Run() {
     if (!Put(gap.data(), kGapBytes))
         return 0;
     objects_start = write_offset;
+    drawing.StartCountingWritten();
     if (!WriteBlocks() || !WriteTables())
         return Fail(kSequence), 0;
     if (!WriteCarried() || !WriteMap() || !RewriteTrailing() || !RewritePreview())

@@ -12,6 +12,9 @@
 // - every object written ends in the check FF FF, the map's sections end in FF FF and the
 //   map closes with 00 02 01 D0 (no real checks are computed);
 // - the map keeps only the objects the new file holds, sorted by handle;
+// - the drawing's save progress hook counts the entities of every chain, the block headers
+//   and the table records as they go out (control objects, BLOCK and ENDBLK objects and
+//   carried objects are not counted), from 0 at the start of each save;
 // - on failure Run gives 0 and the drawing's map and file are as before the save: the
 //   caller owns the output file and decides what becomes of it.
 #ifndef VELKO_R13_SAVE_H
@@ -30,6 +33,16 @@ class CR13Drawing;
 class CR13Entity;
 struct CR13Block;
 class CR13BlockRecord;
+
+// What a save of the drawing as it is now writes and counts for the save hook: the
+// entities of the chains (an ENDBLK goes with its block, not counted), the blocks of the
+// block list, and the records (block headers and the records of the other tables).
+struct R13SaveCounts {
+    long entities = 0;
+    long blocks = 0;
+    long records = 0;
+};
+R13SaveCounts CountSavedObjects(CR13Drawing &drawing);
 
 class CR13DwgSaver {
 public:

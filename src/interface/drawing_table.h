@@ -5,6 +5,8 @@
 #include "records/last_error.h"
 #include "velkow32.h"
 
+#include <functional>
+
 class CDrawingTable {
 public:
     static constexpr int kSlots = 256;
@@ -21,6 +23,13 @@ private:
 };
 
 extern CDrawingTable g_DrawingTable;
+
+// Opens the drawing file `name` as CDBStartFileReading does (as DWG first, then as DXF)
+// and gives it a handle: the handle, or -123 with g_LastError telling why. `before_load`,
+// when not empty, is called with each drawing object an attempt opened, before its load
+// reads it (a DXF, or a release 13 DWG, is read whole by that load).
+int16_t OpenDrawingFile(const char *name, const char *search_path,
+                        const std::function<void(CBaseDrawing &)> &before_load);
 
 // The first step of every flat function: the drawing under the handle, with g_LastError
 // set to 0 for a good handle and to -422 for a bad one.

@@ -14,9 +14,13 @@ using LoadStep = int (CLibDrawing::*)();
 
 // One attempt at opening the file in one family of forms. Returns the handle, or -123
 // with g_LastError holding the reason.
-int16_t TryOpen(const char *name, const char *search_path, OpenStep open, LoadStep load) {
+int16_t TryOpen(const char *name, const char *search_path, OpenStep open, LoadStep load,
+                const std::function<void(CBaseDrawing &)> &before_load) {
     auto *lib = new CLibDrawing(0);
-    if ((lib->*open)(name, CDB_OPEN_READ, search_path) && (lib->*load)()) {
+    const bool opened = (lib->*open)(name, CDB_OPEN_READ, search_path) != 0;
+    if (opened && before_load && lib->Drawing())
+        before_load(*lib->Drawing());
+    if (opened && (lib->*load)()) {
         int16_t handle = g_DrawingTable.AddDrawing(lib);
         g_LastError = 0;
         lib->Drawing()->SetHandle(handle);
@@ -34,17 +38,24 @@ int16_t TryOpen(const char *name, const char *search_path, OpenStep open, LoadSt
 
 } // namespace
 
-extern "C" {
-
-int16_t CDBStartFileReading(const char *name, const char *search_path) {
-    int16_t handle = TryOpen(name, search_path, &CLibDrawing::OpenDWGFile, &CLibDrawing::LoadDWG);
+int16_t OpenDrawingFile(const char *name, const char *search_path,
+                        const std::function<void(CBaseDrawing &)> &before_load) {
+    int16_t handle =
+        TryOpen(name, search_path, &CLibDrawing::OpenDWGFile, &CLibDrawing::LoadDWG, before_load);
     if (handle != CDB_FAIL)
         return handle;
     // A recognisable DWG of the wrong release, or a corrupted one, goes no further.
     if (g_LastError == CDB_ERR_FILE_ALREADY_OPEN || g_LastError == CDB_ERR_VERSION_MISMATCH ||
         g_LastError == CDB_ERR_DRAWING_CORRUPTED)
         return CDB_FAIL;
-    return TryOpen(name, search_path, &CLibDrawing::OpenDXFFile, &CLibDrawing::LoadDXF);
+    return TryOpen(name, search_path, &CLibDrawing::OpenDXFFile, &CLibDrawing::LoadDXF,
+                   before_load);
+}
+
+extern "C" {
+
+int16_t CDBStartFileReading(const char *name, const char *search_path) {
+    return OpenDrawingFile(name, search_path, nullptr);
 }
 
 int16_t CDBGetDrawingFileInfo(const char *name, CDB_FILE_INFO *info) {

@@ -3,12 +3,14 @@
 
 #include "dwg12/r12_drawing.h"
 #include "dwg13/r13_drawing.h"
+#include "dwg13/r13_save.h"
 #include "dxf/dxf_sniff.h"
 #include "fonts/shape_file.h"
 #include "fonts/shape_index_writer.h"
 #include "fonts/shape_strokes.h"
 #include "io/drawing_file.h"
 #include "interface/drawing_table.h"
+#include "interface/open_sniff.h"
 #include "records/entity_kinds.h"
 #include "views/xref_paths.h"
 
@@ -30,6 +32,25 @@ namespace {
 CR12Drawing *R12DrawingOf(int16_t handle) {
     CLibDrawing *lib = g_DrawingTable.GetDrawing(handle);
     return lib ? dynamic_cast<CR12Drawing *>(lib->Drawing()) : nullptr;
+}
+
+CR13Drawing *R13DrawingOf(int16_t handle) {
+    CLibDrawing *lib = g_DrawingTable.GetDrawing(handle);
+    return lib ? dynamic_cast<CR13Drawing *>(lib->Drawing()) : nullptr;
+}
+
+// The drawing StartReadingWithHooks has opened and is loading now, or null.
+CBaseDrawing *g_opening = nullptr;
+
+// position / length of the file the drawing reads, or -1.
+double FractionRead(CBaseDrawing *drawing) {
+    CDrawingFile *file = nullptr;
+    if (auto *r12 = dynamic_cast<CR12Drawing *>(drawing))
+        file = r12->File();
+    else if (auto *r13 = dynamic_cast<CR13Drawing *>(drawing))
+        file = r13->File();
+    return file && file->Length() > 0 ? static_cast<double>(file->GetPosition()) / file->Length()
+                                      : -1.0;
 }
 
 std::string NameOf(const std::vector<uint8_t> &data) {
@@ -124,11 +145,10 @@ DrawingForm FormOf(int16_t drawing) {
                       int(CR12Drawing::kTextDxf) == int(CR13Drawing::kTextDxf) &&
                       int(CR12Drawing::kBinaryDxf) == int(CR13Drawing::kBinaryDxf),
                   "one numbering of file kinds");
-    CLibDrawing *lib = g_DrawingTable.GetDrawing(drawing);
     int kind = CR12Drawing::kNone;
     if (const auto *r12 = R12DrawingOf(drawing))
         kind = r12->FileKind();
-    else if (const auto *r13 = lib ? dynamic_cast<CR13Drawing *>(lib->Drawing()) : nullptr)
+    else if (const auto *r13 = R13DrawingOf(drawing))
         kind = r13->FileKind();
     switch (kind) {
     case CR12Drawing::kDwg:
@@ -155,6 +175,13 @@ bool LoadWholeDrawing(int16_t drawing) {
 }
 
 bool CountSavedObjects(int16_t drawing, SavedObjects *counts) {
+    if (CR13Drawing *r13 = R13DrawingOf(drawing)) {
+        const R13SaveCounts saved = ::CountSavedObjects(*r13);
+        counts->entities = saved.entities;
+        counts->blocks = saved.blocks;
+        counts->table_records = saved.records;
+        return true;
+    }
     CR12Drawing *r12 = R12DrawingOf(drawing);
     if (!r12)
         return false;
@@ -183,10 +210,34 @@ bool SetProgressHooks(int16_t drawing, LoadProgressHook load, SaveProgressHook s
 }
 
 double LoadFraction(int16_t drawing) {
-    CR12Drawing *r12 = R12DrawingOf(drawing);
-    CDrawingFile *file = r12 ? r12->File() : nullptr;
-    return file && file->Length() > 0 ? static_cast<double>(file->GetPosition()) / file->Length()
-                                      : -1.0;
+    CLibDrawing *lib = g_DrawingTable.GetDrawing(drawing);
+    return lib ? FractionRead(lib->Drawing()) : -1.0;
+}
+
+int16_t StartReadingWithHooks(const char *name, LoadProgressHook load, SaveProgressHook save) {
+    const int16_t handle = OpenDrawingFile(name, nullptr, [&](CBaseDrawing &opened) {
+        opened.progress_callback = load;
+        opened.save_progress = save;
+        g_opening = &opened;
+    });
+    g_opening = nullptr;
+    return handle;
+}
+
+double OpeningLoadFraction() {
+    return g_opening ? FractionRead(g_opening) : -1.0;
+}
+
+int FileRelease(const std::string &path) {
+    const OpenSniff dwg = SniffDrawing(path.c_str(), OpenAttempt::kDwg);
+    if (dwg.kind == SniffedDrawing::kDwg12)
+        return 12;
+    if (dwg.kind == SniffedDrawing::kDwg13)
+        return 13;
+    const OpenSniff dxf = SniffDrawing(path.c_str(), OpenAttempt::kDxf);
+    if (dxf.kind == SniffedDrawing::kDxf13)
+        return 13;
+    return dxf.kind == SniffedDrawing::kDxf12 ? 12 : 0;
 }
 
 std::string WhyRefused(const std::string &path) {

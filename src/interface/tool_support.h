@@ -56,8 +56,8 @@ struct SavedObjects {
     long Objects() const { return entities + table_records; }
 };
 
-// The counts of the drawing as it is now (load it whole first to count everything); false,
-// with `counts` untouched, when the drawing class does not keep them.
+// The counts of the drawing as it is now (load it whole first to count everything), of
+// either release; false, with `counts` untouched, for a free handle.
 bool CountSavedObjects(int16_t drawing, SavedObjects *counts);
 
 // The progress hooks of a drawing. The load hook is called once an entity is read, with the
@@ -75,7 +75,22 @@ bool SetProgressHooks(int16_t drawing, LoadProgressHook load, SaveProgressHook s
 // when the drawing has no open file of known length.
 double LoadFraction(int16_t drawing);
 
+// Opens the drawing file `name` as CDBStartFileReading does, with both hooks set on the
+// drawing before its load, so that a drawing read whole while it opens (a DXF, a release
+// 13 DWG) reports that load as well: the handle, or CDB_FAIL with the code for
+// CDBGetErrorNumber(CDB_FAIL). The hooks stay set; SetProgressHooks takes them away.
+int16_t StartReadingWithHooks(const char *name, LoadProgressHook load, SaveProgressHook save);
+
+// LoadFraction of the drawing that StartReadingWithHooks is opening, for its load hook;
+// -1 when no drawing is being opened that way.
+double OpeningLoadFraction();
+
 // ---- Drawing files and external references ----------------------------------------------
+
+// The release of the drawing file at `path` as an open judges it, without loading it: 12,
+// 13, or 0 for a file an open refuses at once. A DXF goes by the release its groups name,
+// binary ones included (which CDBGetDrawingFileInfo may not find among its first bytes).
+int FileRelease(const std::string &path);
 
 // What the loader met in a drawing file that the library refused to open, in words, when it
 // can tell more than the error code does: for a release 13 DWG or DXF that opens but does not

@@ -27,14 +27,18 @@ const Command kCommands[] = {
      "content; --json prints one object per line",
      RunDump},
     {"convert",
-     "velko convert IN OUT [--binary] [--quiet] [--json]\n    reads a release 12 drawing and "
-     "writes it as DWG when OUT ends in .dwg (any case),\n    otherwise as DXF, ASCII or with "
-     "--binary binary; a job longer than a second\n    shows a progress bar on stderr when "
-     "stderr is a terminal, never with --quiet,\n    which also drops the summary",
+     "velko convert IN OUT [--binary] [--release 12|13] [--quiet] [--json]\n    reads a "
+     "drawing of release 12 or 13 and writes it in the same release, as DWG\n    when OUT ends "
+     "in .dwg (any case), otherwise as DXF, ASCII or with --binary\n    binary (release 13 is "
+     "not yet written as DXF); --release refuses an input\n    of another release, since a "
+     "drawing is saved in the release it was read in;\n    a job longer than a second shows a "
+     "progress bar on stderr when stderr is a\n    terminal, never with --quiet, which also "
+     "drops the summary",
      RunConvert},
     {"new",
-     "velko new TEMPLATE OUT [--json]\n    makes a new drawing OUT from a template drawing: "
-     "DWG when OUT ends in .dwg\n    (any case), otherwise ASCII DXF",
+     "velko new TEMPLATE OUT [--json]\n    makes a new drawing OUT from a template drawing of "
+     "release 12 or 13, in\n    the template's release: DWG when OUT ends in .dwg (any case), "
+     "otherwise\n    ASCII DXF (release 12 only)",
      RunNew},
     {"shapes",
      "velko shapes FILE.SHX [--json]\n    number, name, data length and width of each shape "
