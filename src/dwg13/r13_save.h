@@ -8,6 +8,14 @@
 // through the file's buffer. The object map is then written from the drawing's map, which
 // by then holds every object's new offset.
 //
+// A drawing without a DWG source (read from DXF, or new) is saved by the same steps with
+// nothing to carry: no objects are copied, no trailing and no preview section is written,
+// and the sections a reader needs are made from memory -- a head of three section records
+// (header variables, classes, object map), the header variables encoded from the drawing's
+// header, an empty classes section. Before that every object to be written that has no
+// handle takes a fresh one from the handle seed, and the control objects list their
+// records (r13_save_handles.h).
+//
 // What callers may rely on:
 // - every object written ends in the check FF FF, the map's sections end in FF FF and the
 //   map closes with 00 02 01 D0 (no real checks are computed);
@@ -36,7 +44,8 @@ public:
     // Where the save went wrong.
     enum Failure { kNone, kOutput, kHeader, kSequence };
 
-    CR13DwgSaver(CR13Drawing &drawing, CDrawingFile &source, CDrawingFile &output);
+    // `source` is the file the drawing was read from, null for a drawing that has none.
+    CR13DwgSaver(CR13Drawing &drawing, CDrawingFile *source, CDrawingFile &output);
 
     // Writes the whole file. 1, or 0 with Why() telling the step.
     int Run();
@@ -55,9 +64,13 @@ public:
     int CopyObject(const char *handle_text);
 
 private:
-    bool CopyHead();
+    // The sections in front of the objects (r13_save_sections.cpp): copied from the source,
+    // or made from memory without one.
+    bool WriteHead();
     bool WriteHeader();
-    bool CopyClasses();
+    bool CopyHeader();
+    bool EncodeHeader();
+    bool WriteClasses();
     bool WriteBlocks();
     bool WriteBlock(CR13Block &block, CR13BlockRecord *header, CEntityList &chain, int filter);
     bool WriteChain(CR13Block &block, CEntityList &chain, int filter);
@@ -79,7 +92,7 @@ private:
     bool Fail(Failure why);
 
     CR13Drawing &drawing;
-    CDrawingFile &source;
+    CDrawingFile *source;
     CDrawingFile &output;
     int32_t write_offset = 0;
     int32_t objects_start = 0;
