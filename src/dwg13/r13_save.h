@@ -13,15 +13,22 @@
 // and the sections a reader needs are made from memory -- a head of three section records
 // (header variables, classes, object map), the header variables encoded from the drawing's
 // header, an empty classes section. Before that every object to be written that has no
-// handle takes a fresh one from the handle seed, and the control objects list their
-// records (r13_save_handles.h).
+// handle takes a fresh one from the handle seed, the control objects list their records,
+// the entities take the mode bits and owners by which a DWG places them and the block
+// records the references that bound their blocks (r13_save_handles.h). These stay with
+// the drawing, whatever becomes of the save.
 //
 // What callers may rely on:
 // - every object written ends in the check FF FF, the map's sections end in FF FF and the
 //   map closes with 00 02 01 D0 (no real checks are computed);
 // - the map keeps only the objects the new file holds, sorted by handle;
 // - on failure Run gives 0 and the drawing's map and file are as before the save: the
-//   caller owns the output file and decides what becomes of it.
+//   caller owns the output file and decides what becomes of it;
+// - the objects come out in the order a DWG reader walks: the block control, every block
+//   (its record, its entities, BLOCK and ENDBLK), model space, paper space, the tables
+//   with their controls, carried objects, multiline styles; so the object written first,
+//   the block control, also has the lowest offset in the map, where a reader of a head
+//   with three records starts.
 #ifndef VELKO_R13_SAVE_H
 #define VELKO_R13_SAVE_H
 

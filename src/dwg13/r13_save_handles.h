@@ -1,5 +1,7 @@
 // What a drawing without a DWG source needs before it is written as a DWG: handles for the
-// objects that have none, and control objects that list their tables' records.
+// objects that have none, control objects that list their tables' records, entities with
+// the mode bits and owners by which a DWG places them, and block records that bound their
+// blocks. A DWG read by the library holds all of this already; a DXF holds none of it.
 //
 // A drawing read from DXF carries the file's handles (group 5) on its entities, blocks and
 // table records; the control objects of the tables and block records that the reader made
@@ -7,9 +9,9 @@
 // from the handle seed, which is first raised above every handle in use, so that a fresh
 // handle never collides with one the drawing holds.
 //
-// What callers may rely on: afterwards every table control, table record, block record,
-// BLOCK, ENDBLK and entity of the drawing has a non-zero handle distinct from all others
-// it did not share before, and the seed stands above all of them.
+// What callers may rely on: after R13GiveMissingHandles every table control, table record, block
+// record, BLOCK, ENDBLK and entity of the drawing has a non-zero handle distinct from all others it
+// did not share before, and the seed stands above all of them.
 #ifndef VELKO_R13_SAVE_HANDLES_H
 #define VELKO_R13_SAVE_HANDLES_H
 

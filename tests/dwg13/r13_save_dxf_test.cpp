@@ -478,6 +478,41 @@ TEST_F(Release13DxfSavedAsDwg, GivesFreshHandlesThatCollideWithNone) {
     EXPECT_GT(seed, seen.rbegin()->first);
 }
 
+// Every record of the written drawing has its own handle: the block record WINDOW, which
+// the DXF lacks, took a fresh one that collides with none of the DXF's.
+TEST_F(Release13DxfSavedAsDwg, EveryRecordReadBackHasAHandleOfItsOwn) {
+    snapshot::Snapshot saved(out.path());
+    ASSERT_TRUE(saved.opened());
+    std::map<std::string, int> seen;
+    auto note = [&seen](const char *handle) {
+        ASSERT_NE(handle, nullptr);
+        ASSERT_NE(std::strtoul(handle, nullptr, 16), 0ul) << handle;
+        ++seen[handle];
+    };
+    for (const CDB_ENTITY &e : saved.main_)
+        if (e.entity_type != CDB_ENDBLK)
+            note(e.handle);
+    for (const snapshot::BlockCopy &block : saved.blocks_)
+        for (const CDB_ENTITY &e : block.list)
+            note(e.handle);
+    for (const CDB_BLOCK_TBL &r : saved.block_table_)
+        note(r.handle);
+    for (const CDB_LAYER_TBL_type &r : saved.layers_)
+        note(r.handle);
+    for (const CDB_LTYPE_TBL_type &r : saved.ltypes_)
+        note(r.handle);
+    for (const CDB_STYLE_TBL_type &r : saved.styles_)
+        note(r.handle);
+    for (const CDB_APPID_TBL_type &r : saved.appids_)
+        note(r.handle);
+    for (const auto &entry : seen)
+        EXPECT_EQ(entry.second, 1) << "handle " << entry.first;
+    ASSERT_EQ(saved.block_table_.size(), 2u);
+    EXPECT_STREQ(saved.block_table_[1].name, "WINDOW");
+    EXPECT_GT(std::strtoul(saved.block_table_[1].handle, nullptr, 16), 0x80ul)
+        << "a fresh handle from the seed of the DXF";
+}
+
 TEST_F(Release13DxfSavedAsDwg, SavesAgainFromTheFileJustWritten) {
     TempFile again{"r13_small_from_dxf_again.dwg"};
     ASSERT_EQ(CDBSaveAsDWG(source->handle(), again.c_str()), 0)
