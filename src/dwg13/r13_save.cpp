@@ -328,6 +328,7 @@ int CR13DwgSaver::Run() {
         R13FillControlEntries(drawing);
         R13PlaceEntities(drawing);
         R13LinkBlockRecords(drawing);
+        R13SetLayerFlagBytes(drawing);
     }
     if (!WriteHead() || !WriteHeader() || !WriteClasses())
         return 0;

@@ -246,3 +246,21 @@ void R13LinkBlockRecords(CR13Drawing &drawing) {
         LinkRecord(block, ends, true);
     }
 }
+
+void R13SetLayerFlagBytes(CR13Drawing &drawing) {
+    CR13Table &layers = drawing.Table(R13Table::kLayers);
+    for (int i = 0; i < layers.records.Count(); ++i) {
+        CR13TableRecord *record = layers.records.At(i);
+        auto *layer = record ? static_cast<CDB_LAYER_TBL_type *>(record->GetRecord()) : nullptr;
+        if (!layer)
+            continue;
+        uint8_t raw = 0;
+        if (layer->flags & 0x40)
+            raw |= 0x80;
+        if (layer->flags & 0x01)
+            raw |= 0x08;
+        if (layer->flags & 0x04)
+            raw |= 0x01;
+        layer->flags_copy = raw;
+    }
+}

@@ -38,4 +38,9 @@ void R13PlaceEntities(CR13Drawing &drawing);
 // it.
 void R13LinkBlockRecords(CR13Drawing &drawing);
 
+// Gives every layer the flag byte a DWG holds, made from its public flags: 0x40 as 0x80,
+// frozen (1) as 0x08, locked (4) as 0x01. A DXF has no such byte (its reader copies the
+// flags into it); a layer that is off keeps saying so by its negative colour.
+void R13SetLayerFlagBytes(CR13Drawing &drawing);
+
 #endif

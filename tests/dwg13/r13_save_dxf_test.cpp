@@ -83,9 +83,10 @@ void Tables(DxfText &d) {
     d.EndTable();
     Table(d, "LAYER", "2", 2);
     Record(d, "LAYER", "10", "AcDbLayerTableRecord").G(2, "0").G(70, 0).G(62, 7).G(6, "CONTINUOUS");
+    // Frozen and locked.
     Record(d, "LAYER", "11", "AcDbLayerTableRecord")
         .G(2, "WALLS")
-        .G(70, 0)
+        .G(70, 5)
         .G(62, 5)
         .G(6, "CONTINUOUS");
     d.EndTable();
@@ -269,8 +270,8 @@ uint32_t Long(const std::vector<uint8_t> &b, size_t at) {
 //   spline with knots its fit data (it goes out by its knots), a modeler object (REGION,
 //   3DSOLID, BODY) its layer and format version (its object has no trailer of its own),
 //   a viewport entity its number (the DWG reader numbers them);
-// - a layer's state goes out through the raw flag byte: frozen comes back as off, a
-//   negative colour; a viewport record's UCS icon and view mode bits;
+// - a layer's raw flag byte, which a DXF does not have and the save makes from the flags;
+//   a viewport record's UCS icon and view mode bits;
 // - header: the variables that the header section does not hold (the view variables, the
 //   times and the timer, the code page), $HANDLING, which it holds as one bit, the tree depth
 //   (always 3020 in a DWG), the handle texts the DXF left unset (empty), and the current line type
@@ -346,9 +347,7 @@ private:
             return true;
         if (record_ == "HEADER" && field == "$HANDLING" && b == (a != 0 ? 1 : 0))
             return true;
-        if (record_ == "LAYER" && field == "color" && a == -b)
-            return true;
-        if (record_ == "LAYER" && field == "flags" && (a & ~1L) == b)
+        if (record_ == "LAYER" && field == "flags_copy")
             return true;
         return false;
     }
@@ -449,6 +448,15 @@ TEST_F(Release13DxfSavedAsDwg, KeepsTheHeaderValuesOfTheDxf) {
     EXPECT_DOUBLE_EQ(saved.header_.dimscale, 4.0);
     EXPECT_DOUBLE_EQ(saved.header_.extmax.x, 30.0);
     EXPECT_STREQ(saved.header_.menu, "velko");
+}
+
+TEST_F(Release13DxfSavedAsDwg, KeepsALayerFrozenAndLocked) {
+    snapshot::Snapshot saved(out.path());
+    ASSERT_TRUE(saved.opened());
+    ASSERT_EQ(saved.layers_.size(), 2u);
+    EXPECT_STREQ(saved.layers_[1].name, "WALLS");
+    EXPECT_EQ(saved.layers_[1].flags, 5);
+    EXPECT_EQ(saved.layers_[1].color, 5);
 }
 
 TEST_F(Release13DxfSavedAsDwg, HasThreeSectionRecordsObjectsEndingInFFFFAndTheMapEnd) {
