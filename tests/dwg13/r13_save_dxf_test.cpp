@@ -6,6 +6,8 @@
 #include "support/drawing_snapshot.h"
 #include "support/dxf_text.h"
 
+#include "r13_edit_support.h"
+
 #include "dwg13/r13_file_head.h"
 #include "dwg13/r13_object_map.h"
 #include "io/drawing_file.h"
@@ -561,6 +563,52 @@ TEST(Release13DxfTemplate, CDBNewWithADwgNameGivesAHandleAndAReadableDwg) {
     CDBEndOperation(h);
     EXPECT_EQ(OpenedVersion(out.path()), 13);
     EXPECT_EQ(FileShape(out.path()), "");
+}
+
+// ---- Edits before the save -----------------------------------------------------------------
+
+class Release13DxfEditedThenSaved : public r13edit::R13EditTest {};
+
+// A line in model space and one in the block DOOR, and a layer, added to a drawing read
+// from DXF: all three are in the DWG, the new objects under the handles editing gave them.
+TEST_F(Release13DxfEditedThenSaved, KeepsTheAddedEntitiesAndLayer) {
+    const std::string text = SmallDrawing();
+    OpenBytes(std::vector<uint8_t>(text.begin(), text.end()), "r13_edit_small.dxf");
+    if (HasFatalFailure())
+        return;
+    CDB_ENTITY line = Line(42.0, 1);
+    const int32_t in_model = CDBEntityAdd(h, -1, &line);
+    ASSERT_GE(in_model, 0) << CDBGetErrorNumber(h);
+    const std::string model_handle = EntityAt(-1, in_model)->handle;
+    CDB_ENTITY member = Line(7.0);
+    const int32_t in_door = CDBEntityAdd(h, 0, &member);
+    ASSERT_GE(in_door, 0) << CDBGetErrorNumber(h);
+    CDB_LAYER_TBL_type layer;
+    CDBLayerTableDefault(&layer);
+    char name[] = "edited";
+    layer.name = name;
+    ASSERT_EQ(CDBLayerTableAdd(h, &layer), 2);
+
+    TempFile out{"r13_edited_from_dxf.dwg"};
+    ASSERT_EQ(CDBSaveAsDWG(h, out.c_str()), 0) << CDBGetErrorNumber(h);
+    EXPECT_EQ(FileShape(out.path()), "");
+    snapshot::Snapshot saved(out.path());
+    ASSERT_TRUE(saved.opened()) << "code " << saved.code();
+    ASSERT_EQ(saved.layers_.size(), 3u);
+    EXPECT_STREQ(saved.layers_[2].name, "EDITED");
+    bool found = false;
+    for (const CDB_ENTITY &e : saved.main_)
+        if (e.entity_type == CDB_LINE && e.handle && model_handle == e.handle) {
+            found = true;
+            EXPECT_DOUBLE_EQ(e.line.end_point.x, 42.0);
+            EXPECT_EQ(e.layer_index, 1);
+        }
+    EXPECT_TRUE(found) << "the added line " << model_handle;
+    ASSERT_GE(saved.blocks_.size(), 1u);
+    int door_lines = 0;
+    for (const CDB_ENTITY &e : saved.blocks_[0].list)
+        door_lines += e.entity_type == CDB_LINE ? 1 : 0;
+    EXPECT_EQ(door_lines, 2);
 }
 
 // ---- The corpus ---------------------------------------------------------------------------
