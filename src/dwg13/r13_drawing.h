@@ -80,15 +80,16 @@ public:
 
     int CloseDWGFile() override;
     // ---- Saving (r13_save_drawing.cpp) ------------------------------------------------------
-    // Writes the drawing as a DWG of this release from its open source file (see
-    // r13_save.h). The file is written beside `name` and takes the name only when complete,
-    // so a drawing may be saved under its own name and a failed save leaves any file of that
-    // name as it was. On success the drawing reads from the new file from then on: 0. -123
-    // on failure: with -425 when an object could not be laid out (a polyline followed by
-    // something other than its vertices), -401 when the file could not be written, -402
+    // Writes the drawing as a DWG of this release from its open source file, or from memory
+    // alone for a drawing read from DXF (see r13_save.h). The file is written beside `name` and
+    // takes the name only when complete, so a drawing may be saved under its own name and a failed
+    // save leaves any file of that name as it was. On success the drawing reads from the new file
+    // from then on: 0. -123 on failure: with -425 when an object could not be laid out (a polyline
+    // followed by something other than its vertices), -401 when the file could not be written, -402
     // when the source could not be read.
     short SaveAsDWG(const char *name) override;
-    // SaveAsDWG under the drawing's own name.
+    // SaveAsDWG under the drawing's own name; only for a drawing read from DWG (a DXF's name
+    // is not overwritten with a DWG): -123 with -402 otherwise.
     short Save() override;
     int LoadDWG() override;
     int TriggerLoading() override { return loaded ? 1 : 0; }

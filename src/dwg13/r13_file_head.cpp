@@ -24,6 +24,30 @@ bool ReadBlockAt(CDrawingFile &file, int32_t offset, uint8_t (&block)[R13FileHea
 
 } // namespace
 
+std::vector<uint8_t> R13FileHead::Blank(uint8_t record_count) {
+    std::vector<uint8_t> head(SizeFor(record_count), 0);
+    PutVersion(head.data());
+    head[kRecordCountAt] = record_count;
+    for (size_t i = 0; i < record_count; ++i)
+        PutRecord(head.data(), i, 0, 0);
+    return head;
+}
+
+void R13FileHead::PutVersion(uint8_t *head) {
+    static constexpr char kVersion[] = "AC1012";
+    for (size_t i = 0; i + 1 < sizeof kVersion; ++i)
+        head[i] = static_cast<uint8_t>(kVersion[i]);
+}
+
+void R13FileHead::PutRecord(uint8_t *head, size_t index, uint32_t offset, uint32_t size) {
+    uint8_t *record = head + kRecordsAt + kRecordSize * index;
+    record[0] = static_cast<uint8_t>(index);
+    for (int k = 0; k < 4; ++k) {
+        record[1 + k] = static_cast<uint8_t>(offset >> (8 * k));
+        record[5 + k] = static_cast<uint8_t>(size >> (8 * k));
+    }
+}
+
 bool R13FileHead::Read(CDrawingFile &file) {
     uint8_t head[kReadSize];
     if (!ReadBlockAt(file, 0, head))

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 class CDrawingFile;
 
@@ -25,6 +26,27 @@ struct R13FileHead {
     static constexpr size_t kTrailingSizeAt = 57;
     // In the trailing section: the offset of the object area.
     static constexpr size_t kObjectsStartAt = 16;
+    // The section records: from byte 25, 9 bytes each (the section's number, its offset,
+    // its size). Behind the last one stand a 2-byte check and a 16-byte end mark.
+    static constexpr size_t kRecordsAt = 25;
+    static constexpr size_t kRecordSize = 9;
+    static constexpr size_t kBehindRecords = 2 + 16;
+    // The sections a head without a trailing section points at: the header variables, the
+    // classes and the object map.
+    static constexpr uint8_t kPlainRecordCount = 3;
+
+    // The bytes of a head that holds room for `record_count` records.
+    static constexpr size_t SizeFor(size_t record_count) {
+        return kRecordsAt + kRecordSize * record_count + kBehindRecords;
+    }
+    // A head with room for `record_count` records: the version text, the count at byte 21,
+    // each record's section number; offsets, sizes, the check and the end mark zero.
+    static std::vector<uint8_t> Blank(uint8_t record_count);
+    // Stores the version text "AC1012" at the head's start.
+    static void PutVersion(uint8_t *head);
+    // Stores record `index` (its number, `offset` and `size`) in a head of at least
+    // SizeFor(index + 1) bytes.
+    static void PutRecord(uint8_t *head, size_t index, uint32_t offset, uint32_t size);
 
     uint8_t record_count = 0;
     uint32_t preview_at = 0;

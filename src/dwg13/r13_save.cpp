@@ -7,6 +7,7 @@
 #include "dwg13/r13_header.h"
 #include "dwg13/r13_new_kinds.h"
 #include "dwg13/r13_object_map.h"
+#include "dwg13/r13_save_handles.h"
 #include "dwg13/r13_tables.h"
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"
@@ -46,9 +47,18 @@ bool IsCarriedKind(const CR13Entity &entity) {
            dynamic_cast<const CR13Unknown *>(&entity) != nullptr || entity.FileType() == kOleType;
 }
 
+// The ENDBLK of a space's block: the last entry of the block's own list when it is one (a
+// drawing read from DXF keeps paper space's there), otherwise the one its chain ends in.
+CR13Entity *OwnEndOf(const CR13Block &block, CR13Entity *chain_end) {
+    CEntityList *own = block.entities.get();
+    auto *last =
+        own && own->Count() > 0 ? static_cast<CR13Entity *>(own->At(own->Count() - 1)) : nullptr;
+    return last && last->FileType() == kR13EndBlockType ? last : chain_end;
+}
+
 } // namespace
 
-CR13DwgSaver::CR13DwgSaver(CR13Drawing &drawing, CDrawingFile &source, CDrawingFile &output)
+CR13DwgSaver::CR13DwgSaver(CR13Drawing &drawing, CDrawingFile *source, CDrawingFile &output)
     : drawing(drawing), source(source), output(output) {}
 
 bool CR13DwgSaver::Fail(Failure why) {
@@ -78,11 +88,11 @@ bool CR13DwgSaver::PatchLong(int32_t at, uint32_t value) {
 
 bool CR13DwgSaver::ReadSource(int32_t at, void *bytes, uint32_t size) {
     std::memset(bytes, 0, size);
-    if (at < 0 || uint64_t(at) + size > source.Length())
+    if (!source || at < 0 || uint64_t(at) + size > source->Length())
         return false;
-    if (!source.SetPosition(at, 0))
+    if (!source->SetPosition(at, 0))
         return false;
-    return source.Read(bytes, size) && source.GetPosition() == at + int32_t(size);
+    return source->Read(bytes, size) && source->GetPosition() == at + int32_t(size);
 }
 
 uint32_t CR13DwgSaver::SourceLong(int32_t at) {
@@ -110,9 +120,9 @@ bool CR13DwgSaver::PutObject(const CBitWriter &writer, uint32_t handle) {
 // ---- Carried objects ----------------------------------------------------------------------
 
 int CR13DwgSaver::CopyObjectAt(uint32_t handle, int32_t source_offset) {
-    if (source_offset <= 0 || !source.SetPosition(source_offset, 0))
+    if (!source || source_offset <= 0 || !source->SetPosition(source_offset, 0))
         return 0;
-    std::unique_ptr<uint8_t[]> object = source.ReadObject();
+    std::unique_ptr<uint8_t[]> object = source->ReadObject();
     if (!object)
         return 0;
     const uint32_t size = uint32_t(object[0]) | uint32_t(object[1]) << 8;
@@ -129,66 +139,6 @@ int CR13DwgSaver::CopyObjectByHandle(uint32_t handle) {
 
 int CR13DwgSaver::CopyObject(const char *handle_text) {
     return handle_text ? CopyObjectByHandle(R13HandleValue(handle_text)) : 0;
-}
-
-// ---- The sections in front of the objects -------------------------------------------------
-
-bool CR13DwgSaver::CopyHead() {
-    const uint32_t size = SourceLong(R13FileHead::kHeaderAt);
-    if (size == 0 || size > source.Length())
-        return Fail(kHeader);
-    std::vector<uint8_t> head(size);
-    if (!ReadSource(0, head.data(), size))
-        return Fail(kHeader);
-    return Put(head.data(), size);
-}
-
-// The source's section with only the handle seed replaced: everything behind it shifts by
-// as many bits as the seed's length changed.
-bool CR13DwgSaver::WriteHeader() {
-    const int32_t at = static_cast<int32_t>(SourceLong(R13FileHead::kHeaderAt));
-    uint32_t size = SourceLong(R13FileHead::kHeaderSizeAt);
-    if (at <= 0 || uint64_t(at) >= source.Length())
-        return Fail(kHeader);
-    size = std::min<uint32_t>(size, source.Length() - uint32_t(at));
-    std::vector<uint8_t> section(size);
-    if (!ReadSource(at, section.data(), size))
-        return Fail(kHeader);
-    const CR13Header &header = drawing.Header();
-    if (header.seed_byte < 0 || uint32_t(header.seed_byte) >= size)
-        return Fail(kHeader);
-
-    CBitStream in(section.data(), static_cast<int32_t>(size));
-    CBitWriter out;
-    for (int32_t i = 0; i < header.seed_byte; ++i)
-        out.WriteByte(in.ReadByte());
-    out.WriteBits(in.ReadBits(header.seed_bit), header.seed_bit);
-    in.ReadBits(4);
-    std::free(in.ReadHandleText());
-    out.WriteBits(0, 4);
-    out.WriteHandleText(header.vars.handseed);
-    const int tail_bits = 8 - in.TellBit();
-    out.WriteBits(in.ReadBits(tail_bits), tail_bits);
-    while (in.TellByte() < in.Size())
-        out.WriteByte(in.ReadByte());
-
-    const uint32_t new_size = static_cast<uint32_t>(out.TellSize());
-    if (!Put(out.Data(), new_size))
-        return false;
-    return PatchLong(R13FileHead::kHeaderSizeAt, new_size);
-}
-
-bool CR13DwgSaver::CopyClasses() {
-    const int32_t at = static_cast<int32_t>(SourceLong(R13FileHead::kClassesAt));
-    const uint32_t size = SourceLong(R13FileHead::kClassesSizeAt);
-    std::vector<uint8_t> section(size <= source.Length() ? size : 0);
-    if (!section.empty() && !ReadSource(at, section.data(), size))
-        return Fail(kHeader);
-    const int32_t start = write_offset;
-    if (!PatchLong(R13FileHead::kClassesAt, uint32_t(start)) ||
-        !PatchLong(R13FileHead::kClassesSizeAt, uint32_t(section.size())))
-        return false;
-    return Put(section.data(), static_cast<uint32_t>(section.size()));
 }
 
 // ---- Blocks and entities ------------------------------------------------------------------
@@ -264,8 +214,9 @@ bool CR13DwgSaver::WriteChain(CR13Block &block, CEntityList &chain, int filter) 
     }
     if (block.start && !WriteEntity(*block.start))
         return false;
-    CR13Entity *end =
-        block.start && block.start->end_block ? block.start->end_block.get() : chain_end;
+    CR13Entity *end = block.start && block.start->end_block ? block.start->end_block.get()
+                      : filter >= 0                         ? OwnEndOf(block, chain_end)
+                                                            : chain_end;
     return !end || WriteEntity(*end);
 }
 
@@ -334,9 +285,21 @@ bool CR13DwgSaver::WriteTables() {
 bool CR13DwgSaver::WriteCarried() {
     for (const ObjectMapEntry &entry : drawing.CarriedObjects().Entries())
         CopyObjectAt(entry.handle, entry.offset);
+    // Multiline styles are carried from the source; one that has no object there (a drawing
+    // without a source, a style added by editing) is encoded.
     CR13Table &styles = drawing.Table(R13Table::kMlineStyles);
-    for (int i = 0; i < styles.records.Count(); ++i)
-        CopyObject(styles.records.At(i)->RecordHandle());
+    for (int i = 0; i < styles.records.Count(); ++i) {
+        CR13TableRecord *style = styles.records.At(i);
+        const uint32_t handle = R13HandleValue(style->RecordHandle());
+        if (source && drawing.ObjectMap().GetOffset(handle) > 0) {
+            CopyObjectByHandle(handle);
+            continue;
+        }
+        CBitWriter writer;
+        style->WriteDWG(writer);
+        if (!PutObject(writer, handle))
+            return false;
+    }
     return failure == kNone;
 }
 
@@ -358,54 +321,19 @@ bool CR13DwgSaver::WriteMap() {
            PatchLong(R13FileHead::kMapSizeAt, uint32_t(bytes.size()));
 }
 
-bool CR13DwgSaver::RewriteTrailing() {
-    uint8_t count = 0;
-    ReadSource(R13FileHead::kRecordCountAt, &count, 1);
-    if (count == 3)
-        return true;
-    const int32_t at = static_cast<int32_t>(SourceLong(R13FileHead::kTrailingAt));
-    const uint32_t size = SourceLong(R13FileHead::kTrailingSizeAt) & 0xFFFFu;
-    if (size < R13FileHead::kObjectsStartAt + 4 || size > source.Length())
-        return true;
-    std::vector<uint8_t> section(size);
-    if (!ReadSource(at, section.data(), size))
-        return true;
-    for (int k = 0; k < 4; ++k)
-        section[R13FileHead::kObjectsStartAt + k] = uint8_t(uint32_t(objects_start) >> (8 * k));
-    const int32_t start = write_offset;
-    return Put(section.data(), size) && PatchLong(R13FileHead::kTrailingAt, uint32_t(start));
-}
-
-bool CR13DwgSaver::RewritePreview() {
-    const int32_t at = static_cast<int32_t>(SourceLong(R13FileHead::kPreviewAt));
-    if (at <= 0)
-        return true;
-    const uint32_t size = SourceLong(at + 16) + 36;
-    if (size < 21 || size > source.Length())
-        return true;
-    std::vector<uint8_t> section(size);
-    if (!ReadSource(at, section.data(), size))
-        return true;
-    const int32_t start = write_offset;
-    const uint32_t shift = uint32_t(at) - uint32_t(start);
-    const size_t count = section[20];
-    for (size_t e = 0; e < count && 21 + 9 * e + 9 <= size; ++e) {
-        uint8_t *field = section.data() + 21 + 9 * e + 1;
-        uint32_t offset = uint32_t(field[0]) | uint32_t(field[1]) << 8 | uint32_t(field[2]) << 16 |
-                          uint32_t(field[3]) << 24;
-        offset -= shift;
-        for (int k = 0; k < 4; ++k)
-            field[k] = uint8_t(offset >> (8 * k));
-    }
-    return Put(section.data(), size) && PatchLong(R13FileHead::kPreviewAt, uint32_t(start));
-}
-
 // ---- The whole file -----------------------------------------------------------------------
 
 int CR13DwgSaver::Run() {
     if (!output.IsOpen() || !output.Truncate())
         return Fail(kOutput), 0;
-    if (!CopyHead() || !WriteHeader() || !CopyClasses())
+    if (!source) {
+        R13GiveMissingHandles(drawing);
+        R13FillControlEntries(drawing);
+        R13PlaceEntities(drawing);
+        R13LinkBlockRecords(drawing);
+        R13SetLayerFlagBytes(drawing);
+    }
+    if (!WriteHead() || !WriteHeader() || !WriteClasses())
         return 0;
     const std::vector<uint8_t> gap(kGapBytes, 0);
     if (!Put(gap.data(), kGapBytes))

@@ -8,6 +8,16 @@
 // through the file's buffer. The object map is then written from the drawing's map, which
 // by then holds every object's new offset.
 //
+// A drawing without a DWG source (read from DXF, or new) is saved by the same steps with
+// nothing to carry: no objects are copied, no trailing and no preview section is written,
+// and the sections a reader needs are made from memory -- a head of three section records
+// (header variables, classes, object map), the header variables encoded from the drawing's
+// header, an empty classes section. Before that every object to be written that has no
+// handle takes a fresh one from the handle seed, the control objects list their records,
+// the entities take the mode bits and owners by which a DWG places them and the block
+// records the references that bound their blocks (r13_save_handles.h). These stay with
+// the drawing, whatever becomes of the save.
+//
 // What callers may rely on:
 // - every object written ends in the check FF FF, the map's sections end in FF FF and the
 //   map closes with 00 02 01 D0 (no real checks are computed);
@@ -16,7 +26,12 @@
 //   and the table records as they go out (control objects, BLOCK and ENDBLK objects and
 //   carried objects are not counted), from 0 at the start of each save;
 // - on failure Run gives 0 and the drawing's map and file are as before the save: the
-//   caller owns the output file and decides what becomes of it.
+//   caller owns the output file and decides what becomes of it;
+// - the objects come out in the order a DWG reader walks: the block control, every block
+//   (its record, its entities, BLOCK and ENDBLK), model space, paper space, the tables
+//   with their controls, carried objects, multiline styles; so the object written first,
+//   the block control, also has the lowest offset in the map, where a reader of a head
+//   with three records starts.
 #ifndef VELKO_R13_SAVE_H
 #define VELKO_R13_SAVE_H
 
@@ -49,7 +64,8 @@ public:
     // Where the save went wrong.
     enum Failure { kNone, kOutput, kHeader, kSequence };
 
-    CR13DwgSaver(CR13Drawing &drawing, CDrawingFile &source, CDrawingFile &output);
+    // `source` is the file the drawing was read from, null for a drawing that has none.
+    CR13DwgSaver(CR13Drawing &drawing, CDrawingFile *source, CDrawingFile &output);
 
     // Writes the whole file. 1, or 0 with Why() telling the step.
     int Run();
@@ -68,9 +84,13 @@ public:
     int CopyObject(const char *handle_text);
 
 private:
-    bool CopyHead();
+    // The sections in front of the objects (r13_save_sections.cpp): copied from the source,
+    // or made from memory without one.
+    bool WriteHead();
     bool WriteHeader();
-    bool CopyClasses();
+    bool CopyHeader();
+    bool EncodeHeader();
+    bool WriteClasses();
     bool WriteBlocks();
     bool WriteBlock(CR13Block &block, CR13BlockRecord *header, CEntityList &chain, int filter);
     bool WriteChain(CR13Block &block, CEntityList &chain, int filter);
@@ -92,7 +112,7 @@ private:
     bool Fail(Failure why);
 
     CR13Drawing &drawing;
-    CDrawingFile &source;
+    CDrawingFile *source;
     CDrawingFile &output;
     int32_t write_offset = 0;
     int32_t objects_start = 0;

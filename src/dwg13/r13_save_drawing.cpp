@@ -25,8 +25,14 @@ short CR13Drawing::SaveAsDWG(const char *name) {
         SetError(CDB_ERR_OPENING_FILE);
         return CDB_FAIL;
     }
-    if (file_kind != kDwg || !file || !loaded) {
-        // Without a source there is nothing to borrow the sections from.
+    if (!loaded) {
+        SetError(CDB_ERR_FILE_READ);
+        return CDB_FAIL;
+    }
+    // Only a DWG of this release lends its sections and objects; a drawing read from DXF
+    // is written from memory alone.
+    CDrawingFile *source = file_kind == kDwg ? file.get() : nullptr;
+    if (file_kind == kDwg && !source) {
         SetError(CDB_ERR_FILE_READ);
         return CDB_FAIL;
     }
@@ -37,7 +43,7 @@ short CR13Drawing::SaveAsDWG(const char *name) {
         SetError(CDB_ERR_OPENING_FILE);
         return CDB_FAIL;
     }
-    CR13DwgSaver saver(*this, *file, *output);
+    CR13DwgSaver saver(*this, source, *output);
     const int written = saver.Run();
     const int closed = output->Close();
     output.reset();
@@ -65,8 +71,11 @@ short CR13Drawing::SaveAsDWG(const char *name) {
     carried_objects = std::move(carried);
 
     // The drawing reads from the file just written.
-    file->Close();
-    file.reset();
+    if (file) {
+        file->Close();
+        file.reset();
+    }
+    file_kind = kDwg;
     auto reopened = std::make_unique<CDrawingFile>();
     file_name = target;
     if (!reopened->Open(target.c_str(), kDrawingFileRead)) {
@@ -83,6 +92,10 @@ short CR13Drawing::SaveAsDWG(const char *name) {
 }
 
 short CR13Drawing::Save() {
+    if (file_kind != kDwg) {
+        SetError(CDB_ERR_FILE_READ);
+        return CDB_FAIL;
+    }
     const std::string name = file_name;
     return SaveAsDWG(name.c_str());
 }

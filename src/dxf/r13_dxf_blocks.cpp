@@ -195,12 +195,14 @@ int CR13DxfReader::ReadEntityList(CEntityList &list, const char *end) {
                 return Invalid("the file ends inside an entity");
             continue;
         }
+        // The name's type first: a kind of several forms (polyline, vertex, insert,
+        // dimension) picks its form from its groups while it reads them.
+        entity->SetFileType(static_cast<int16_t>(type));
         const int read = entity->ReadDXF(*this, value_);
         if (read == -1 || stream_.AtEnd())
             return Invalid("the file ends inside an entity");
         if (read == 0)
             return Invalid("an entity name that its class refuses cannot be gone past");
-        entity->SetFileType(static_cast<int16_t>(type));
         const CDB_ENTITY *record = entity->GetData();
         if (record && record->space == 1)
             d.MarkPaperSpace();

@@ -452,8 +452,8 @@ void Dwg13Builder::PlaceTables(std::vector<uint8_t> &file) {
 
 void Dwg13Builder::WriteHead(std::vector<uint8_t> &file, int32_t header_size, int32_t classes_at,
                              int32_t map_size, int32_t trailing_at) const {
-    std::memcpy(file.data(), "AC1012", 6);
-    file[21] = record_count;
+    R13FileHead::PutVersion(file.data());
+    file[R13FileHead::kRecordCountAt] = record_count;
     const int32_t records[4][2] = {
         {kHeadSize, header_size},
         {classes_at, static_cast<int32_t>(classes.size())},
@@ -461,12 +461,10 @@ void Dwg13Builder::WriteHead(std::vector<uint8_t> &file, int32_t header_size, in
         {trailing_at, write_trailing_section ? 32 : 0},
     };
     const int count = write_trailing_section ? 4 : 3;
-    for (int i = 0; i < count; ++i) {
-        const size_t at = 25 + 9 * static_cast<size_t>(i);
-        file[at] = static_cast<uint8_t>(i);
-        PutU32(file, at + 1, static_cast<uint32_t>(records[i][0]));
-        PutU32(file, at + 5, static_cast<uint32_t>(records[i][1]));
-    }
+    for (int i = 0; i < count; ++i)
+        R13FileHead::PutRecord(file.data(), static_cast<size_t>(i),
+                               static_cast<uint32_t>(records[i][0]),
+                               static_cast<uint32_t>(records[i][1]));
 }
 
 std::vector<uint8_t> Dwg13Builder::Build() {

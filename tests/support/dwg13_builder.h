@@ -44,6 +44,7 @@
 #ifndef VELKO_TEST_DWG13_BUILDER_H
 #define VELKO_TEST_DWG13_BUILDER_H
 
+#include "dwg13/r13_file_head.h"
 #include "dwg13/r13_header.h"
 #include "dwg13/r13_object_map.h"
 
@@ -274,7 +275,7 @@ public:
     std::map<uint32_t, std::function<void(R13Object &)>> edit_objects;
 
 private:
-    static constexpr int32_t kHeadSize = 25 + 4 * 9 + 2 + 16;
+    static constexpr int32_t kHeadSize = static_cast<int32_t>(R13FileHead::SizeFor(4));
 
     std::vector<uint8_t> HeaderSection() const;
     // Appends one object to the area, after its edit; notes its handle and offset.
