@@ -90,6 +90,7 @@ private:
     bool WriteHeader();
     bool CopyHeader();
     bool EncodeHeader();
+    const char *CurrentLineTypeHandle(const char *kept);
     bool WriteClasses();
     bool WriteBlocks();
     bool WriteBlock(CR13Block &block, CR13BlockRecord *header, CEntityList &chain, int filter);

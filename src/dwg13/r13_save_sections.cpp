@@ -6,12 +6,14 @@
 
 #include "dwg13/r13_drawing.h"
 #include "dwg13/r13_header.h"
+#include "dwg13/r13_tables.h"
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"
 #include "io/drawing_file.h"
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <vector>
 
 // ---- The head ----------------------------------------------------------------------------
@@ -73,6 +75,24 @@ bool CR13DwgSaver::CopyHeader() {
     return PatchLong(R13FileHead::kHeaderSizeAt, new_size);
 }
 
+// The current line type as a DWG names it: a DXF's BYLAYER and BYBLOCK (kept as "-1" and
+// "0", the indices they stand for) become the handles of those line type records, which a
+// DWG's line type table holds like any other.
+const char *CR13DwgSaver::CurrentLineTypeHandle(const char *kept) {
+    const bool by_layer = kept && std::strcmp(kept, "-1") == 0;
+    const bool by_block = kept && std::strcmp(kept, "0") == 0;
+    if (!by_layer && !by_block)
+        return kept;
+    const CR13Table &types = drawing.Table(R13Table::kLtypes);
+    for (int i = 0; i < types.records.Count(); ++i) {
+        const CR13TableRecord *record = types.records.At(i);
+        const char *name = record->RecordName();
+        if (name && std::strcmp(name, by_layer ? "BYLAYER" : "BYBLOCK") == 0)
+            return record->RecordHandle();
+    }
+    return kept;
+}
+
 // The drawing's own variables, the current handle seed among them. The section starts with
 // the flags and the tree depth stands where they put it, so a reader finds the variables at
 // the first try whatever the flags hold. The place of the seed is noted as a reader finds
@@ -80,10 +100,13 @@ bool CR13DwgSaver::CopyHeader() {
 bool CR13DwgSaver::EncodeHeader() {
     CR13Header &header = drawing.Header();
     const int16_t kept_treedepth = header.vars.treedepth;
+    char *const kept_celtype = header.vars.hceltype;
     header.vars.treedepth = CR13Header::kTreedepth;
+    header.vars.hceltype = const_cast<char *>(CurrentLineTypeHandle(kept_celtype));
     CBitWriter out;
     header.Write(out);
     header.vars.treedepth = kept_treedepth;
+    header.vars.hceltype = kept_celtype;
 
     CR13Header found;
     CBitStream section(out.Data(), out.TellSize());

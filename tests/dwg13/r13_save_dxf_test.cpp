@@ -347,6 +347,10 @@ private:
             return true;
         if (Entity(CDB_DIMENSION) && field == "dimension_type" && ((a ^ b) & ~0xC0L) == 0)
             return true;
+        // A DXF's BYLAYER is the index -1; the DWG names the BYLAYER record, whose index
+        // comes back.
+        if (record_ == "HEADER" && field == "$CELTYPE" && a == -1 && b >= 0)
+            return true;
         if (record_ == "HEADER" && field == "$HANDLING" && b == (a != 0 ? 1 : 0))
             return true;
         if (record_ == "LAYER" && field == "flags_copy")
@@ -624,6 +628,23 @@ bool RefusedByTheReader(const std::string &relative) {
         if (relative == path)
             return true;
     return false;
+}
+
+TEST(Release13DxfCorpusSavedAsDwg, TheCurrentLineTypeBylayerNamesTheBylayerRecord) {
+    VELKO_REQUIRE_CORPUS();
+    // The DXF says BYLAYER, kept as "-1"; the DWG's header refers to the BYLAYER line type
+    // record by its handle, as a DWG does.
+    snapshot::Snapshot source(CorpusPath("dxf13/example_r13.dxf"));
+    ASSERT_TRUE(source.opened());
+    ASSERT_STREQ(source.header_.hceltype, "-1");
+    TempFile out("r13_celtype_from_dxf.dwg");
+    ASSERT_EQ(CDBSaveAsDWG(source.handle(), out.c_str()), 0);
+    snapshot::Snapshot saved(out.path());
+    ASSERT_TRUE(saved.opened());
+    CDB_LTYPE_TBL_type record;
+    ASSERT_EQ(CDBLineTypeTableGet(saved.handle(), saved.header_.celtype, &record), 0);
+    EXPECT_STREQ(record.name, "BYLAYER");
+    EXPECT_STREQ(saved.header_.hceltype, record.handle);
 }
 
 TEST(Release13DxfCorpusSavedAsDwg, EveryOpenedFileReadsBackWithTheSameRecords) {
