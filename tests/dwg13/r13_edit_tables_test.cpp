@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include <cstring>
 #include <string>
 
@@ -113,7 +115,11 @@ TEST_F(R13TableEdit, TheLineTypeControlKeepsItsTwoReferencesBehindTheEntries) {
     CDBLineTypeTableDefault(&dashed);
     char name[] = "dashed";
     dashed.name = name;
-    ASSERT_GE(CDBLineTypeTableAdd(h, &dashed), 0);
+    const int16_t added = CDBLineTypeTableAdd(h, &dashed);
+    // The default's own blocks stay the caller's: the table keeps copies.
+    std::free(dashed.description);
+    std::free(dashed.dashes);
+    ASSERT_GE(added, 0);
     EXPECT_EQ(ltypes.head.entry_count, count + 1);
     ASSERT_EQ(ltypes.head.entries.size(), size + 1);
     EXPECT_EQ(ltypes.head.entries[size_t(count)].value, 0x100u);
@@ -143,6 +149,8 @@ TEST_F(R13TableEdit, EveryFamilyAddsWithANewHandle) {
     CDB_STYLE_TBL_type style;
     CDBStyleTableDefault(&style);
     EXPECT_GE(CDBStyleTableAdd(h, &style), 0);
+    std::free(style.font_file); // the default's own blocks: the table keeps copies
+    std::free(style.bigfont_file);
     CDB_APPID_TBL_type appid;
     CDBAppidTableDefault(&appid);
     EXPECT_GE(CDBAppidTableAdd(h, &appid), 0);
@@ -158,6 +166,9 @@ TEST_F(R13TableEdit, EveryFamilyAddsWithANewHandle) {
     CDB_DIMSTYLE_TBL_type dimstyle;
     CDBDimStyleTableDefault(&dimstyle);
     EXPECT_GE(CDBDimStyleTableAdd(h, &dimstyle), 0);
+    for (char *text :
+         {dimstyle.dimpost, dimstyle.dimapost, dimstyle.dimblk, dimstyle.dimblk1, dimstyle.dimblk2})
+        std::free(text);
     EXPECT_EQ(Seed(), "106");
     for (const char *handle : {"100", "101", "102", "103", "104", "105"})
         EXPECT_EQ(MapOffset(handle), 0) << handle;

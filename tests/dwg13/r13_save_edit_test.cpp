@@ -5,12 +5,15 @@
 
 #include "dwg13/r13_block.h"
 #include "dwg13/r13_file_head.h"
+#include "records/entity_kinds.h"
 #include "records/header_texts.h"
 #include "support/corpus.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <fstream>
 #include <iterator>
 
@@ -29,9 +32,17 @@ class R13SaveAfterEdit : public R13EditTest {
 protected:
     void SetUp() override { OpenBytes(EditBytes(3, "DOOR"), "save_edit.dwg"); }
     void TearDown() override {
+        for (CDB_ENTITY &e : fetched)
+            FreeOwnedTexts(&e);
         if (again >= 0)
             CDBEndOperation(again);
         R13EditTest::TearDown();
+    }
+    // An entity record the flat interface handed out: its texts are the caller's, freed
+    // when the test ends.
+    CDB_ENTITY &Fetched(const CDB_ENTITY &e) {
+        fetched.push_back(e);
+        return fetched.back();
     }
     // Saves and opens the result; false (with a failure noted) when either fails.
     void SaveAndReopen() {
@@ -43,17 +54,17 @@ protected:
     CR13Drawing &Again() const {
         return *static_cast<CR13Drawing *>(LookupDrawing(again)->Drawing());
     }
-    CDB_ENTITY AgainAt(int16_t block, int position) const {
+    CDB_ENTITY AgainAt(int16_t block, int position) {
         CDB_ENTITY e;
         std::memset(&e, 0, sizeof e);
         EXPECT_GE(CDBGetEntity(again, CDBPackEntityId(block, uint16_t(position)), &e), 0)
             << "block " << block << " position " << position;
-        return e;
+        return Fetched(e);
     }
     // The position of the entity with `handle` in the main list of the saved drawing, -1
     // when it is not there. An entity added to the main list stands behind paper space's
     // end in memory and comes back among the entities of model space.
-    int PositionAgain(const std::string &handle) const {
+    int PositionAgain(const std::string &handle) {
         const int count = CDBEntityCount(again, -1);
         for (int i = 0; i < count; ++i)
             if (AgainAt(-1, i).handle == handle)
@@ -62,14 +73,21 @@ protected:
     }
     int16_t BlockIndex(int16_t drawing, const char *name) const {
         CDB_STARTBLOCK_ENTITY_type block;
-        for (int16_t i = 0; CDBBlockGet(drawing, i, &block) >= 0; ++i)
-            if (block.name && std::strcmp(block.name, name) == 0)
+        for (int16_t i = 0; CDBBlockGet(drawing, i, &block) >= 0; ++i) {
+            const bool found = block.name && std::strcmp(block.name, name) == 0;
+            // The block walk's copies are the caller's.
+            std::free(block.name);
+            std::free(block.name_2);
+            std::free(block.xref_path);
+            if (found)
                 return i;
+        }
         return -1;
     }
 
     TempFile saved{"save_edit_out.dwg"};
     int16_t again = -1;
+    std::deque<CDB_ENTITY> fetched;
 };
 
 TEST_F(R13SaveAfterEdit, AnAddedLineIsReadBackBehindTheOthersWithItsNewHandle) {
@@ -100,6 +118,7 @@ TEST_F(R13SaveAfterEdit, AModifiedCircleKeepsItsHandleAndTakesItsNewRadius) {
     ASSERT_GE(position, 0) << CDBGetErrorNumber(h);
     CDB_ENTITY read;
     ASSERT_GE(CDBGetEntity(h, CDBPackEntityId(-1, uint16_t(position)), &read), 0);
+    Fetched(read);
     const std::string handle = read.handle;
     read.circle.radius = 7.5;
     read.circle.center = CDB_POINT3{4.0, 5.0, 0.0};
@@ -231,6 +250,9 @@ TEST_F(R13SaveAfterEdit, ANewBlockWithTwoEntitiesIsReadBackAndInserted) {
     CDB_STARTBLOCK_ENTITY_type start;
     ASSERT_GE(CDBBlockGet(again, back, &start), 0);
     EXPECT_EQ(start.base_point.y, 2.0);
+    std::free(start.name);
+    std::free(start.name_2);
+    std::free(start.xref_path);
 
     const CDB_ENTITY placed = AgainAt(-1, PositionAgain(handle));
     EXPECT_EQ(placed.entity_type, CDB_INSERT);
@@ -291,6 +313,7 @@ TEST_F(R13SaveAfterEdit, TheSavedDrawingIsEditedAndSavedAgain) {
     for (int i = 0; i < CDBEntityCount(third, -1); ++i) {
         CDB_ENTITY read;
         ASSERT_GE(CDBGetEntity(third, CDBPackEntityId(-1, uint16_t(i)), &read), 0);
+        Fetched(read);
         if (read.handle == handle) {
             found = true;
             EXPECT_EQ(read.line.end_point.x, 11.0);
@@ -343,6 +366,7 @@ TEST_F(R13CorpusSaveAfterEdit, EveryKindOfEditIsReadBackFromTheSavedFile) {
     ASSERT_GE(circle_at, 0) << CDBGetErrorNumber(h);
     CDB_ENTITY changed;
     ASSERT_GE(CDBGetEntity(h, CDBPackEntityId(-1, uint16_t(circle_at)), &changed), 0);
+    Fetched(changed);
     changed.circle.radius = 4.5;
     ASSERT_GE(CDBEntityModify(h, CDBPackEntityId(-1, uint16_t(circle_at)), &changed), 0);
     CDB_ENTITY insert = Kind(CDB_INSERT);
