@@ -80,8 +80,8 @@ constexpr R13Field kDiameterFields[] = {
     F(kBD, dimension.leader_length),
 };
 constexpr R13Field kHandleFields[] = {
-    F(kHT, dimension.dimstyle_handle),
-    F(kHT, dimension.block_handle),
+    R13_HARD_REF(CDB_ENTITY, dimension.dimstyle_handle),
+    R13_HARD_REF(CDB_ENTITY, dimension.block_handle),
 };
 
 constexpr R13Layout kHead = LAYOUT(kHeadFields);

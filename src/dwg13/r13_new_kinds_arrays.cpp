@@ -77,7 +77,7 @@ constexpr R13Field kMlineFields[] = {
     F(kBS, mline.flags),        R13_BITS(8, CDB_ENTITY, mline.line_count),
     F(kBS, mline.vertex_count),
 };
-constexpr R13Field kMlineHandles[] = {F(kHT, mline.style_handle)};
+constexpr R13Field kMlineHandles[] = {R13_HARD_REF(CDB_ENTITY, mline.style_handle)};
 
 constexpr R13Field kLeaderCounts[] = {
     R13_DROP_BITS(1),
@@ -100,7 +100,8 @@ constexpr R13Field kLeaderArrow[] = {
     R13_DROP_BITS(2),         F(kBS, leader.color),      F(kBS, leader.field_b),
     R13_DROP_BITS(2),
 };
-constexpr R13Field kLeaderHandles[] = {F(kRC, leader.field_c), F(kHT, leader.dimstyle_handle)};
+constexpr R13Field kLeaderHandles[] = {F(kRC, leader.field_c),
+                                       R13_HARD_REF(CDB_ENTITY, leader.dimstyle_handle)};
 
 // The handle texts of the extended data become indices of the drawing's tables, without
 // the bases.
