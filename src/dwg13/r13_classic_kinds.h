@@ -168,6 +168,12 @@ class CR13Vertex : public CR13Entity {
 public:
     CR13Vertex(CR13Drawing *drawing, int16_t type);
 
+    // A 2D vertex's record takes its polyline's elevation as z: the z of the file and the
+    // z given are kept, and the writer puts the file's back while the record's z is still
+    // the one given.
+    double stream_z = 0.0;
+    double given_z = 0.0;
+
 protected:
     int ReadBody(CBitStream &stream) override;
     void WriteBody(CBitWriter &writer) const override;
@@ -185,6 +191,9 @@ public:
     CHandleRef first_vertex{};
     CHandleRef last_vertex{};
     CHandleRef seq_end{};
+    // A 3D polyline's two bytes of data (its curve flags), which the record has no place
+    // for: kept as read, 0 for a new polyline.
+    uint8_t form_bytes[2] = {};
 
 protected:
     int ReadBody(CBitStream &stream) override;
@@ -202,6 +211,8 @@ public:
     uint8_t dim_flags = 0;
     uint8_t reserved_byte = 0;
     uint8_t ordinate_flag = 0;
+    // The aligned form's last double (its extension lines' oblique angle in radians).
+    double aligned_last = 0.0;
     // The block's name as a DXF file gave it: the block handle is looked up by it when the
     // record is resolved and the handle is still unknown.
     std::string block_name;

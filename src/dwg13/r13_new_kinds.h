@@ -122,6 +122,12 @@ public:
 
     int16_t scenario = 0;
     int16_t weighted = 0;
+    // What the record has no place for, kept as read for the writer: the 5-bit selectors in
+    // front of the scenario and of the degree, and the 3 flag bits in front of the
+    // tolerances of scenario 1 (all 0 for a new spline).
+    uint8_t scenario_selector = 0;
+    uint8_t degree_selector = 0;
+    uint8_t control_flags = 0;
 
 protected:
     int ReadBody(CBitStream &stream) override;
