@@ -174,6 +174,19 @@ CR13Unknown::CR13Unknown(CR13Drawing *owner, int16_t kind) : CR13Entity(owner, k
 int CR13Unknown::ReadDWG(CBitStream &stream) {
     if (!record || ReadCommon(stream) != 1)
         return 0;
+    data_as_read.Take(stream);
     record->entity_type = code;
     return 1;
+}
+
+void CR13Unknown::SetRecord(const CDB_ENTITY *in) {
+    data_as_read.Clear();
+    CR13Entity::SetRecord(in);
+}
+
+bool CR13Unknown::WriteDataAsRead(CBitWriter &writer) const {
+    if (data_as_read.Empty())
+        return false;
+    data_as_read.Put(writer);
+    return true;
 }

@@ -154,5 +154,44 @@ TEST(R13Reencode, AnMtextKeepsTheCodeOfItsStyleReference) {
     EXPECT_EQ(ReadAndWrite(44, built), built);
 }
 
+// ---- Kinds whose data is kept as read ------------------------------------------------------
+
+TEST(R13Reencode, AnObjectOfTheUnknownKindIsWrittenBackAsRead) {
+    auto line = NewEntity(19);
+    line->GetData()->line.end_point = CDB_POINT3{3, 4, 5};
+    const R13Object built = EntityObjectOf(*line);
+    CR13Unknown unknown(nullptr, CDB_LINE);
+    CBitStream stream(built.data(), static_cast<int32_t>(built.size()));
+    ASSERT_EQ(unknown.ReadDWG(stream), 1);
+    EXPECT_EQ(Written(unknown), built);
+}
+
+TEST(R13Reencode, AnOleFrameKeepsTheBytesInFrontOfItsVersion) {
+    R13Object built = EntityObjectOf(*NewEntity(500));
+    // A byte inside the 73 that the record has no place for.
+    built[20] = 0x5A;
+    EXPECT_EQ(ReadAndWrite(500, built), built);
+}
+
+TEST(R13Reencode, AModelerObjectIsWrittenBackAsReadUntilARecordIsSet) {
+    auto region = NewEntity(37);
+    CDB_ENTITY in = CallerRecord(*region);
+    in.region.data = reinterpret_cast<uint8_t *>(Dup("abc\n"));
+    region->SetRecord(&in);
+    SetEntityHead(*region, R13EntityHead{}.Type(37).Handle(0x40));
+    const R13Object built = EntityObjectOf(*region);
+    std::unique_ptr<CR13Entity> read;
+    EXPECT_EQ(ReadAndWrite(37, built, nullptr, &read), built);
+
+    // A record set: the data goes out from the record.
+    CDB_ENTITY edited = CallerRecord(*read);
+    edited.region.data = reinterpret_cast<uint8_t *>(Dup("xyz\n"));
+    read->SetRecord(&edited);
+    int result = 0;
+    auto again = ReadBack(37, Written(*read), result);
+    ASSERT_EQ(result, 1);
+    EXPECT_STREQ(reinterpret_cast<const char *>(again->GetData()->region.data), "xyz\n");
+}
+
 } // namespace
 } // namespace velko_test
