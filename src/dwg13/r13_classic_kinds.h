@@ -173,6 +173,11 @@ public:
     // the one given.
     double stream_z = 0.0;
     double given_z = 0.0;
+    // The flag byte of types 11 to 13 as the file gave it, and the flags the record was
+    // given from it (-1: none, a new vertex): the writer puts the file's byte back while the
+    // record's flags are still the ones given.
+    uint8_t stream_flags = 0;
+    int16_t given_flags = -1;
 
 protected:
     int ReadBody(CBitStream &stream) override;

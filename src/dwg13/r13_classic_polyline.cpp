@@ -139,12 +139,14 @@ int CR13Vertex::ReadBody(CBitStream &stream) {
     case kVertexMesh:
     case kVertexFaceCorner:
         ReadR13Fields(stream, kVertexPlain, record);
+        stream_flags = static_cast<uint8_t>(v.flags);
         if (file_type == kVertex3D)
             v.flags = static_cast<int16_t>(v.flags | 0x20);
         else if (file_type == kVertexMesh)
             v.flags = static_cast<int16_t>(v.flags | 0x40);
         else
             v.flags = static_cast<int16_t>(v.flags & 0xC0);
+        given_flags = v.flags;
         break;
     case kVertexFace:
         ReadR13Fields(stream, kVertexFaceIndices, record);
@@ -183,9 +185,15 @@ void CR13Vertex::WriteBody(CBitWriter &writer) const {
              {v.polyface_index_1, v.polyface_index_2, v.polyface_index_3, v.polyface_index_4})
             WriteFaceIndex(writer, index);
         break;
-    default:
-        WriteR13Fields(writer, kVertexPlain, record);
+    default: {
+        // The flag byte the file gave goes back while the record keeps the flags made of it.
+        CDB_ENTITY out;
+        std::memcpy(static_cast<void *>(&out), record, sizeof out);
+        if (v.flags == given_flags)
+            out.vertex.flags = stream_flags;
+        WriteR13Fields(writer, kVertexPlain, &out);
         break;
+    }
     }
 }
 

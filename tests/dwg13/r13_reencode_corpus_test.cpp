@@ -194,8 +194,6 @@ const std::map<int, const char *> &NamedReasons() {
         {7, "angles"},
         {8, "angles"},
         {10, "angles"},
-        {11, "angles"},
-        {12, "angles"},
         {14, "face index -1 in the long form"},
         {17, "angles"},
         {20, "angles, reserved byte"},
@@ -219,6 +217,7 @@ const std::map<int, const char *> &NamedReasons() {
 const std::map<uint32_t, const char *> &StillOpen() {
     static const std::map<uint32_t, const char *> open = {
         {0x75d, "a layer with extended data, which the table record's layout has no place for"},
+        {0x41e, "a 3D vertex whose object holds 128 bits more than its type's layout reads"},
         {0x27, "a dimension style that the record's layout does not fit: its decode gives an "
                "empty name and reads past the object's end"},
     };

@@ -127,6 +127,17 @@ TEST(R13Reencode, A2DVertexWritesItsOwnZWhileTheRecordKeepsThePolylinesElevation
     EXPECT_EQ(+edited->GetData()->vertex.location.z, 7.0);
 }
 
+// A 3D vertex's record carries the flag 0x20 that its type gives; the file's byte goes
+// back as it was.
+TEST(R13Reencode, A3DVertexWritesItsFlagByteAsRead) {
+    auto vertex = NewEntity(11);
+    vertex->GetData()->vertex.flags = 0x01;
+    const R13Object built = EntityObjectOf(*vertex);
+    std::unique_ptr<CR13Entity> read;
+    EXPECT_EQ(ReadAndWrite(11, built, nullptr, &read), built);
+    EXPECT_EQ(+read->GetData()->vertex.flags, 0x21);
+}
+
 // The reference to a text style goes out behind the code 5, the object's own handle behind
 // the code 0.
 struct TwoHandles {
