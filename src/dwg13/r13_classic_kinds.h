@@ -199,6 +199,10 @@ public:
     // A 3D polyline's two bytes of data (its curve flags), which the record has no place
     // for: kept as read, 0 for a new polyline.
     uint8_t form_bytes[2] = {};
+    // A polygon mesh's flags as the file gave them, and the flags the record was given from
+    // them (-1: none, a new polyline).
+    int16_t stream_flags = 0;
+    int16_t given_flags = -1;
 
 protected:
     int ReadBody(CBitStream &stream) override;

@@ -236,7 +236,8 @@ int CR13Polyline::ReadBody(CBitStream &stream) {
         p.flags = 0x40;
         break;
     default:
-        p.flags = static_cast<int16_t>(p.flags | 0x10);
+        stream_flags = p.flags;
+        p.flags = given_flags = static_cast<int16_t>(p.flags | 0x10);
         break;
     }
     if (drawing)
@@ -247,8 +248,16 @@ int CR13Polyline::ReadBody(CBitStream &stream) {
 }
 
 void CR13Polyline::WriteBody(CBitWriter &writer) const {
-    if (const R13Layout *layout = PolylineLayout(file_type))
+    const R13Layout *layout = PolylineLayout(file_type);
+    if (layout && file_type == kPolygonMesh && record->polyline.flags == given_flags) {
+        // The flags the file gave go back while the record keeps the mesh flag made of them.
+        CDB_ENTITY out;
+        std::memcpy(static_cast<void *>(&out), record, sizeof out);
+        out.polyline.flags = stream_flags;
+        WriteR13Fields(writer, *layout, &out);
+    } else if (layout) {
         WriteR13Fields(writer, *layout, record);
+    }
     if (file_type == kPolyline3D)
         for (uint8_t byte : form_bytes)
             writer.WriteByte(byte);

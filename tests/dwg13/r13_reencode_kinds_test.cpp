@@ -93,6 +93,16 @@ TEST(R13Reencode, A3DPolylineKeepsItsTwoBytes) {
     EXPECT_EQ(back->form_bytes[1], 0x08);
 }
 
+TEST(R13Reencode, APolygonMeshWritesItsFlagsAsRead) {
+    auto e = NewEntity(30);
+    e->GetData()->polyline.flags = 0x01;
+    e->GetData()->polyline.mesh_m_count = 3;
+    const R13Object built = EntityObjectOf(*e);
+    std::unique_ptr<CR13Entity> read;
+    EXPECT_EQ(ReadAndWrite(30, built, nullptr, &read), built);
+    EXPECT_EQ(+read->GetData()->polyline.flags, 0x11);
+}
+
 TEST(R13Reencode, AnAlignedDimensionKeepsItsLastDouble) {
     auto e = NewEntity(22);
     static_cast<CR13Dimension *>(e.get())->aligned_last = 0.25;
