@@ -55,12 +55,11 @@ constexpr R13Field kLinearFields[] = {
     F(kDegrees, dimension.oblique_angle),
     F(kDegrees, dimension.extension_line_rotation),
 };
-// The aligned form's last double is not kept.
+// The aligned form's last double has no place in the record: a named step behind these.
 constexpr R13Field kAlignedFields[] = {
     F(k3BD, dimension.definition_point_2),
     F(k3BD, dimension.definition_point_3),
     F(k3BD, dimension.definition_point),
-    R13_DROP(kBD),
 };
 constexpr R13Field kFourthPointFields[] = {F(k3BD, dimension.definition_point_4)};
 // The arc definition point is x and y only.
@@ -80,8 +79,8 @@ constexpr R13Field kDiameterFields[] = {
     F(kBD, dimension.leader_length),
 };
 constexpr R13Field kHandleFields[] = {
-    F(kHT, dimension.dimstyle_handle),
-    F(kHT, dimension.block_handle),
+    R13_HARD_REF(CDB_ENTITY, dimension.dimstyle_handle),
+    R13_HARD_REF(CDB_ENTITY, dimension.block_handle),
 };
 
 constexpr R13Layout kHead = LAYOUT(kHeadFields);
@@ -149,6 +148,7 @@ int CR13Dimension::ReadBody(CBitStream &stream) {
         d.dimension_type = kDimLinear;
         break;
     case kAligned:
+        aligned_last = stream.ReadBitDouble();
         d.dimension_type = kDimAligned;
         break;
     case kAngular3Point:
@@ -177,6 +177,8 @@ void CR13Dimension::WriteBody(CBitWriter &writer) const {
     WriteR13Fields(writer, FormLayout(), record);
     if (file_type == kOrdinate)
         writer.WriteByte(ordinate_flag);
+    else if (file_type == kAligned)
+        writer.WriteBitDouble(aligned_last);
     else if (file_type == kAngular3Point)
         WriteR13Fields(writer, kFourthPoint, record);
 }
@@ -194,6 +196,8 @@ uint32_t CR13Dimension::KindBits() const {
                     R13LayoutBits(kClone, record) + R13LayoutBits(FormLayout(), record);
     if (file_type == kAngular3Point)
         bits += R13LayoutBits(kFourthPoint, record);
+    if (file_type == kAligned)
+        bits += R13DoubleBits(aligned_last);
     return bits;
 }
 

@@ -131,7 +131,7 @@ constexpr R13Field kMinsertFields[] = {
     F(kBD, insert.column_spacing),
     F(kBD, insert.row_spacing),
 };
-constexpr R13Field kInsertHandleFields[] = {F(kHT, insert.block_handle)};
+constexpr R13Field kInsertHandleFields[] = {R13_HARD_REF(CDB_ENTITY, insert.block_handle)};
 constexpr R13Field kViewportFields[] = {
     F(k3BD, viewport.center),
     F(kBD, viewport.width),

@@ -168,6 +168,17 @@ class CR13Vertex : public CR13Entity {
 public:
     CR13Vertex(CR13Drawing *drawing, int16_t type);
 
+    // A 2D vertex's record takes its polyline's elevation as z: the z of the file and the
+    // z given are kept, and the writer puts the file's back while the record's z is still
+    // the one given.
+    double stream_z = 0.0;
+    double given_z = 0.0;
+    // The flag byte of types 11 to 13 as the file gave it, and the flags the record was
+    // given from it (-1: none, a new vertex): the writer puts the file's byte back while the
+    // record's flags are still the ones given.
+    uint8_t stream_flags = 0;
+    int16_t given_flags = -1;
+
 protected:
     int ReadBody(CBitStream &stream) override;
     void WriteBody(CBitWriter &writer) const override;
@@ -185,6 +196,13 @@ public:
     CHandleRef first_vertex{};
     CHandleRef last_vertex{};
     CHandleRef seq_end{};
+    // A 3D polyline's two bytes of data (its curve flags), which the record has no place
+    // for: kept as read, 0 for a new polyline.
+    uint8_t form_bytes[2] = {};
+    // A polygon mesh's flags as the file gave them, and the flags the record was given from
+    // them (-1: none, a new polyline).
+    int16_t stream_flags = 0;
+    int16_t given_flags = -1;
 
 protected:
     int ReadBody(CBitStream &stream) override;
@@ -202,6 +220,8 @@ public:
     uint8_t dim_flags = 0;
     uint8_t reserved_byte = 0;
     uint8_t ordinate_flag = 0;
+    // The aligned form's last double (its extension lines' oblique angle in radians).
+    double aligned_last = 0.0;
     // The block's name as a DXF file gave it: the block handle is looked up by it when the
     // record is resolved and the handle is still unknown.
     std::string block_name;

@@ -6,6 +6,8 @@
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"
 
+#include <cstring>
+
 namespace {
 
 #define F(kind, member) R13_FIELD(kind, CDB_ENTITY, member)
@@ -63,8 +65,6 @@ constexpr R13Field kPolyline2DFields[] = {
     F(kBD, polyline.end_width), F(kBD, thickness),           F(kBD, elevation),
     F(k3BD, extrusion),
 };
-// A 3D polyline's two bytes carry nothing that is kept.
-constexpr R13Field kPolyline3DFields[] = {R13_SKIP(2, 0)};
 constexpr R13Field kPolyfaceFields[] = {
     F(kBS, polyline.mesh_m_count),
     F(kBS, polyline.mesh_n_count),
@@ -79,7 +79,8 @@ constexpr R13Field kPolygonMeshFields[] = {
 };
 
 constexpr R13Layout kPolyline2DLayout = LAYOUT(kPolyline2DFields);
-constexpr R13Layout kPolyline3DLayout = LAYOUT(kPolyline3DFields);
+// A 3D polyline's data is two bytes that the record has no place for: named steps.
+constexpr R13Layout kPolyline3DLayout = {nullptr, 0};
 constexpr R13Layout kPolyfaceLayout = LAYOUT(kPolyfaceFields);
 constexpr R13Layout kPolygonMeshLayout = LAYOUT(kPolygonMeshFields);
 
@@ -138,12 +139,14 @@ int CR13Vertex::ReadBody(CBitStream &stream) {
     case kVertexMesh:
     case kVertexFaceCorner:
         ReadR13Fields(stream, kVertexPlain, record);
+        stream_flags = static_cast<uint8_t>(v.flags);
         if (file_type == kVertex3D)
             v.flags = static_cast<int16_t>(v.flags | 0x20);
         else if (file_type == kVertexMesh)
             v.flags = static_cast<int16_t>(v.flags | 0x40);
         else
             v.flags = static_cast<int16_t>(v.flags & 0xC0);
+        given_flags = v.flags;
         break;
     case kVertexFace:
         ReadR13Fields(stream, kVertexFaceIndices, record);
@@ -153,10 +156,11 @@ int CR13Vertex::ReadBody(CBitStream &stream) {
         return 0;
     }
     record->elevation = v.location.z;
+    stream_z = given_z = v.location.z;
     if (drawing) {
         record->extrusion = drawing->PolylineExtrusion();
         if (file_type == kVertex2D || file_type == kVertexFace)
-            record->elevation = v.location.z = drawing->PolylineElevation();
+            record->elevation = v.location.z = given_z = drawing->PolylineElevation();
     }
     return 1;
 }
@@ -164,20 +168,32 @@ int CR13Vertex::ReadBody(CBitStream &stream) {
 void CR13Vertex::WriteBody(CBitWriter &writer) const {
     const CDB_VERTEX_type &v = record->vertex;
     switch (file_type) {
-    case kVertex2D:
-        WriteR13Fields(writer, kVertex2DHead, record);
+    case kVertex2D: {
+        // The z the file gave goes back while the record keeps the polyline's elevation.
+        CDB_ENTITY out;
+        std::memcpy(static_cast<void *>(&out), record, sizeof out);
+        if (std::memcmp(&v.location.z, &given_z, sizeof given_z) == 0)
+            out.vertex.location.z = stream_z;
+        WriteR13Fields(writer, kVertex2DHead, &out);
         if (v.start_width >= 0.0)
             writer.WriteBitDouble(v.end_width);
         WriteR13Fields(writer, kVertex2DTail, record);
         break;
+    }
     case kVertexFace:
         for (int16_t index :
              {v.polyface_index_1, v.polyface_index_2, v.polyface_index_3, v.polyface_index_4})
             WriteFaceIndex(writer, index);
         break;
-    default:
-        WriteR13Fields(writer, kVertexPlain, record);
+    default: {
+        // The flag byte the file gave goes back while the record keeps the flags made of it.
+        CDB_ENTITY out;
+        std::memcpy(static_cast<void *>(&out), record, sizeof out);
+        if (v.flags == given_flags)
+            out.vertex.flags = stream_flags;
+        WriteR13Fields(writer, kVertexPlain, &out);
         break;
+    }
     }
 }
 
@@ -205,6 +221,9 @@ int CR13Polyline::ReadBody(CBitStream &stream) {
         return 0;
     CDB_POLYLINE_type &p = record->polyline;
     ReadR13Fields(stream, *layout, record);
+    if (file_type == kPolyline3D)
+        for (uint8_t &byte : form_bytes)
+            byte = stream.ReadByte();
     p.vertices_follow = 1;
     switch (file_type) {
     case kPolyline2D:
@@ -217,7 +236,8 @@ int CR13Polyline::ReadBody(CBitStream &stream) {
         p.flags = 0x40;
         break;
     default:
-        p.flags = static_cast<int16_t>(p.flags | 0x10);
+        stream_flags = p.flags;
+        p.flags = given_flags = static_cast<int16_t>(p.flags | 0x10);
         break;
     }
     if (drawing)
@@ -228,8 +248,19 @@ int CR13Polyline::ReadBody(CBitStream &stream) {
 }
 
 void CR13Polyline::WriteBody(CBitWriter &writer) const {
-    if (const R13Layout *layout = PolylineLayout(file_type))
+    const R13Layout *layout = PolylineLayout(file_type);
+    if (layout && file_type == kPolygonMesh && record->polyline.flags == given_flags) {
+        // The flags the file gave go back while the record keeps the mesh flag made of them.
+        CDB_ENTITY out;
+        std::memcpy(static_cast<void *>(&out), record, sizeof out);
+        out.polyline.flags = stream_flags;
+        WriteR13Fields(writer, *layout, &out);
+    } else if (layout) {
         WriteR13Fields(writer, *layout, record);
+    }
+    if (file_type == kPolyline3D)
+        for (uint8_t byte : form_bytes)
+            writer.WriteByte(byte);
 }
 
 void CR13Polyline::WriteKindHandles(CBitWriter &writer) const {

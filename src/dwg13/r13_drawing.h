@@ -132,8 +132,8 @@ public:
     CR13Table &Table(R13Table which) { return *tables[static_cast<size_t>(which)]; }
     CR13Header &Header() { return *header; }
     CObjectMap &ObjectMap() { return *object_map; }
-    // The objects behind the tables that the load met and did not decode: handle and
-    // file offset, in file order.
+    // The objects that the load met and did not decode, in the blocks' chains and behind
+    // the tables: handle and file offset, in file order.
     CObjectMap &CarriedObjects() { return *carried_objects; }
     CDrawingFile *File() { return file.get(); }
     // Tests: makes `opened` the drawing's file, of the kind `kind`, as an open would.

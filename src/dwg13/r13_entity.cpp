@@ -220,9 +220,11 @@ void CR13Entity::WriteDWG(CBitWriter &writer) const {
     writer.WriteByte(0);
     writer.WriteBitShort(file_type);
     WriteCommon(writer);
-    WriteBody(writer);
-    WriteCommonHandles(writer);
-    WriteKindHandles(writer);
+    if (!WriteDataAsRead(writer)) {
+        WriteBody(writer);
+        WriteCommonHandles(writer);
+        WriteKindHandles(writer);
+    }
     writer.Align();
     writer.WriteRawShort(0xFFFF);
     writer.PatchShort(static_cast<uint16_t>(writer.TellSize() - 4), 0);
@@ -399,6 +401,26 @@ void CR13Entity::SetRecord(const CDB_ENTITY *in) {
             StoreField<char *>(record, offset, DuplicateText(LoadField<char *>(in, offset)));
     }
     resolved = 0;
+}
+
+// ---- Bits kept as read ---------------------------------------------------------------------
+
+void CR13KeptBits::Take(CBitStream stream) {
+    Clear();
+    // The object's data ends in front of its two check bytes.
+    const int64_t end = (int64_t(stream.Size()) - 2) * 8;
+    int64_t at = int64_t(stream.TellByte()) * 8 + stream.TellBit();
+    if (at >= end)
+        return;
+    bytes.assign(static_cast<size_t>((end - at + 7) / 8), 0);
+    for (; at < end; ++at, ++count)
+        if (stream.ReadBit())
+            bytes[count / 8] = static_cast<uint8_t>(bytes[count / 8] | (0x80u >> (count % 8)));
+}
+
+void CR13KeptBits::Put(CBitWriter &writer) const {
+    for (uint32_t i = 0; i < count; ++i)
+        writer.WriteBit((bytes[i / 8] << (i % 8)) & 0x80);
 }
 
 // ---- The plain kinds ----------------------------------------------------------------------

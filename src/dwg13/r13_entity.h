@@ -19,12 +19,33 @@
 #include "model/model_entity.h"
 
 #include <cstdint>
+#include <vector>
 
 class CBitStream;
 class CBitWriter;
 class CR13Drawing;
 class CR13DxfReader;
 struct CR13Block;
+
+// The bits of an object from a position to the end of its data, kept as read so that a
+// writer can give them back unchanged.
+class CR13KeptBits {
+public:
+    // Takes the bits of `stream` (a copy: its position does not move) from its position to
+    // the end of the object's data (the object's size less its two check bytes).
+    void Take(CBitStream stream);
+    // Writes them as they were read.
+    void Put(CBitWriter &writer) const;
+    bool Empty() const { return count == 0; }
+    void Clear() {
+        bytes.clear();
+        count = 0;
+    }
+
+private:
+    std::vector<uint8_t> bytes;
+    uint32_t count = 0;
+};
 
 class CR13Entity : public CModelEntity {
 public:
@@ -118,6 +139,9 @@ protected:
     // The kind's data between the head and the trailer: 1, or 0 for a failed object.
     virtual int ReadBody(CBitStream &) { return 1; }
     virtual void WriteBody(CBitWriter &) const {}
+    // A kind that keeps its data as read (its body and trailer) writes it here and gives
+    // true; the writer then leaves out the body, the trailer and the kind's handles.
+    virtual bool WriteDataAsRead(CBitWriter &) const { return false; }
     // Handles of the kind behind the trailer.
     virtual void ReadKindHandles(CBitStream &) {}
     virtual void WriteKindHandles(CBitWriter &) const {}

@@ -187,7 +187,8 @@ void WriteOne(CBitWriter &w, const R13Field &f, const void *record) {
         w.WriteText(LoadText(record, f));
         break;
     case R13Kind::kHT:
-        w.WriteBits(0, 4);
+        // The code the reader drops, as the field gives it.
+        w.WriteBits(f.bits, 4);
         w.WriteHandleText(LoadText(record, f));
         break;
     case R13Kind::kH: {

@@ -32,7 +32,7 @@ enum class R13Kind : uint8_t {
     k2RD,     // RD x and RD y, into the first two doubles at the offset
     kTV,      // TV, into a new text (malloc) that the record's pointer takes
     kTVFixed, // TV, copied into the block of `room` bytes the record's pointer points at
-    kHT,      // 4 bits dropped and HT, into a new handle text (malloc)
+    kHT,      // 4 bits dropped and HT, into a new handle text (malloc); written as `bits`
     kH,       // H, into a CHandleRef
     kSkip,    // Skip(`room` bytes, `bits` bits): no value
 };
@@ -42,7 +42,7 @@ constexpr uint16_t kR13Dropped = 0xFFFF;
 
 struct R13Field {
     R13Kind kind;
-    uint8_t bits;    // kBits: the count; kSkip: the bits
+    uint8_t bits;    // kBits: the count; kSkip: the bits; kHT: the code the writer puts
     uint8_t width;   // bytes of an integer field
     uint16_t offset; // byte offset in the record, or kR13Dropped
     uint16_t room;   // kTVFixed: the block's size; kSkip: the bytes
@@ -69,6 +69,12 @@ struct R13Layout {
     R13Field {                                                                                     \
         R13Kind::kBits, n, static_cast<uint8_t>(sizeof(static_cast<Rec *>(nullptr)->member)),      \
             static_cast<uint16_t>(offsetof(Rec, member)), 0                                        \
+    }
+// A reference to another object as a handle text: the code in front of it, which the
+// reader drops, goes out as 5 (a hard pointer), as the files have it.
+#define R13_HARD_REF(Rec, member)                                                                  \
+    R13Field {                                                                                     \
+        R13Kind::kHT, 5, 0, static_cast<uint16_t>(offsetof(Rec, member)), 0                        \
     }
 // A text copied into the member's fixed block of `size` bytes.
 #define R13_FIXED_TEXT(Rec, member, size)                                                          \

@@ -195,6 +195,7 @@ int CR13Drawing::ReadBlocks() {
 
 int CR13Drawing::ReadEntities(CEntityList &list, CR13BlockStart &start) {
     for (;;) {
+        const int32_t noted = file->GetPosition();
         object_buffer = file->ReadObject();
         if (!object_buffer)
             return -2;
@@ -209,6 +210,9 @@ int CR13Drawing::ReadEntities(CEntityList &list, CR13BlockStart &start) {
         std::unique_ptr<CR13Entity> entity =
             type == kNotAnEntityType || type > 500 ? nullptr : MakeEntityOfType(type);
         if (!entity) {
+            // Not decoded (an object of a class, a kind without a class): a save carries
+            // it over as it stands.
+            carried_objects->Add(ObjectMapEntry{R13ObjectHandle(object_buffer.get()), noted});
             object_buffer.reset();
             continue;
         }

@@ -38,7 +38,7 @@ constexpr R13Field kMtextFields[] = {
     F(kBD, mtext.line_spacing_extra),
     F(kTV, mtext.text),
 };
-constexpr R13Field kMtextHandles[] = {F(kHT, mtext.style_handle)};
+constexpr R13Field kMtextHandles[] = {R13_HARD_REF(CDB_ENTITY, mtext.style_handle)};
 // The frame's sizes (a dropped BS, the height and the gap) stand in front of these.
 constexpr R13Field kToleranceFields[] = {
     F(k3BD, tolerance.insertion_point),
@@ -46,7 +46,7 @@ constexpr R13Field kToleranceFields[] = {
     F(k3BD, tolerance.normal),
     F(kTV, tolerance.text),
 };
-constexpr R13Field kToleranceHandles[] = {F(kHT, tolerance.dimstyle_handle)};
+constexpr R13Field kToleranceHandles[] = {R13_HARD_REF(CDB_ENTITY, tolerance.dimstyle_handle)};
 
 } // namespace
 
@@ -174,6 +174,19 @@ CR13Unknown::CR13Unknown(CR13Drawing *owner, int16_t kind) : CR13Entity(owner, k
 int CR13Unknown::ReadDWG(CBitStream &stream) {
     if (!record || ReadCommon(stream) != 1)
         return 0;
+    data_as_read.Take(stream);
     record->entity_type = code;
     return 1;
+}
+
+void CR13Unknown::SetRecord(const CDB_ENTITY *in) {
+    data_as_read.Clear();
+    CR13Entity::SetRecord(in);
+}
+
+bool CR13Unknown::WriteDataAsRead(CBitWriter &writer) const {
+    if (data_as_read.Empty())
+        return false;
+    data_as_read.Put(writer);
+    return true;
 }

@@ -101,8 +101,16 @@ protected:
 class CR13Unknown : public CR13Entity {
 public:
     CR13Unknown(CR13Drawing *drawing, int16_t code);
-    // The common head alone: 1, or 0 when it failed.
+    // The common head alone: 1, or 0 when it failed. The rest of the object is kept as read
+    // and written back unchanged until a record is set.
     int ReadDWG(CBitStream &stream) override;
+    void SetRecord(const CDB_ENTITY *in) override;
+
+protected:
+    bool WriteDataAsRead(CBitWriter &writer) const override;
+
+private:
+    CR13KeptBits data_as_read;
 };
 
 // ---- The kinds with arrays ----------------------------------------------------------------
@@ -122,6 +130,12 @@ public:
 
     int16_t scenario = 0;
     int16_t weighted = 0;
+    // What the record has no place for, kept as read for the writer: the 5-bit selectors in
+    // front of the scenario and of the degree, and the 3 flag bits in front of the
+    // tolerances of scenario 1 (all 0 for a new spline).
+    uint8_t scenario_selector = 0;
+    uint8_t degree_selector = 0;
+    uint8_t control_flags = 0;
 
 protected:
     int ReadBody(CBitStream &stream) override;
@@ -204,6 +218,9 @@ public:
 protected:
     CR13Modeler(CR13Drawing *drawing, int16_t code, int16_t type);
     void WriteBody(CBitWriter &writer) const override;
+    // The object's data as read, while its data block is the one read and no record was
+    // set: the chunks are copied, not cut again.
+    bool WriteDataAsRead(CBitWriter &writer) const override;
     // The record's data pointer of the kind (3DSOLID's part has a field in front).
     uint8_t *DataPointer() const;
     void SetDataPointer(uint8_t *data);
@@ -211,6 +228,7 @@ protected:
 private:
     int ReadChunks(CBitStream &stream);
     uint32_t data_length = 0;
+    CR13KeptBits data_as_read;
 };
 
 class CR13Region : public CR13Modeler {
@@ -227,6 +245,7 @@ public:
 };
 
 // The OLE frame (500): 73 bytes and 5 bits passed over, the version, and the data block.
+// The object's data is kept as read and written back unchanged until a record is set.
 class CR13Ole : public CR13Entity {
 public:
     explicit CR13Ole(CR13Drawing *drawing);
@@ -237,7 +256,11 @@ public:
 protected:
     int ReadBody(CBitStream &stream) override;
     void WriteBody(CBitWriter &writer) const override;
+    bool WriteDataAsRead(CBitWriter &writer) const override;
     uint32_t KindBits() const override;
+
+private:
+    CR13KeptBits data_as_read;
 };
 
 #endif

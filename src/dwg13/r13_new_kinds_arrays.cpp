@@ -66,9 +66,16 @@ constexpr R13Field kFitFields[] = {
     F(k3BD, spline.end_tangent),
     F(kBS, spline.fit_point_count),
 };
+// The spline's selectors in front of its two small numbers, and the flags in front of the
+// tolerances of scenario 1.
+constexpr int kSelectorBits = 5;
+constexpr int kControlFlagBits = 3;
+
 constexpr R13Field kControlFields[] = {
-    R13_DROP_BITS(3),          F(kBD, spline.knot_tolerance),      F(kBD, spline.control_tolerance),
-    F(kBS, spline.knot_count), F(kBS, spline.control_point_count),
+    F(kBD, spline.knot_tolerance),
+    F(kBD, spline.control_tolerance),
+    F(kBS, spline.knot_count),
+    F(kBS, spline.control_point_count),
 };
 
 constexpr R13Field kMlineFields[] = {
@@ -77,7 +84,7 @@ constexpr R13Field kMlineFields[] = {
     F(kBS, mline.flags),        R13_BITS(8, CDB_ENTITY, mline.line_count),
     F(kBS, mline.vertex_count),
 };
-constexpr R13Field kMlineHandles[] = {F(kHT, mline.style_handle)};
+constexpr R13Field kMlineHandles[] = {R13_HARD_REF(CDB_ENTITY, mline.style_handle)};
 
 constexpr R13Field kLeaderCounts[] = {
     R13_DROP_BITS(1),
@@ -100,7 +107,8 @@ constexpr R13Field kLeaderArrow[] = {
     R13_DROP_BITS(2),         F(kBS, leader.color),      F(kBS, leader.field_b),
     R13_DROP_BITS(2),
 };
-constexpr R13Field kLeaderHandles[] = {F(kRC, leader.field_c), F(kHT, leader.dimstyle_handle)};
+constexpr R13Field kLeaderHandles[] = {F(kRC, leader.field_c),
+                                       R13_HARD_REF(CDB_ENTITY, leader.dimstyle_handle)};
 
 // The handle texts of the extended data become indices of the drawing's tables, without
 // the bases.
@@ -165,10 +173,10 @@ void CR13Spline::SetRecord(const CDB_ENTITY *in) {
 
 int CR13Spline::ReadBody(CBitStream &stream) {
     FreeArrays();
-    // Two small numbers, each behind a selector of 5 bits that is passed over.
-    stream.ReadBits(5);
+    // Two small numbers, each behind a selector of 5 bits that is kept for the writer.
+    scenario_selector = static_cast<uint8_t>(stream.ReadBits(kSelectorBits));
     scenario = static_cast<int16_t>(stream.ReadBits(5));
-    stream.ReadBits(5);
+    degree_selector = static_cast<uint8_t>(stream.ReadBits(kSelectorBits));
     record->spline.degree = static_cast<int16_t>(stream.ReadBits(5));
     if (scenario == 2)
         return ReadFitPoints(stream);
@@ -194,6 +202,7 @@ int CR13Spline::ReadFitPoints(CBitStream &stream) {
 }
 
 int CR13Spline::ReadControlPoints(CBitStream &stream) {
+    control_flags = static_cast<uint8_t>(stream.ReadBits(kControlFlagBits));
     ReadR13Fields(stream, LAYOUT(kControlFields), record);
     weighted = static_cast<int16_t>(stream.ReadBit());
     CDB_SPLINE_type &s = record->spline;
@@ -234,9 +243,9 @@ int16_t CR13Spline::ScenarioToWrite() const {
 void CR13Spline::WriteBody(CBitWriter &writer) const {
     const int16_t form = ScenarioToWrite();
     const CDB_SPLINE_type &s = record->spline;
-    writer.WriteBits(0, 5);
+    writer.WriteBits(scenario_selector, kSelectorBits);
     writer.WriteBits(static_cast<uint32_t>(form), 5);
-    writer.WriteBits(0, 5);
+    writer.WriteBits(degree_selector, kSelectorBits);
     writer.WriteBits(static_cast<uint32_t>(s.degree), 5);
     if (form == 2) {
         WriteR13Fields(writer, LAYOUT(kFitFields), record);
@@ -244,6 +253,7 @@ void CR13Spline::WriteBody(CBitWriter &writer) const {
             WritePoint(writer, s.fit_points[i]);
         return;
     }
+    writer.WriteBits(control_flags, kControlFlagBits);
     WriteR13Fields(writer, LAYOUT(kControlFields), record);
     writer.WriteBit(weighted != 0);
     for (int i = 0; s.knots && i < s.knot_count; ++i)

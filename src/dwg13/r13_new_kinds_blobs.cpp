@@ -62,6 +62,7 @@ void CR13Modeler::SetRecord(const CDB_ENTITY *in) {
     const uint8_t *given = code == CDB_3DSOLID ? in->solid3d.data : in->region.data;
     if (DataPointer() != given)
         std::free(DataPointer());
+    data_as_read.Clear();
     CR13Entity::SetRecord(in);
     const uint8_t *data = DataPointer();
     data_length =
@@ -71,6 +72,7 @@ void CR13Modeler::SetRecord(const CDB_ENTITY *in) {
 int CR13Modeler::ReadDWG(CBitStream &stream) {
     if (!record || ReadCommon(stream) != 1)
         return 0;
+    data_as_read.Take(stream);
     if (!ReadChunks(stream))
         return 0;
     std::free(record->layer_handle);
@@ -120,6 +122,13 @@ void CR13Modeler::WriteBody(CBitWriter &writer) const {
     writer.WritePrefixedLong(kLastChunk);
 }
 
+bool CR13Modeler::WriteDataAsRead(CBitWriter &writer) const {
+    if (data_as_read.Empty())
+        return false;
+    data_as_read.Put(writer);
+    return true;
+}
+
 CR13Region::CR13Region(CR13Drawing *owner) : CR13Modeler(owner, CDB_REGION, 37) {}
 CR13Solid3D::CR13Solid3D(CR13Drawing *owner) : CR13Modeler(owner, CDB_3DSOLID, 38) {}
 CR13Body::CR13Body(CR13Drawing *owner) : CR13Modeler(owner, CDB_BODY, 39) {}
@@ -142,6 +151,7 @@ void CR13Ole::SetRecord(const CDB_ENTITY *in) {
         return;
     if (record->ole.data != in->ole.data)
         std::free(record->ole.data);
+    data_as_read.Clear();
     CR13Entity::SetRecord(in);
 }
 
@@ -149,6 +159,7 @@ int CR13Ole::ReadBody(CBitStream &stream) {
     std::free(record->ole.data);
     record->ole.data = nullptr;
     record->ole.data_size = 0;
+    data_as_read.Take(stream);
     stream.Skip(kOleHeadBytes, kOleHeadBits);
     record->ole.ole_version = static_cast<int16_t>(stream.ReadBitShort());
     const uint32_t size = stream.ReadPrefixedLong();
@@ -174,6 +185,13 @@ void CR13Ole::WriteBody(CBitWriter &writer) const {
     writer.WritePrefixedLong(static_cast<uint32_t>(size > 0 ? size : 0));
     if (size > 0)
         writer.WriteRawBytes(record->ole.data, static_cast<size_t>(size));
+}
+
+bool CR13Ole::WriteDataAsRead(CBitWriter &writer) const {
+    if (data_as_read.Empty())
+        return false;
+    data_as_read.Put(writer);
+    return true;
 }
 
 uint32_t CR13Ole::KindBits() const {

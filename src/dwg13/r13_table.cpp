@@ -18,15 +18,6 @@ int16_t ObjectType(const uint8_t *object) {
     return static_cast<int16_t>(stream.ReadBitShort());
 }
 
-// The handle of an object: behind its type, a 4-bit code and the handle.
-uint32_t ObjectHandle(const uint8_t *object) {
-    CBitStream stream(object);
-    stream.Skip(2, 0);
-    stream.ReadBitShort();
-    stream.ReadBits(4);
-    return stream.ReadHandleValue();
-}
-
 // True when ReadObject gave nothing because the file ended, not because a read failed.
 bool AtEndOfFile(const CDrawingFile &file) {
     return !file.read_failed;
@@ -38,6 +29,14 @@ bool IsEmptyObject(const uint8_t *object) {
 }
 
 } // namespace
+
+uint32_t R13ObjectHandle(const uint8_t *object) {
+    CBitStream stream(object);
+    stream.Skip(2, 0);
+    stream.ReadBitShort();
+    stream.ReadBits(4);
+    return stream.ReadHandleValue();
+}
 
 CR13Table::CR13Table(CBaseDrawing *drawing, int16_t record_type, int16_t table_number)
     : records(table_number), drawing(drawing), record_type(record_type) {}
@@ -178,7 +177,7 @@ int CR13Table::ReadBehindTables(CDrawingFile &file, R13CarriedObjects &carried) 
             return -123;
         if (ObjectType(object.get()) == kR13MlineStyle)
             break;
-        carried.emplace_back(ObjectHandle(object.get()), noted);
+        carried.emplace_back(R13ObjectHandle(object.get()), noted);
     }
     file.SetPosition(noted, 0);
     // Second stage: the multiline styles, up to an object of another type or an empty one.

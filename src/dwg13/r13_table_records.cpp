@@ -30,7 +30,7 @@ constexpr R13Field kLayerLayout[] = {
     R13_FIELD(kRC, LayerB, record.flags_copy),
     R13_FIELD(kBS, LayerB, record.color),
     R13_LINKS(LayerB),
-    R13_FIELD(kHT, LayerB, record.line_type_handle),
+    R13_HARD_REF(LayerB, record.line_type_handle),
 };
 
 // Up to the dash count; the dashes follow as a named step.

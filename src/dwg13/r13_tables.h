@@ -67,6 +67,9 @@ uint32_t R13HandleValue(const char *text);
 std::string R13HandleText(uint32_t value);
 // A new malloc copy of R13HandleText(value).
 char *R13NewHandleText(uint32_t value);
+// The handle of a whole object as CDrawingFile::ReadObject gives it: behind the size and
+// the type, a 4-bit code and the handle.
+uint32_t R13ObjectHandle(const uint8_t *object);
 
 // The decoded control object of a table.
 struct CR13TableHead {
