@@ -19,6 +19,7 @@
 // bit and the bits around it, but for the few objects listed as still open.
 // Each run prints per kind: objects, bit-identical, differing for a named reason, carried
 // (REGION, 3DSOLID, BODY, OLE: copied as read), shorter in the file, still open.
+#include "support/r13_written_file.h"
 #include "support/corpus.h"
 #include "support/drawing_snapshot.h"
 
@@ -32,7 +33,6 @@
 #include "interface/drawing_table.h"
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"
-#include "io/drawing_file.h"
 #include "records/entity_kinds.h"
 
 #include "interface/test_files.h"
@@ -43,9 +43,7 @@
 
 #include <cmath>
 #include <cstring>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <map>
 #include <memory>
 #include <set>
@@ -55,23 +53,6 @@ namespace velko_test {
 namespace {
 
 constexpr char kRelaid[] = "dwg13/example_r13_relaid.dwg";
-
-std::vector<uint8_t> FileBytes(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
-}
-
-// handle -> offset, from the map the file's head points at.
-std::map<uint32_t, int32_t> MapOf(const std::string &path) {
-    std::map<uint32_t, int32_t> offsets;
-    CDrawingFile file;
-    CObjectMap map;
-    if (!file.Open(path.c_str(), kDrawingFileRead) || map.Read(file) != 1)
-        return offsets;
-    for (const ObjectMapEntry &entry : map.Entries())
-        offsets.emplace(entry.handle, entry.offset);
-    return offsets;
-}
 
 // The object at `at` without its check: the size field and the data. Empty when it does
 // not lie in the file or has the long size form.
@@ -230,14 +211,14 @@ protected:
         VELKO_REQUIRE_CORPUS();
         source_path = CorpusPath(kRelaid);
         source_bytes = FileBytes(source_path);
-        source_map = MapOf(source_path);
+        source_map = MapOffsetsOf(source_path);
         ASSERT_FALSE(source_map.empty());
         snap = std::make_unique<snapshot::Snapshot>(source_path);
         ASSERT_TRUE(snap->opened());
         ASSERT_EQ(CDBSaveAsDWG(snap->handle(), out.c_str()), 0)
             << "error " << CDBGetErrorNumber(snap->handle());
         saved_bytes = FileBytes(out.path());
-        saved_map = MapOf(out.path());
+        saved_map = MapOffsetsOf(out.path());
         ASSERT_FALSE(saved_map.empty());
         drawing = static_cast<CR13Drawing *>(LookupDrawing(snap->handle())->Drawing());
     }

@@ -1,6 +1,7 @@
 // Saving a release 13 drawing carries the objects that are never re-encoded -- REGION,
 // 3DSOLID, BODY and objects of a class the reader does not know -- with the bytes they were
 // read from: the written file holds each of them unchanged but for its check (FF FF).
+#include "support/r13_written_file.h"
 #include "support/dwg13_builder.h"
 
 #include "r13_new_kinds_support.h"
@@ -8,7 +9,6 @@
 #include "dwg13/r13_drawing.h"
 #include "dwg13/r13_new_kinds.h"
 #include "dwg13/r13_object_map.h"
-#include "io/drawing_file.h"
 
 #include "interface/test_files.h"
 
@@ -18,27 +18,10 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <map>
 
 namespace velko_test {
 namespace {
-
-std::vector<uint8_t> ReadBytes(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
-}
-
-std::map<uint32_t, int32_t> MapOf(const std::string &path) {
-    std::map<uint32_t, int32_t> offsets;
-    CDrawingFile file;
-    CObjectMap map;
-    if (file.Open(path.c_str(), kDrawingFileRead) && map.Read(file) == 1)
-        for (const ObjectMapEntry &entry : map.Entries())
-            offsets.emplace(entry.handle, entry.offset);
-    return offsets;
-}
 
 // The object of `handle` with its size field, without its check; empty when missing.
 std::vector<uint8_t> ObjectOf(const std::vector<uint8_t> &file,
@@ -94,8 +77,8 @@ TEST(Release13SaveCarried, RegionSolidBodyAndAnObjectOfAClassKeepTheirBytes) {
     EXPECT_EQ(CDBSaveAsDWG(h, out.c_str()), 0) << CDBGetErrorNumber(h);
     CDBEndOperation(h);
 
-    const std::vector<uint8_t> after = ReadBytes(out.path());
-    const auto map_before = MapOf(source.path()), map_after = MapOf(out.path());
+    const std::vector<uint8_t> after = FileBytes(out.path());
+    const auto map_before = MapOffsetsOf(source.path()), map_after = MapOffsetsOf(out.path());
     for (uint32_t handle : {kRegion, kSolid, kBody, kOfAClass}) {
         const std::vector<uint8_t> was = ObjectOf(before, map_before, handle);
         const std::vector<uint8_t> is = ObjectOf(after, map_after, handle);

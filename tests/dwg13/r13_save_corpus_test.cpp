@@ -1,11 +1,11 @@
 // Saving the corpus's release 13 DWG with no edits: it reads back with every record equal,
 // and the written file keeps the head, the classes and the header bytes of its source.
+#include "support/r13_written_file.h"
 #include "support/corpus.h"
 #include "support/drawing_snapshot.h"
 
 #include "dwg13/r13_file_head.h"
 #include "dwg13/r13_object_map.h"
-#include "io/drawing_file.h"
 
 #include "interface/test_files.h"
 
@@ -14,31 +14,11 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <fstream>
-#include <iterator>
 
 namespace velko_test {
 namespace {
 
 constexpr char kRelaid[] = "dwg13/example_r13_relaid.dwg";
-
-std::vector<uint8_t> Bytes(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
-}
-
-uint32_t Long(const std::vector<uint8_t> &b, size_t at) {
-    return at + 4 <= b.size() ? uint32_t(b[at]) | uint32_t(b[at + 1]) << 8 |
-                                    uint32_t(b[at + 2]) << 16 | uint32_t(b[at + 3]) << 24
-                              : 0u;
-}
-
-std::vector<uint8_t> Section(const std::vector<uint8_t> &b, size_t offset_at) {
-    const uint32_t at = Long(b, offset_at), size = Long(b, offset_at + 4);
-    if (uint64_t(at) + size > b.size())
-        return {};
-    return std::vector<uint8_t>(b.begin() + at, b.begin() + at + size);
-}
 
 class Release13CorpusSave : public ::testing::Test {
 protected:
@@ -93,10 +73,10 @@ TEST_F(Release13CorpusSave, ReadsBackWithEveryRecordEqualButForTheNamedDifferenc
 }
 
 TEST_F(Release13CorpusSave, KeepsTheHeadTheClassesAndTheHeaderBytes) {
-    const std::vector<uint8_t> before = Bytes(source_path);
-    const std::vector<uint8_t> after = Bytes(out.path());
-    const uint32_t head_size = Long(before, R13FileHead::kHeaderAt);
-    ASSERT_EQ(Long(after, R13FileHead::kHeaderAt), head_size);
+    const std::vector<uint8_t> before = FileBytes(source_path);
+    const std::vector<uint8_t> after = FileBytes(out.path());
+    const uint32_t head_size = LongAt(before, R13FileHead::kHeaderAt);
+    ASSERT_EQ(LongAt(after, R13FileHead::kHeaderAt), head_size);
     for (size_t i = 0; i < head_size; ++i) {
         const bool moved = (i >= 13 && i < 17) || (i >= 35 && i < 43) || (i >= 44 && i < 52) ||
                            (i >= 53 && i < 57);
@@ -104,30 +84,20 @@ TEST_F(Release13CorpusSave, KeepsTheHeadTheClassesAndTheHeaderBytes) {
             EXPECT_EQ(after[i], before[i]) << "head byte " << i;
         }
     }
-    EXPECT_EQ(Section(after, R13FileHead::kClassesAt), Section(before, R13FileHead::kClassesAt));
-    EXPECT_EQ(Section(after, R13FileHead::kHeaderAt), Section(before, R13FileHead::kHeaderAt));
+    EXPECT_EQ(SectionAt(after, R13FileHead::kClassesAt),
+              SectionAt(before, R13FileHead::kClassesAt));
+    EXPECT_EQ(SectionAt(after, R13FileHead::kHeaderAt), SectionAt(before, R13FileHead::kHeaderAt));
 }
 
 TEST_F(Release13CorpusSave, EveryObjectEndsInFFFFAndTheMapEndsIn0002_01D0) {
-    const std::vector<uint8_t> after = Bytes(out.path());
-    const std::vector<uint8_t> map = Section(after, R13FileHead::kMapAt);
+    const std::vector<uint8_t> after = FileBytes(out.path());
+    const std::vector<uint8_t> map = SectionAt(after, R13FileHead::kMapAt);
     ASSERT_GE(map.size(), 4u);
     EXPECT_EQ(std::vector<uint8_t>(map.end() - 4, map.end()),
               (std::vector<uint8_t>{0x00, 0x02, 0x01, 0xD0}));
-    CDrawingFile file;
-    CObjectMap objects;
-    ASSERT_TRUE(file.Open(out.c_str(), kDrawingFileRead));
-    ASSERT_EQ(objects.Read(file), 1);
-    file.Close();
-    ASSERT_GT(objects.Count(), 100u);
-    for (const ObjectMapEntry &e : objects.Entries()) {
-        const size_t at = size_t(e.offset);
-        ASSERT_LT(at + 4, after.size());
-        const size_t size = after[at] | after[at + 1] << 8;
-        ASSERT_LE(at + size + 4, after.size());
-        EXPECT_EQ(after[at + 2 + size], 0xFF) << "object " << std::hex << e.handle;
-        EXPECT_EQ(after[at + 3 + size], 0xFF) << "object " << std::hex << e.handle;
-    }
+    const std::vector<ObjectMapEntry> entries = MapEntriesOf(out.path());
+    ASSERT_GT(entries.size(), 100u);
+    EXPECT_EQ(ObjectChecksProblem(after, entries), "");
 }
 
 } // namespace

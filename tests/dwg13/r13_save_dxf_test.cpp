@@ -2,6 +2,7 @@
 // borrow from, so the head, the header variables and the classes are made from memory and
 // nothing is carried. The written file reads back through the library's open with the same
 // entities, blocks, tables and header values, but for the differences named in SaveSink.
+#include "support/r13_written_file.h"
 #include "support/corpus.h"
 #include "support/drawing_snapshot.h"
 #include "support/dxf_text.h"
@@ -20,8 +21,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <map>
 
 namespace velko_test {
@@ -243,17 +242,6 @@ std::string SmallDrawing() {
 
 // ---- Reading the written file -------------------------------------------------------------
 
-std::vector<uint8_t> Bytes(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
-}
-
-uint32_t Long(const std::vector<uint8_t> &b, size_t at) {
-    return at + 4 <= b.size() ? uint32_t(b[at]) | uint32_t(b[at + 1]) << 8 |
-                                    uint32_t(b[at + 2]) << 16 | uint32_t(b[at + 3]) << 24
-                              : 0u;
-}
-
 // Equal to 12 digits (angles go back through a shorter pi than the reader's) but for what
 // the road from a DXF through a DWG changes by design, each named here:
 // - placement: a DXF places an entity by the section it stands in, a DWG by its mode bits
@@ -384,35 +372,22 @@ int16_t OpenedVersion(const std::string &path) {
 // Every object the map points at ends in FF FF; the map ends in 00 02 01 D0; the head
 // has three section records. "" when all holds, else the first thing that does not.
 std::string FileShape(const std::string &path) {
-    const std::vector<uint8_t> bytes = Bytes(path);
+    const std::vector<uint8_t> bytes = FileBytes(path);
     if (bytes.size() < R13FileHead::SizeFor(3) || std::memcmp(bytes.data(), "AC1012", 6) != 0)
         return "no release 13 head";
     if (bytes[R13FileHead::kRecordCountAt] != 3)
         return "record count " + std::to_string(bytes[R13FileHead::kRecordCountAt]);
-    const uint32_t map_at = Long(bytes, R13FileHead::kMapAt);
-    const uint32_t map_size = Long(bytes, R13FileHead::kMapSizeAt);
+    const uint32_t map_at = LongAt(bytes, R13FileHead::kMapAt);
+    const uint32_t map_size = LongAt(bytes, R13FileHead::kMapSizeAt);
     if (map_size < 4 || uint64_t(map_at) + map_size > bytes.size())
         return "the map lies outside the file";
     const uint8_t *end = bytes.data() + map_at + map_size - 4;
     if (end[0] != 0x00 || end[1] != 0x02 || end[2] != 0x01 || end[3] != 0xD0)
         return "the map does not end in 00 02 01 D0";
-    CDrawingFile file;
-    CObjectMap objects;
-    if (!file.Open(path.c_str(), kDrawingFileRead) || objects.Read(file) != 1)
-        return "the map cannot be read";
-    file.Close();
-    if (objects.Count() == 0)
-        return "an empty map";
-    for (const ObjectMapEntry &e : objects.Entries()) {
-        const size_t at = size_t(e.offset);
-        if (at + 4 > bytes.size())
-            return "an object outside the file";
-        const size_t size = bytes[at] | bytes[at + 1] << 8;
-        if (at + size + 4 > bytes.size() || bytes[at + 2 + size] != 0xFF ||
-            bytes[at + 3 + size] != 0xFF)
-            return "object " + std::to_string(e.handle) + " does not end in FF FF";
-    }
-    return "";
+    const std::vector<ObjectMapEntry> entries = MapEntriesOf(path);
+    if (entries.empty())
+        return "an empty map, or none";
+    return ObjectChecksProblem(bytes, entries);
 }
 
 class Release13DxfSavedAsDwg : public ::testing::Test {
@@ -434,7 +409,8 @@ TEST_F(Release13DxfSavedAsDwg, ReadsBackAsADwgOfRelease13WithEveryRecordEqual) {
     snapshot::Snapshot saved(out.path());
     ASSERT_TRUE(saved.opened()) << "code " << saved.code();
     EXPECT_EQ(CDBGetAutoCADVersion(saved.handle()), 13);
-    EXPECT_EQ(std::string(reinterpret_cast<const char *>(Bytes(out.path()).data()), 6), "AC1012");
+    EXPECT_EQ(std::string(reinterpret_cast<const char *>(FileBytes(out.path()).data()), 6),
+              "AC1012");
     EXPECT_EQ(saved.KindCounts(), source->KindCounts());
     EXPECT_EQ(saved.blocks_.size(), source->blocks_.size());
     EXPECT_EQ(saved.layers_.size(), 2u);
@@ -555,7 +531,7 @@ TEST(Release13DxfSave, SaveUnderItsOwnNameRefusesADrawingReadFromDxf) {
     ASSERT_GE(h, 0);
     EXPECT_EQ(CDBSave(h), -123);
     CDBEndOperation(h);
-    const std::vector<uint8_t> after = Bytes(dxf.path());
+    const std::vector<uint8_t> after = FileBytes(dxf.path());
     EXPECT_EQ(std::string(after.begin(), after.end()), text);
 }
 

@@ -1,6 +1,7 @@
 // Saving release 13 drawings as DWG: the layout of the written file (head, header variables,
 // classes, object checks, the map's end), the handle seed, anonymous block names, the
 // sequence checks, and saving under the drawing's own name.
+#include "support/r13_written_file.h"
 #include "support/dwg13_builder.h"
 #include "support/r13_corpus_edit.h"
 
@@ -11,7 +12,6 @@
 #include "dwg13/r13_object_map.h"
 #include "dwg13/r13_tables.h"
 #include "io/bit_stream.h"
-#include "io/drawing_file.h"
 #include "records/header_texts.h"
 
 #include "interface/test_files.h"
@@ -21,38 +21,9 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 
 namespace velko_test {
 namespace {
-
-std::vector<uint8_t> ReadBytes(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
-}
-
-uint32_t Long(const std::vector<uint8_t> &b, size_t at) {
-    return at + 4 <= b.size() ? uint32_t(b[at]) | uint32_t(b[at + 1]) << 8 |
-                                    uint32_t(b[at + 2]) << 16 | uint32_t(b[at + 3]) << 24
-                              : 0u;
-}
-
-std::vector<uint8_t> Section(const std::vector<uint8_t> &b, size_t offset_at) {
-    const uint32_t at = Long(b, offset_at), size = Long(b, offset_at + 4);
-    if (uint64_t(at) + size > b.size())
-        return {};
-    return std::vector<uint8_t>(b.begin() + at, b.begin() + at + size);
-}
-
-// The map of a written file: (handle, offset) pairs.
-std::vector<ObjectMapEntry> MapOf(const std::string &path) {
-    CDrawingFile file;
-    CObjectMap map;
-    if (file.Open(path.c_str(), kDrawingFileRead))
-        map.Read(file);
-    file.Close();
-    return map.Entries();
-}
 
 // A sound drawing with a line in model space and classes bytes of its own.
 Dwg13Builder &WithLine(Dwg13Builder &b) {
@@ -91,9 +62,9 @@ TEST(Release13DwgSave, ASaveWithNoEditsKeepsTheHeadTheClassesAndTheHeaderBytes) 
     Saved s = SaveBuilt(WithLine(b), "keep.dwg");
     ASSERT_EQ(s.source.loaded, 1);
     ASSERT_EQ(s.result, 0);
-    const std::vector<uint8_t> after = ReadBytes(s.out->path());
-    const uint32_t head_size = Long(s.before, R13FileHead::kHeaderAt);
-    ASSERT_EQ(Long(after, R13FileHead::kHeaderAt), head_size);
+    const std::vector<uint8_t> after = FileBytes(s.out->path());
+    const uint32_t head_size = LongAt(s.before, R13FileHead::kHeaderAt);
+    ASSERT_EQ(LongAt(after, R13FileHead::kHeaderAt), head_size);
     // The head but for the records that the save moves.
     for (size_t i = 0; i < head_size; ++i) {
         const bool moved = (i >= 13 && i < 17) || (i >= 35 && i < 43) || (i >= 44 && i < 52) ||
@@ -102,8 +73,10 @@ TEST(Release13DwgSave, ASaveWithNoEditsKeepsTheHeadTheClassesAndTheHeaderBytes) 
             EXPECT_EQ(after[i], s.before[i]) << "head byte " << i;
         }
     }
-    EXPECT_EQ(Section(after, R13FileHead::kClassesAt), Section(s.before, R13FileHead::kClassesAt));
-    EXPECT_EQ(Section(after, R13FileHead::kHeaderAt), Section(s.before, R13FileHead::kHeaderAt));
+    EXPECT_EQ(SectionAt(after, R13FileHead::kClassesAt),
+              SectionAt(s.before, R13FileHead::kClassesAt));
+    EXPECT_EQ(SectionAt(after, R13FileHead::kHeaderAt),
+              SectionAt(s.before, R13FileHead::kHeaderAt));
 }
 
 TEST(Release13DwgSave, ASeedOneByteLongerShiftsTheRestOfTheHeaderByEightBits) {
@@ -112,9 +85,9 @@ TEST(Release13DwgSave, ASeedOneByteLongerShiftsTheRestOfTheHeaderByEightBits) {
         CopyIntoTextBlock(d.Header().vars.handseed, kHeaderHandseedSize, "10000");
     });
     ASSERT_EQ(s.result, 0);
-    const std::vector<uint8_t> after = ReadBytes(s.out->path());
-    const std::vector<uint8_t> old_header = Section(s.before, R13FileHead::kHeaderAt);
-    const std::vector<uint8_t> new_header = Section(after, R13FileHead::kHeaderAt);
+    const std::vector<uint8_t> after = FileBytes(s.out->path());
+    const std::vector<uint8_t> old_header = SectionAt(s.before, R13FileHead::kHeaderAt);
+    const std::vector<uint8_t> new_header = SectionAt(after, R13FileHead::kHeaderAt);
     ASSERT_EQ(new_header.size(), old_header.size() + 1);
     // Behind the seed everything stands one whole byte later.
     const int32_t behind_seed = s.source.drawing->Header().seed_byte + 4;
@@ -131,26 +104,21 @@ TEST(Release13DwgSave, EveryObjectEndsInFFFFAndTheMapEndsIn0002_01D0) {
     Dwg13Builder b;
     Saved s = SaveBuilt(WithLine(b), "checks.dwg");
     ASSERT_EQ(s.result, 0);
-    const std::vector<uint8_t> after = ReadBytes(s.out->path());
-    const std::vector<uint8_t> map = Section(after, R13FileHead::kMapAt);
+    const std::vector<uint8_t> after = FileBytes(s.out->path());
+    const std::vector<uint8_t> map = SectionAt(after, R13FileHead::kMapAt);
     ASSERT_GE(map.size(), 4u);
     EXPECT_EQ(std::vector<uint8_t>(map.end() - 4, map.end()),
               (std::vector<uint8_t>{0x00, 0x02, 0x01, 0xD0}));
-    const std::vector<ObjectMapEntry> entries = MapOf(s.out->path());
+    const std::vector<ObjectMapEntry> entries = MapEntriesOf(s.out->path());
     ASSERT_GT(entries.size(), 10u);
-    for (const ObjectMapEntry &e : entries) {
-        const size_t size = after[size_t(e.offset)] | after[size_t(e.offset) + 1] << 8;
-        ASSERT_LT(size_t(e.offset) + size + 4, after.size() + 1);
-        EXPECT_EQ(after[size_t(e.offset) + 2 + size], 0xFF) << "object " << std::hex << e.handle;
-        EXPECT_EQ(after[size_t(e.offset) + 3 + size], 0xFF) << "object " << std::hex << e.handle;
-    }
+    EXPECT_EQ(ObjectChecksProblem(after, entries), "");
 }
 
 TEST(Release13DwgSave, ASavedDrawingReadsBackWithItsLineAndTables) {
     Dwg13Builder b;
     Saved s = SaveBuilt(WithLine(b), "back.dwg");
     ASSERT_EQ(s.result, 0);
-    LoadedR13 again = LoadR13Bytes(ReadBytes(s.out->path()), "back_again.dwg");
+    LoadedR13 again = LoadR13Bytes(FileBytes(s.out->path()), "back_again.dwg");
     ASSERT_EQ(again.loaded, 1) << again.drawing->LoadFailure();
     CEntityList &main = again.drawing->Entities();
     ASSERT_GE(main.Count(), 1);
@@ -163,7 +131,7 @@ TEST(Release13DwgSave, ASavedDrawingReadsBackWithItsLineAndTables) {
     EXPECT_STREQ(s.source.drawing->GetFileName(), s.out->c_str());
     TempFile second("second.dwg");
     EXPECT_EQ(s.source.drawing->SaveAsDWG(second.c_str()), 0);
-    EXPECT_EQ(ReadBytes(second.path()), ReadBytes(s.out->path()));
+    EXPECT_EQ(FileBytes(second.path()), FileBytes(s.out->path()));
 }
 
 TEST(Release13DwgSave, AnAnonymousU3BlockIsWrittenAsUWithTheValue200) {
@@ -177,9 +145,9 @@ TEST(Release13DwgSave, AnAnonymousU3BlockIsWrittenAsUWithTheValue200) {
     Saved s = SaveBuilt(WithLine(b), "anon.dwg");
     ASSERT_EQ(s.source.loaded, 1) << s.source.drawing->LoadFailure();
     ASSERT_EQ(s.result, 0);
-    const std::vector<uint8_t> after = ReadBytes(s.out->path());
+    const std::vector<uint8_t> after = FileBytes(s.out->path());
     int32_t at = -1;
-    for (const ObjectMapEntry &e : MapOf(s.out->path()))
+    for (const ObjectMapEntry &e : MapEntriesOf(s.out->path()))
         if (e.handle == 0x50)
             at = e.offset;
     ASSERT_GT(at, 0);
@@ -212,7 +180,7 @@ TEST(Release13DwgSave, APolylineFollowedByANonVertexFailsTheSaveWithWrongSequenc
     EXPECT_EQ(s.source.drawing->SaveAsDWG(keep.c_str()), CDB_FAIL);
     EXPECT_EQ(s.source.drawing->GetError(), CDB_ERR_WRONG_SEQUENCE);
     // A failed save leaves the file of that name as it was.
-    EXPECT_EQ(ReadBytes(keep.path()), (std::vector<uint8_t>{'o', 'l', 'd'}));
+    EXPECT_EQ(FileBytes(keep.path()), (std::vector<uint8_t>{'o', 'l', 'd'}));
 }
 
 TEST(Release13DwgSave, AFileWithThreeSectionRecordsHasNoTrailingSectionToRewrite) {
@@ -223,10 +191,10 @@ TEST(Release13DwgSave, AFileWithThreeSectionRecordsHasNoTrailingSectionToRewrite
     Saved s = SaveBuilt(b, "three.dwg");
     ASSERT_EQ(s.source.loaded, 1) << s.source.drawing->LoadFailure();
     ASSERT_EQ(s.result, 0);
-    const std::vector<uint8_t> after = ReadBytes(s.out->path());
+    const std::vector<uint8_t> after = FileBytes(s.out->path());
     EXPECT_EQ(after[R13FileHead::kRecordCountAt], 3);
     // The map is the last thing in the file.
-    EXPECT_EQ(Long(after, R13FileHead::kMapAt) + Long(after, R13FileHead::kMapSizeAt),
+    EXPECT_EQ(LongAt(after, R13FileHead::kMapAt) + LongAt(after, R13FileHead::kMapSizeAt),
               after.size());
     LoadedR13 again = LoadR13Bytes(after, "three_again.dwg");
     EXPECT_EQ(again.loaded, 1) << again.drawing->LoadFailure();
@@ -239,7 +207,7 @@ TEST(Release13DwgSave, ASaveUnderTheDrawingsOwnNameReplacesTheFileWhenComplete) 
     ASSERT_EQ(l.loaded, 1);
     CopyIntoTextBlock(l.drawing->Header().vars.handseed, kHeaderHandseedSize, "200");
     EXPECT_EQ(l.drawing->Save(), 0);
-    LoadedR13 again = LoadR13Bytes(ReadBytes(l.file->path()), "own_again.dwg");
+    LoadedR13 again = LoadR13Bytes(FileBytes(l.file->path()), "own_again.dwg");
     ASSERT_EQ(again.loaded, 1) << again.drawing->LoadFailure();
     EXPECT_STREQ(again.drawing->Header().vars.handseed, "200");
     EXPECT_FALSE(std::ifstream(l.file->path() + ".part").good());
