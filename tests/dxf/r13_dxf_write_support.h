@@ -5,9 +5,12 @@
 #define VELKO_TEST_R13_DXF_WRITE_SUPPORT_H
 
 #include "support/dxf_text.h"
+#include "support/dwg13_builder.h"
 #include "support/r13_dxf_fixture.h"
 
 #include "dwg13/r13_drawing.h"
+#include "dwg13/r13_entity.h"
+#include "dwg13/r13_entity_kinds.h"
 #include "dxf/dxf_sniff.h"
 #include "interface/test_files.h"
 #include "io/drawing_file.h"
@@ -227,6 +230,22 @@ inline DxfText SmallR13Dxf(const std::function<void(DxfText &)> &entities,
         .G(6, "BYLAYER");
     d.EndSection();
     return d.Eof();
+}
+
+// A small release 13 DWG of the test builder: a layer WALLS (0x30) and two lines in model
+// space (0x60, 0x61) on it, the handle seed 80.
+inline std::vector<uint8_t> SmallR13Dwg() {
+    constexpr int16_t kLineType = 19;
+    Dwg13Builder b;
+    b.tables[Dwg13Builder::kLayerTable].records.push_back(LayerObject(0x30, "WALLS", 3));
+    for (uint32_t handle : {0x60u, 0x61u}) {
+        std::unique_ptr<CR13Entity> line(FindR13EntityKind(kLineType)->make(nullptr, kLineType));
+        SetEntityHead(*line, R13EntityHead{}.Type(kLineType).Handle(handle).Layer("30"));
+        line->GetData()->line.end_point = CDB_POINT3{double(handle), 1.0, 0.0};
+        b.Space(kModelSpaceName)->entities.push_back(EntityObjectOf(*line));
+    }
+    b.SetHandseed("80");
+    return b.Build();
 }
 
 // A release 13 drawing loaded from DXF bytes as the library's open does it: the sniff,
