@@ -274,5 +274,72 @@ TEST_F(R13DxfWriteKinds, CommonGroupsGoOutOnlyAwayFromTheirDefaults) {
     EXPECT_EQ(ValueOf(out[1], 6), "BYBLOCK");
 }
 
+TEST(R13DxfWriteExtendedData, ApplicationsAndLayersGoOutByNameInTheReleaseThirteenForm) {
+    LoadedR13Dxf in("r13w_eed.dxf", SmallR13Dxf([](DxfText &d) {
+                                        d.G(0, "POINT")
+                                            .G(5, "70")
+                                            .G(100, "AcDbEntity")
+                                            .G(8, "0")
+                                            .G(100, "AcDbPoint")
+                                            .G(10, 0.0)
+                                            .G(20, 0.0)
+                                            .G(30, 0.0)
+                                            .G(1001, "ACAD")
+                                            .G(1000, "ignored");
+                                        d.G(0, "CIRCLE")
+                                            .G(5, "71")
+                                            .G(100, "AcDbEntity")
+                                            .G(8, "0")
+                                            .G(100, "AcDbCircle")
+                                            .G(10, 0.0)
+                                            .G(20, 0.0)
+                                            .G(30, 0.0)
+                                            .G(40, 1.0)
+                                            .G(1001, "ACAD")
+                                            .G(1000, "note")
+                                            .G(1002, "{")
+                                            .G(1003, "WALLS")
+                                            .G(1040, 2.5)
+                                            .G(1010, 1.0)
+                                            .G(1020, 2.0)
+                                            .G(1030, 3.0)
+                                            .G(1071, 70000)
+                                            .G(1002, "}");
+                                    }).Ascii());
+    ASSERT_TRUE(in.Loaded());
+    ASSERT_EQ(in.Save("r13w_eed_out.dxf"), 0);
+    const std::vector<DxfGroups> out = ObjectsOf(SectionOf(in.SavedGroups(), "ENTITIES"));
+    ASSERT_EQ(out.size(), 2u);
+    // A point writes no extended data, whatever it has.
+    EXPECT_EQ(ValueOf(out[0], 1001), "<none>");
+    DxfGroups eed;
+    for (const auto &g : out[1])
+        if (g.first >= 1000)
+            eed.push_back(g);
+    EXPECT_EQ(CodesOf(eed),
+              (std::vector<int>{1001, 1000, 1002, 1003, 1040, 1010, 1020, 1030, 1071, 1002}));
+    EXPECT_EQ(ValueOf(eed, 1001), "ACAD");
+    EXPECT_EQ(ValueOf(eed, 1000), "note");
+    EXPECT_EQ(ValueOf(eed, 1003), "WALLS");
+    EXPECT_EQ(ValueOf(eed, 1040), "2.5");
+    EXPECT_EQ(ValueOf(eed, 1071), "70000");
+    EXPECT_EQ(eed.back().second, "}");
+}
+
+TEST(R13DxfWriteExtendedData, TheDrawingKeepsItsNameAndItsInputThroughASave) {
+    LoadedR13Dxf in("r13w_keeps.dxf", SmallR13Dxf({}).Ascii());
+    ASSERT_TRUE(in.Loaded());
+    const std::string name = in.Drawing().GetFileName();
+    ASSERT_EQ(in.Save("r13w_keeps_out1.dxf"), 0);
+    const std::string first = in.Saved();
+    ASSERT_EQ(in.Save("r13w_keeps_out2.dxf"), 0);
+    EXPECT_EQ(std::string(in.Drawing().GetFileName()), name);
+    ASSERT_NE(in.Drawing().File(), nullptr);
+    EXPECT_TRUE(in.Drawing().File()->IsOpen());
+    // The second save reads the tail from the same input and writes the same file.
+    EXPECT_EQ(in.Saved(), first);
+    EXPECT_NE(in.Saved().find("MLINESTYLE"), std::string::npos);
+}
+
 } // namespace
 } // namespace velko_test
