@@ -9,7 +9,9 @@
 //
 // The tail: a drawing read from DXF gets the bytes behind its ENTITIES section (its OBJECTS
 // section and end mark) copied from its input as they stand; any other gets an OBJECTS
-// section built here (r13_dxf_objects.cpp).
+// section built here (r13_dxf_objects.cpp). A drawing read from DWG is left with the code
+// -419 after a save that went through: the check whether its input is a DXF fails on the
+// DWG's bytes, and its code stays, as it always has.
 #include "dwg13/r13_drawing.h"
 #include "dwg13/r13_tables.h"
 #include "dxf/dxf_eed.h"
@@ -103,8 +105,13 @@ private:
         CDrawingFile *input = drawing_.File();
         const bool from_dxf = (kind == CR13Drawing::kTextDxf || kind == CR13Drawing::kBinaryDxf) &&
                               input && input->IsOpen() && drawing_.TailSize() > 0;
-        if (!from_dxf)
+        if (!from_dxf) {
+            // The check that finds the input no DXF reads its first groups from a DWG and
+            // fails there: its code stays in the drawing, while the save goes on.
+            if (kind == CR13Drawing::kDwg)
+                drawing_.SetError(CDB_ERR_SEEKING);
             return WriteR13DxfObjects(writer_);
+        }
         return CopyTail(*input);
     }
 
