@@ -171,9 +171,13 @@ std::string StoppedAt(int16_t h, int16_t release, const char *out) {
     return "the " + kind + " " + handle;
 }
 
-// The failed save's message, and the entity that stopped it when one did. Returns 1.
+// The failed save's message: the library's text for its code, or, when the save left no
+// code, that it failed; then the entity that stopped it when one did. Returns 1.
 int RefusedToSave(const char *out, int16_t code, const std::string &stopped_at) {
-    Refused(out, code);
+    if (code != 0)
+        Refused(out, code);
+    else if (stopped_at.empty())
+        std::fprintf(stderr, "velko: %s: the save failed\n", out);
     if (!stopped_at.empty())
         std::fprintf(stderr,
                      "velko: %s: the save stopped at %s: a release 13 DXF has no groups for "
