@@ -38,10 +38,14 @@
 // 0.1 s, for the default 200 000 entities.
 //
 // --r13-save loads a release 13 DWG and saves it as DWG, round by round (r13_save_bench.h).
+//
+// --r13-dxf makes a release 13 drawing of N entities with the library and writes it as ASCII
+// and binary DXF and reads the ASCII file back, round by round (r13_dxf_bench.h).
 #include "velkow32.h"
 
 #include "bench_phase.h"
 #include "dxf_maker.h"
+#include "r13_dxf_bench.h"
 #include "r13_save_bench.h"
 
 #include <algorithm>
@@ -83,6 +87,9 @@ struct Options {
     // The release 13 save.
     bool r13_save = false;
     std::string r13_file; // empty: the corpus's relaid release 13 DWG
+    // The release 13 DXF write.
+    bool r13_dxf = false;
+    std::string r13_dxf_file; // empty: the corpus's dxf13/v.dxf
 };
 
 void Usage(FILE *out) {
@@ -94,6 +101,8 @@ void Usage(FILE *out) {
                  "                   [--seconds S] [--json]\n"
                  "       velko_bench --r13-save [--r13-file FILE] [--iterations N] [--seconds S]\n"
                  "                   [--json]\n"
+                 "       velko_bench --r13-dxf [--r13-dxf-file FILE] [--entities N]\n"
+                 "                   [--iterations N] [--seconds S] [--json]\n"
                  "Opens each drawing, reads all its table records and header variables and\n"
                  "closes it, N times or for at least S seconds (default 1 s; with both, until\n"
                  "both are reached), and prints bytes, iterations, opens per second, MB/s and\n"
@@ -111,7 +120,12 @@ void Usage(FILE *out) {
                  "--r13-save loads a release 13 DWG (--r13-file FILE, by default the corpus's\n"
                  "dwg13/example_r13_relaid.dwg) and saves it as DWG, N rounds (default 20) or at\n"
                  "least S seconds, and prints load, save and both with MB/s, entities/s and the\n"
-                 "peak memory.\n");
+                 "peak memory.\n"
+                 "--r13-dxf starts from a release 13 drawing (--r13-dxf-file FILE, by default the\n"
+                 "corpus's dxf13/v.dxf), saved as DWG and opened again, adds N entities (default\n"
+                 "200000) in blocks of at most 30000, writes it as ASCII and binary DXF and reads\n"
+                 "the ASCII file back, N rounds (default 5) or at least S seconds, and prints\n"
+                 "best and median times with MB/s and entities/s of each step.\n");
 }
 
 bool ParseArgs(int argc, char **argv, Options *o) {
@@ -161,6 +175,14 @@ bool ParseArgs(int argc, char **argv, Options *o) {
                 return false;
             o->r13_file = v;
             o->r13_save = true;
+        } else if (a == "--r13-dxf") {
+            o->r13_dxf = true;
+        } else if (a == "--r13-dxf-file") {
+            const char *v = value("--r13-dxf-file");
+            if (!v)
+                return false;
+            o->r13_dxf_file = v;
+            o->r13_dxf = true;
         } else if (a == "--entities") {
             const char *v = value("--entities");
             if (!v)
@@ -195,7 +217,7 @@ bool ParseArgs(int argc, char **argv, Options *o) {
             o->files.push_back(a);
         }
     }
-    if (o->files.empty() && !o->dxf && !o->save && !o->r13_save) {
+    if (o->files.empty() && !o->dxf && !o->save && !o->r13_save && !o->r13_dxf) {
         std::fprintf(stderr, "velko_bench: no drawing given\n");
         return false;
     }
@@ -800,6 +822,16 @@ int main(int argc, char **argv) {
         r13.seconds = o.seconds;
         r13.json = o.json;
         if (velko_bench::RunR13Save(r13) != 0)
+            ++failures;
+    }
+    if (o.r13_dxf) {
+        velko_bench::R13DxfOptions r13;
+        r13.file = o.r13_dxf_file;
+        r13.entities = o.entities;
+        r13.iterations = o.iterations;
+        r13.seconds = o.seconds;
+        r13.json = o.json;
+        if (velko_bench::RunR13Dxf(r13) != 0)
             ++failures;
     }
     if (o.iterations == 0 && o.seconds == 0)

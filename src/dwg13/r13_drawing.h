@@ -27,6 +27,7 @@
 class CDrawingFile;
 class CObjectMap;
 class CR13DxfReader;
+class CR13DxfWriter;
 class CR13Header;
 class CR13Table;
 class CR13TableRecord;
@@ -91,6 +92,29 @@ public:
     // SaveAsDWG under the drawing's own name; only for a drawing read from DWG (a DXF's name
     // is not overwritten with a DWG): -123 with -402 otherwise.
     short Save() override;
+    // Writes the drawing as a DXF "AC1012" (src/dxf/r13_dxf_save.cpp): HEADER, an empty
+    // CLASSES, TABLES, BLOCKS, ENTITIES, then the input's own OBJECTS section and end mark
+    // copied byte for byte for a drawing read from DXF, or a small OBJECTS section built
+    // here. `binary` non-zero writes the binary form, which begins with its first group (no
+    // sentinel). The drawing's name, file and input stay as they were. 0, or -123 at the
+    // first group that cannot be written or at an entity kind that has no DXF writer (the
+    // output then stays partial; SaveStoppedAt says which entity it was).
+    short SaveAsDXF(const char *name, int binary) override;
+    // The entity at which the last DXF save stopped: its kind's DXF name and its handle
+    // text. Empty kind when the last save did not stop at an entity.
+    struct DxfSaveStop {
+        std::string kind;
+        std::string handle;
+    };
+    const DxfSaveStop &LastDxfSaveStop() const { return dxf_save_stop; }
+    void SetDxfSaveStop(const char *kind, const char *handle) {
+        dxf_save_stop.kind = kind ? kind : "";
+        dxf_save_stop.handle = handle ? handle : "";
+    }
+    // The three handle values of the dictionaries that a DXF save builds (root,
+    // ACAD_GROUP, ACAD_MLINESTYLE); empty until a caller sets them, and the save then
+    // chooses its own.
+    std::vector<uint32_t> dxf_dictionary_handles;
     int LoadDWG() override;
     int TriggerLoading() override { return loaded ? 1 : 0; }
     // View mode: the records of the main list (LoadEntities) go, one by one and in list
@@ -324,6 +348,8 @@ private:
     std::unique_ptr<CR13Block> space_blocks[2];
     // Editing: the chain of model space when the load kept no block of it.
     std::unique_ptr<CR13Block> main_chain;
+    // Where the last DXF save stopped.
+    DxfSaveStop dxf_save_stop;
 };
 
 #endif

@@ -25,6 +25,7 @@ class CBitStream;
 class CBitWriter;
 class CR13Drawing;
 class CR13DxfReader;
+class CR13DxfWriter;
 struct CR13Block;
 
 // The bits of an object from a position to the end of its data, kept as read so that a
@@ -68,6 +69,13 @@ public:
     // group 0 that ended the entity; 0 when `name` is not this kind's (nothing read); -1
     // when the file ended inside the entity.
     virtual int ReadDXF(CR13DxfReader &reader, char *name);
+    // Writes the entity's groups to a DXF file of this release (src/dxf): group 0 with the
+    // kind's name, the common groups (WriteCommonDxf) and the kind's groups, walking the
+    // same group lists the reader goes by. Non-zero, or 0 when a group cannot be written or
+    // the kind has no DXF writer (3DSOLID, BODY, REGION, OLEFRAME).
+    int WriteDXF(CR13DxfWriter &writer) const;
+    // The groups every entity shares: 5, the marker "AcDbEntity", 8, 6, 62, 48, 67.
+    int WriteCommonDxf(CR13DxfWriter &writer) const;
 
     // The head: size (dropped), type (into entity_type), handle, extended data, the size in
     // bits, the mode bits, colour, line type scale, invisibility; the extrusion becomes

@@ -39,6 +39,7 @@ class CBitStream;
 class CBitWriter;
 class CDrawingFile;
 class CR13DxfReader;
+class CR13DxfWriter;
 
 // Object types of the table records (the control object of each table is one less).
 enum R13RecordType : int16_t {
@@ -115,6 +116,10 @@ public:
     // group 0 value that named the record. 1 when read, `name` then holding the value of the
     // group 0 that ended it; 0 when the record cannot be read.
     virtual int ReadDXF(CR13DxfReader &reader, char *name);
+    // Writes the record to a DXF file of this release (src/dxf): 0 with its kind's name,
+    // its handle, the two markers, the release 12 groups from the name on and the release
+    // 13 additions. Non-zero, or 0 when a group cannot be written.
+    int WriteDXF(CR13DxfWriter &writer) const;
 
     const char *RecordName() const { return Name(); }
     // The handle text, null when the record has none.

@@ -396,3 +396,55 @@ int WriteEedDxf(CDxfStream &stream, const uint8_t *eed, size_t size, const DxfEe
     }
     return 1;
 }
+
+int WriteEedDxfRelease13(CDxfStream &stream, const uint8_t *eed, size_t size,
+                         const DxfEedHandleNames &names) {
+    if (!eed)
+        return 1;
+    char value[kValueSize + 8];
+    // The items the two forms share go through the release 12 walk, which never meets a
+    // table index here.
+    struct NoIndices final : DxfEedNames {
+        const char *Appid(int) const override { return ""; }
+        const char *Layer(int) const override { return ""; }
+    } no_indices;
+    size_t at = 0;
+    while (at < size) {
+        const uint8_t tag = eed[at];
+        const uint8_t *payload = eed + at + 1;
+        const size_t left = size - at - 1;
+        size_t payload_size = 0;
+        int written = 1;
+        if (tag >= 0x51 && tag <= 0x58) {
+            payload_size = tag - 0x50u;
+            if (payload_size > left)
+                return 1;
+            const char *name = names.Appid(HandleBytesToText(payload, payload_size).c_str());
+            written = stream.WriteText(1001, name ? name : "");
+        } else if (tag == 3) {
+            payload_size = 8;
+            if (payload_size > left)
+                return 1;
+            const char *name = names.Layer(HandleBytesToText(payload, payload_size).c_str());
+            written = stream.WriteText(1003, name ? name : "");
+        } else if (tag == 0) {
+            // The length, two bytes of code page, the characters up to a zero byte.
+            if (left < 3 || size_t(3) + payload[0] > left)
+                return 1;
+            payload_size = size_t(3) + payload[0];
+            const size_t n = strnlen(reinterpret_cast<const char *>(payload + 3), payload[0]);
+            std::memcpy(value, payload + 3, n);
+            value[n] = 0;
+            written = stream.WriteGroup(1000, value, static_cast<int16_t>(n + 1));
+        } else {
+            payload_size = EedPayloadSize(tag, payload, left);
+            if (payload_size == 0 || payload_size > left)
+                return 1;
+            written = WriteEedItem(stream, tag, payload, payload_size, no_indices, value);
+        }
+        if (!written)
+            return 0;
+        at += 1 + payload_size;
+    }
+    return 1;
+}

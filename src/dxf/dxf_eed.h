@@ -127,4 +127,22 @@ struct DxfEedNames {
 // 1, or 0 when the stream refuses a group.
 int WriteEedDxf(CDxfStream &stream, const uint8_t *eed, size_t size, const DxfEedNames &names);
 
+// The names that the release 13 stored form keeps as handles, for the writer.
+struct DxfEedHandleNames {
+    virtual ~DxfEedHandleNames() = default;
+    // The name of the APPID / LAYER record with the handle `handle` (upper-case hexadecimal
+    // text); "" or null when there is none.
+    virtual const char *Appid(const char *handle) const = 0;
+    virtual const char *Layer(const char *handle) const = 0;
+};
+
+// Writes a block in the release 13 stored form back as DXF groups: a marker 0x51 to 0x58
+// and its handle bytes become 1001 with the application's name, 1003 its layer's name by
+// its 8-byte handle, 1000 its text behind the length and the two bytes of code page; the
+// other items as WriteEedDxf writes them. The same guards: nothing is read outside the
+// block, and an item that would run past it ends the walk. 1, or 0 when the stream refuses
+// a group.
+int WriteEedDxfRelease13(CDxfStream &stream, const uint8_t *eed, size_t size,
+                         const DxfEedHandleNames &names);
+
 #endif

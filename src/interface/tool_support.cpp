@@ -199,6 +199,17 @@ bool CountSavedObjects(int16_t drawing, SavedObjects *counts) {
     return true;
 }
 
+bool SaveStoppedAt(int16_t drawing, std::string *kind, std::string *handle) {
+    const CR13Drawing *r13 = R13DrawingOf(drawing);
+    if (!r13 || r13->LastDxfSaveStop().kind.empty())
+        return false;
+    if (kind)
+        *kind = r13->LastDxfSaveStop().kind;
+    if (handle)
+        *handle = r13->LastDxfSaveStop().handle;
+    return true;
+}
+
 bool SetProgressHooks(int16_t drawing, LoadProgressHook load, SaveProgressHook save) {
     CLibDrawing *lib = g_DrawingTable.GetDrawing(drawing);
     CBaseDrawing *d = lib ? lib->Drawing() : nullptr;

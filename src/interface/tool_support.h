@@ -60,6 +60,12 @@ struct SavedObjects {
 // either release; false, with `counts` untouched, for a free handle.
 bool CountSavedObjects(int16_t drawing, SavedObjects *counts);
 
+// Where the last DXF save of the release 13 drawing under `drawing` stopped, when an entity
+// stopped it (a kind that has no DXF writer): true with the kind's DXF name ("3DSOLID", ...)
+// and the entity's handle text; false, with both left as they are, for a free handle, a
+// drawing of another release, or a last save that no entity stopped.
+bool SaveStoppedAt(int16_t drawing, std::string *kind, std::string *handle);
+
 // The progress hooks of a drawing. The load hook is called once an entity is read, with the
 // entities and blocks read so far; the save hook every so many objects written, with the
 // number written so far. Both are plain functions without context: a caller that needs one

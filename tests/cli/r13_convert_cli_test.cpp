@@ -1,7 +1,8 @@
 // velko convert and velko new on release 13 drawings of the corpus: a DWG converted to DWG
 // (and a DXF of release 13 to DWG) is written as "AC1012" and reads back with what the
 // input holds; --release refuses an input of another release before anything is loaded;
-// a release 13 drawing asked for as DXF ends with a message, not a crash.
+// a release 13 drawing is written as DXF, ASCII or binary, and one that holds a kind the
+// DXF writer refuses ends with a message naming the entity.
 #include "interface/test_files.h"
 #include "support/corpus.h"
 #include "support/mini_json.h"
@@ -13,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -230,13 +232,71 @@ TEST(Release13ConvertCli, AReleaseOtherThan12Or13IsWrongUsage) {
 
 // ---- Release 13 to DXF ----------------------------------------------------------------------
 
-TEST(Release13ConvertCli, Release13ToDxfEndsWithAMessageNotACrash) {
+const char kPlainDxf13[] = "dxf13/v.dxf"; // lines and a text: nothing the DXF writer refuses
+
+bool HoldsAc1012(const std::string &path) {
+    return ReadAll(path).find("AC1012") != std::string::npos;
+}
+
+TEST(Release13ConvertCli, DxfToAsciiDxfWritesAc1012HoldingWhatTheInputHolds) {
+    VELKO_REQUIRE_CORPUS();
+    TempFile out("r13_to_ascii.dxf");
+    const Summary s = ConvertAsJson(CorpusPath(kPlainDxf13), out.path());
+    ASSERT_EQ(s.status, 0);
+    EXPECT_EQ(s.json["to"].as_string(), "ASCII DXF");
+    EXPECT_FALSE(s.json.has("note"));
+    EXPECT_EQ(s.json["bytes"].as_number(), double(ReadAll(out.path()).size()));
+    EXPECT_TRUE(HoldsAc1012(out.path()));
+    ExpectSameContents(ReadContents(out.path()), ReadContents(CorpusPath(kPlainDxf13)));
+}
+
+TEST(Release13ConvertCli, DwgToDxfWritesAc1012HoldingWhatTheDwgHolds) {
+    VELKO_REQUIRE_CORPUS();
+    TempFile dwg("r13_to_dxf_by_dwg.dwg");
+    TempFile out("r13_to_dxf_by_dwg.dxf");
+    ASSERT_EQ(ConvertAsJson(CorpusPath(kPlainDxf13), dwg.path()).status, 0);
+    const Summary s = ConvertAsJson(dwg.path(), out.path());
+    ASSERT_EQ(s.status, 0);
+    EXPECT_EQ(s.json["from"].as_string(), "DWG");
+    EXPECT_EQ(s.json["to"].as_string(), "ASCII DXF");
+    EXPECT_TRUE(HoldsAc1012(out.path()));
+    ExpectSameContents(ReadContents(out.path()), ReadContents(dwg.path()));
+}
+
+// The binary form has no sentinel: the summary says so, and the file opens with the code of
+// its first group.
+TEST(Release13ConvertCli, BinaryDxfSaysItHasNoSentinel) {
+    VELKO_REQUIRE_CORPUS();
+    TempFile out("r13_to_binary.dxf");
+    const Summary s = ConvertAsJson(CorpusPath(kPlainDxf13), out.path(), "--binary");
+    ASSERT_EQ(s.status, 0);
+    EXPECT_EQ(s.json["to"].as_string(), "binary DXF");
+    EXPECT_NE(s.json["note"].as_string().find("sentinel"), std::string::npos);
+    const std::string bytes = ReadAll(out.path());
+    ASSERT_FALSE(bytes.empty());
+    EXPECT_EQ(bytes[0], 0);
+    EXPECT_EQ(bytes.find("AutoCAD Binary DXF"), std::string::npos);
+    EXPECT_TRUE(HoldsAc1012(out.path()));
+    const CommandOutcome text =
+        RunVelko("convert " + CorpusPath(kPlainDxf13) + " " + out.path() + " --binary");
+    EXPECT_EQ(text.status, 0);
+    EXPECT_NE(text.out.find("sentinel"), std::string::npos) << text.out;
+}
+
+// The corpus's example DXF holds a 3DSOLID and REGIONs, kinds a release 13 DXF has no
+// groups for: the save stops at the first of them, and the message names it by kind and
+// handle.
+TEST(Release13ConvertCli, Release13ToDxfStoppedByAnEntityNamesIt) {
     VELKO_REQUIRE_CORPUS();
     TempFile out("r13_to_dxf.dxf");
-    const CommandOutcome r = VelkoStderr("convert " + CorpusPath(kRelaid) + " " + out.path());
+    const CommandOutcome r = VelkoStderr("convert " + CorpusPath(kDxf13) + " " + out.path());
     EXPECT_EQ(r.status, 1) << r.out;
     EXPECT_NE(r.out.find(out.path()), std::string::npos) << r.out;
-    EXPECT_NE(r.out.find("not written as DXF yet"), std::string::npos) << r.out;
+    const size_t at = r.out.find("the save stopped at the ");
+    ASSERT_NE(at, std::string::npos) << r.out;
+    const std::string rest = r.out.substr(at + std::strlen("the save stopped at the "));
+    EXPECT_TRUE(rest.rfind("3DSOLID ", 0) == 0 || rest.rfind("REGION ", 0) == 0) << r.out;
+    EXPECT_EQ(r.out.find("not written as DXF yet"), std::string::npos) << r.out;
 }
 
 // ---- velko new ------------------------------------------------------------------------------
@@ -253,11 +313,22 @@ TEST(Release13NewCli, ARelease13TemplateMakesARelease13Dwg) {
     ExpectSameContents(ReadContents(out.path()), ReadContents(CorpusPath(kRelaid)));
 }
 
-TEST(Release13NewCli, ARelease13TemplateAskedForAsDxfEndsWithAMessage) {
+TEST(Release13NewCli, ARelease13TemplateAskedForAsDxfMakesAnAc1012Dxf) {
     VELKO_REQUIRE_CORPUS();
     TempFile out("r13_new_out.dxf");
-    const CommandOutcome r = VelkoStderr("new " + CorpusPath(kRelaid) + " " + out.path());
+    const CommandOutcome r = RunVelko("new --json " + CorpusPath(kPlainDxf13) + " " + out.path());
+    ASSERT_EQ(r.status, 0) << r.out;
+    const velko_test::json::Value v = ParseJson(r.out);
+    EXPECT_EQ(v["to"].as_string(), "ASCII DXF");
+    EXPECT_TRUE(HoldsAc1012(out.path()));
+    ExpectSameContents(ReadContents(out.path()), ReadContents(CorpusPath(kPlainDxf13)));
+}
+
+TEST(Release13NewCli, ATemplateTheDxfWriterRefusesNamesTheEntity) {
+    VELKO_REQUIRE_CORPUS();
+    TempFile out("r13_new_refused.dxf");
+    const CommandOutcome r = VelkoStderr("new " + CorpusPath(kDxf13) + " " + out.path());
     EXPECT_EQ(r.status, 1) << r.out;
     EXPECT_NE(r.out.find(out.path()), std::string::npos) << r.out;
-    EXPECT_NE(r.out.find("not written as DXF yet"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("the save stopped at the "), std::string::npos) << r.out;
 }

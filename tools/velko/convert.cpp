@@ -7,7 +7,9 @@
 // use). The hooks, the load fraction and the counts come through the tool support calls;
 // the work itself goes through the flat calls.
 //
-// A drawing is saved in the release it was read in: --release only checks that.
+// A drawing is saved in the release it was read in: --release only checks that. A release 13
+// drawing is written as DXF too; its binary form has no sentinel, and the summary says so.
+// A save that an entity stopped names the entity's kind and handle.
 #include "command_support.h"
 #include "commands.h"
 #include "interface/tool_support.h"
@@ -20,6 +22,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -156,17 +159,37 @@ int16_t LoadAndSave(int16_t h, const ConvertOptions &o, ConvertProgress &progres
     return Save(h, o);
 }
 
-// The failed save's message, and for a release 13 drawing written as DXF the reason
-// behind it. Returns 1.
-int RefusedToSave(const char *out, int16_t code, int16_t release) {
-    Refused(out, code);
-    if (release == 13 && !NamesDwg(out))
+// Why a save of a release 13 drawing as DXF stopped, when an entity stopped it (a kind the
+// DXF writer has no groups for: 3DSOLID, BODY, REGION, OLEFRAME): "the 3DSOLID 2A", or ""
+// when the save did not stop at an entity. Asked before the drawing is closed.
+std::string StoppedAt(int16_t h, int16_t release, const char *out) {
+    if (release != 13 || NamesDwg(out))
+        return "";
+    std::string kind, handle;
+    if (!tool_support::SaveStoppedAt(h, &kind, &handle))
+        return "";
+    return "the " + kind + " " + handle;
+}
+
+// The failed save's message: the library's text for its code, or, when the save left no
+// code, that it failed; then the entity that stopped it when one did. Returns 1.
+int RefusedToSave(const char *out, int16_t code, const std::string &stopped_at) {
+    if (code != 0)
+        Refused(out, code);
+    else if (stopped_at.empty())
+        std::fprintf(stderr, "velko: %s: the save failed\n", out);
+    if (!stopped_at.empty())
         std::fprintf(stderr,
-                     "velko: %s: a release 13 drawing is not written as DXF yet; write it "
-                     "to a .dwg\n",
-                     out);
+                     "velko: %s: the save stopped at %s: a release 13 DXF has no groups for "
+                     "that kind; write the drawing to a .dwg\n",
+                     out, stopped_at.c_str());
     return 1;
 }
+
+// The word on a binary DXF of release 13: the form is written without the sentinel that
+// opens a binary DXF, so the file is told by its first group alone.
+const char kNoSentinel[] = "a release 13 binary DXF is written without the binary sentinel: "
+                           "other readers may not take it";
 
 } // namespace
 
@@ -194,9 +217,10 @@ int RunConvert(int argc, char **argv) {
     bar.Finish();
     const int16_t code = CDBGetErrorNumber(h);
     const int16_t release = CDBGetAutoCADVersion(h);
+    const std::string stopped_at = saved == CDB_FAIL ? StoppedAt(h, release, o.out) : "";
     CDBEndOperation(h);
     if (saved == CDB_FAIL)
-        return RefusedToSave(o.out, code, release);
+        return RefusedToSave(o.out, code, stopped_at);
 
     const double seconds = std::chrono::duration<double>(ProgressBar::Clock::now() - start).count();
     const DrawingForm to_form = NamesDwg(o.out)
@@ -212,6 +236,8 @@ int RunConvert(int argc, char **argv) {
     report.AddInt("records", counts.table_records);
     report.AddInt("bytes", FileBytes(o.out));
     report.AddNumber("seconds", std::round(seconds * 1000) / 1000); // to the millisecond
+    if (release == 13 && to_form == DrawingForm::kBinaryDxf)
+        report.AddText("note", kNoSentinel);
     if (o.json)
         std::printf("%s\n", report.Json().c_str());
     else if (!o.quiet)
@@ -246,9 +272,9 @@ int RunNew(int argc, char **argv) {
         if (left == CDB_FAIL) // the template did not open
             return Refused(template_name, CDBGetErrorNumber(CDB_FAIL));
         const int16_t code = CDBGetErrorNumber(left);
-        const int16_t release = CDBGetAutoCADVersion(left);
+        const std::string stopped_at = StoppedAt(left, CDBGetAutoCADVersion(left), out);
         CDBEndOperation(left);
-        return RefusedToSave(out, code, release);
+        return RefusedToSave(out, code, stopped_at);
     }
     CDBEndOperation(h);
 

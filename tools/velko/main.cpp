@@ -29,8 +29,10 @@ const Command kCommands[] = {
     {"convert",
      "velko convert IN OUT [--binary] [--release 12|13] [--quiet] [--json]\n    reads a "
      "drawing of release 12 or 13 and writes it in the same release, as DWG\n    when OUT ends "
-     "in .dwg (any case), otherwise as DXF, ASCII or with --binary\n    binary (release 13 is "
-     "not yet written as DXF); --release refuses an input\n    of another release, since a "
+     "in .dwg (any case), otherwise as DXF, ASCII or with --binary\n    binary (a release 13 "
+     "binary DXF has no sentinel: other readers may\n    not take it; a drawing holding a "
+     "3DSOLID, BODY, REGION or OLE frame is\n    not written as DXF, and the tool names the "
+     "entity); --release refuses an input\n    of another release, since a "
      "drawing is saved in the release it was read in;\n    a job longer than a second shows a "
      "progress bar on stderr when stderr is a\n    terminal, never with --quiet, which also "
      "drops the summary",
@@ -38,7 +40,7 @@ const Command kCommands[] = {
     {"new",
      "velko new TEMPLATE OUT [--json]\n    makes a new drawing OUT from a template drawing of "
      "release 12 or 13, in\n    the template's release: DWG when OUT ends in .dwg (any case), "
-     "otherwise\n    ASCII DXF (release 12 only)",
+     "otherwise\n    ASCII DXF",
      RunNew},
     {"shapes",
      "velko shapes FILE.SHX [--json]\n    number, name, data length and width of each shape "
