@@ -11,6 +11,7 @@
 #include "dwg13/r13_tables.h"
 #include "dxf/r13_dxf_write.h"
 #include "interface/tool_support.h"
+#include "records/entity_kinds.h"
 
 #include "velkow32.h"
 
@@ -211,6 +212,33 @@ TEST(R13DxfWriteFile, ALineWithExtrusionZeroZeroMinusOneLosesItInTheFile) {
     ASSERT_EQ(entities.size(), 1u);
     EXPECT_EQ(ValueOf(entities[0], 210), "<none>");
     EXPECT_EQ(ValueOf(entities[0], 230), "<none>");
+}
+
+// An entity added to the main list goes behind the end that closes it, and the writer's
+// walk of the main list stops at that end: the DXF does not hold it. One added to a block
+// goes in front of the block's end and is written with the block.
+TEST(R13DxfWriteFile, AnEntityAddedToTheMainListStandsBehindItsEndAndIsNotWritten) {
+    TempFile dxf("r13w_added.dxf", SmallR13Dxf([](DxfText &d) { Line(d, "50", 0.0); }).Ascii());
+    const int16_t h = CDBStartFileReading(dxf.c_str(), nullptr);
+    ASSERT_GE(h, 0) << CDBGetErrorNumber(-1);
+    CDB_ENTITY line;
+    CDBEntityDefault(h, &line, CDB_LINE);
+    line.layer_index = 0;
+    line.line_type_index = -1;
+    line.line.end_point.x = 7.0;
+    const int32_t position = CDBEntityAdd(h, -1, &line);
+    ASSERT_GE(position, 0) << CDBGetErrorNumber(h);
+    CDB_ENTITY closing;
+    ASSERT_GE(CDBGetEntity(h, CDBPackEntityId(-1, uint16_t(position - 1)), &closing), 0);
+    EXPECT_EQ(closing.entity_type, CDB_ENDBLK);
+    FreeOwnedTexts(&closing);
+    TempFile out("r13w_added_out.dxf");
+    ASSERT_EQ(CDBSaveAsDXF(h, out.c_str(), 0), 0) << CDBGetErrorNumber(h);
+    CDBEndOperation(h);
+    const std::vector<DxfGroups> entities =
+        ObjectsOf(SectionOf(AsciiGroups(WholeFile(out.path())), "ENTITIES"));
+    ASSERT_EQ(entities.size(), 1u);
+    EXPECT_EQ(ValueOf(entities[0], 5), "50");
 }
 
 TEST(R13DxfWriteFile, ADrawingWithA3dSolidFailsAndTheOutputEndsInsideEntities) {
