@@ -1,6 +1,7 @@
 #include "bench_phase.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <cstdio>
 #include <sys/resource.h>
 
@@ -72,6 +73,16 @@ long long PeakResidentBytes() {
     if (getrusage(RUSAGE_SELF, &usage) != 0)
         return -1;
     return static_cast<long long>(usage.ru_maxrss) * 1024; // kilobytes on Linux
+}
+
+double Since(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+long long FileSize(const std::string &path) {
+    std::error_code ec;
+    const auto size = std::filesystem::file_size(path, ec);
+    return ec ? -1 : static_cast<long long>(size);
 }
 
 } // namespace velko_bench

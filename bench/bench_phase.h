@@ -4,6 +4,7 @@
 #ifndef VELKO_BENCH_PHASE_H
 #define VELKO_BENCH_PHASE_H
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,14 @@ std::string JsonPhase(const char *name, const Phase &p, long long bytes, long co
 
 // `s` as a JSON string, quotes included.
 std::string JsonString(const std::string &s);
+
+using Clock = std::chrono::steady_clock;
+
+// Seconds from `start` to now.
+double Since(Clock::time_point start);
+
+// The size of the file `path` in bytes; -1 when it cannot be had.
+long long FileSize(const std::string &path);
 
 // The largest resident set the process has had so far, in bytes; -1 when unknown.
 long long PeakResidentBytes();

@@ -15,22 +15,10 @@ namespace velko_bench {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr long kDefaultEntities = 200000;
 constexpr long kDefaultRounds = 5;
 // The most entities put in one list: a walk of a list ends at 32 767.
 constexpr long kListLimit = 30000;
-
-double Since(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-long long SizeOf(const std::string &path) {
-    std::error_code ec;
-    const auto size = std::filesystem::file_size(path, ec);
-    return ec ? -1 : static_cast<long long>(size);
-}
 
 void Report(int16_t code, const char *step, const std::string &path) {
     char message[64] = {};
@@ -187,8 +175,8 @@ bool Round(int16_t h, const std::string &dir, Rounds *r, bool timed) {
                      ascii.c_str(), read, written);
         return false;
     }
-    r->ascii_bytes = SizeOf(ascii);
-    r->binary_bytes = SizeOf(binary);
+    r->ascii_bytes = FileSize(ascii);
+    r->binary_bytes = FileSize(binary);
     if (timed) {
         r->ascii.times.push_back(ascii_time);
         r->binary.times.push_back(binary_time);
@@ -257,7 +245,7 @@ std::string DefaultR13DxfFile() {
 int RunR13Dxf(const R13DxfOptions &o) {
     const bool given = !o.file.empty();
     const std::string from = given ? o.file : DefaultR13DxfFile();
-    if (SizeOf(from) < 0) {
+    if (FileSize(from) < 0) {
         std::printf("release 13 DXF: %s is not there: nothing measured\n", from.c_str());
         return given ? 1 : 0;
     }

@@ -12,19 +12,7 @@ namespace velko_bench {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr long kDefaultRounds = 20;
-
-double Since(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-long long SizeOf(const std::string &path) {
-    std::error_code ec;
-    const auto size = std::filesystem::file_size(path, ec);
-    return ec ? -1 : static_cast<long long>(size);
-}
 
 // The entities of the main list and of every block's list.
 long CountEntities(int16_t h) {
@@ -108,7 +96,7 @@ std::string DefaultR13SaveFile() {
 int RunR13Save(const R13SaveOptions &o) {
     const bool given = !o.file.empty();
     const std::string in = given ? o.file : DefaultR13SaveFile();
-    const long long bytes = SizeOf(in);
+    const long long bytes = FileSize(in);
     if (bytes < 0) {
         std::printf("release 13 save: %s is not there: nothing measured\n", in.c_str());
         return given ? 1 : 0;
@@ -121,7 +109,7 @@ int RunR13Save(const R13SaveOptions &o) {
     const std::string out = dir + "/bench_r13_saved.dwg";
     Rounds r;
     bool ok = Round(in, out, &r, false);
-    r.written = SizeOf(out);
+    r.written = FileSize(out);
     const long rounds = o.iterations > 0 ? o.iterations : (o.seconds > 0 ? 1 : kDefaultRounds);
     const Clock::time_point start = Clock::now();
     for (long done = 0; ok; ++done) {

@@ -62,11 +62,13 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using velko_bench::Clock;
+using velko_bench::FileSize;
 using velko_bench::JsonPhase;
 using velko_bench::JsonString;
 using velko_bench::Phase;
 using velko_bench::PrintPhase;
+using velko_bench::Since;
 
 // Entities of the drawings of the DXF mode unless --entities says otherwise.
 constexpr long kDefaultDxfEntities = 200000;
@@ -323,12 +325,6 @@ long WalkDrawing(int16_t h) {
     return n;
 }
 
-long long FileSize(const std::string &path) {
-    std::error_code ec;
-    auto size = std::filesystem::file_size(path, ec);
-    return ec ? -1 : static_cast<long long>(size);
-}
-
 struct Result {
     long iterations = 0;
     double seconds = 0;
@@ -405,10 +401,6 @@ bool BenchFile(const std::string &path, const Options &o, Result *r, int16_t *co
 struct DxfResult {
     Phase load, walk, both, close;
 };
-
-double Since(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 // Opens the drawing and walks it, once; the phase times go to `r` when `timed`. The load
 // is the open and the loading of the entities, which a DXF does in the open and a release
