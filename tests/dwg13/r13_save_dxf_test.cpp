@@ -28,14 +28,6 @@ namespace {
 
 // ---- A small release 13 DXF ---------------------------------------------------------------
 
-DxfText &Record(DxfText &d, const char *kind, const char *handle, const char *marker) {
-    return d.G(0, kind).G(5, handle).G(100, "AcDbSymbolTableRecord").G(100, marker);
-}
-
-DxfText &Table(DxfText &d, const char *name, const char *handle, int count) {
-    return d.G(0, "TABLE").G(2, name).G(5, handle).G(100, "AcDbSymbolTable").G(70, count);
-}
-
 // Header values that differ from a new drawing's, with a drag mode whose flags do not fill
 // the bits a search for the tree depth would expect in front of it.
 void Header(DxfText &d) {
@@ -73,8 +65,8 @@ void Header(DxfText &d) {
 
 void Tables(DxfText &d) {
     d.Section("TABLES");
-    Table(d, "LTYPE", "5", 1);
-    Record(d, "LTYPE", "14", "AcDbLinetypeTableRecord")
+    d.R13Table("LTYPE", "5", 1);
+    d.R13Record("LTYPE", "14", "AcDbLinetypeTableRecord")
         .G(2, "CONTINUOUS")
         .G(70, 0)
         .G(3, "Solid line")
@@ -82,17 +74,21 @@ void Tables(DxfText &d) {
         .G(73, 0)
         .G(40, 0.0);
     d.EndTable();
-    Table(d, "LAYER", "2", 2);
-    Record(d, "LAYER", "10", "AcDbLayerTableRecord").G(2, "0").G(70, 0).G(62, 7).G(6, "CONTINUOUS");
+    d.R13Table("LAYER", "2", 2);
+    d.R13Record("LAYER", "10", "AcDbLayerTableRecord")
+        .G(2, "0")
+        .G(70, 0)
+        .G(62, 7)
+        .G(6, "CONTINUOUS");
     // Frozen and locked.
-    Record(d, "LAYER", "11", "AcDbLayerTableRecord")
+    d.R13Record("LAYER", "11", "AcDbLayerTableRecord")
         .G(2, "WALLS")
         .G(70, 5)
         .G(62, 5)
         .G(6, "CONTINUOUS");
     d.EndTable();
-    Table(d, "STYLE", "3", 1);
-    Record(d, "STYLE", "20", "AcDbTextStyleTableRecord")
+    d.R13Table("STYLE", "3", 1);
+    d.R13Record("STYLE", "20", "AcDbTextStyleTableRecord")
         .G(2, "STANDARD")
         .G(70, 0)
         .G(40, 0.0)
@@ -103,14 +99,14 @@ void Tables(DxfText &d) {
         .G(3, "txt")
         .G(4, "");
     d.EndTable();
-    Table(d, "APPID", "9", 1);
-    Record(d, "APPID", "12", "AcDbRegAppTableRecord").G(2, "ACAD").G(70, 0);
+    d.R13Table("APPID", "9", 1);
+    d.R13Record("APPID", "12", "AcDbRegAppTableRecord").G(2, "ACAD").G(70, 0);
     d.EndTable();
     // WINDOW has a block and no record: its record is made by the reader, without a handle.
-    Table(d, "BLOCK_RECORD", "1", 3);
-    Record(d, "BLOCK_RECORD", "1F", "AcDbBlockTableRecord").G(2, "*MODEL_SPACE");
-    Record(d, "BLOCK_RECORD", "1B", "AcDbBlockTableRecord").G(2, "*PAPER_SPACE");
-    Record(d, "BLOCK_RECORD", "40", "AcDbBlockTableRecord").G(2, "DOOR").G(70, 0);
+    d.R13Table("BLOCK_RECORD", "1", 3);
+    d.R13Record("BLOCK_RECORD", "1F", "AcDbBlockTableRecord").G(2, "*MODEL_SPACE");
+    d.R13Record("BLOCK_RECORD", "1B", "AcDbBlockTableRecord").G(2, "*PAPER_SPACE");
+    d.R13Record("BLOCK_RECORD", "40", "AcDbBlockTableRecord").G(2, "DOOR").G(70, 0);
     d.EndTable();
     d.EndSection();
 }

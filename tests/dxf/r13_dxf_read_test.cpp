@@ -40,25 +40,16 @@ DxfText &Header(DxfText &d) {
         .EndSection();
 }
 
-// 0 TABLE, 2 name, 5 handle, 100 marker, 70 count: the control record in its order.
-DxfText &Table(DxfText &d, const char *name, const char *handle, int count) {
-    return d.G(0, "TABLE").G(2, name).G(5, handle).G(100, "AcDbSymbolTable").G(70, count);
-}
-
-DxfText &Record(DxfText &d, const char *kind, const char *handle, const char *marker) {
-    return d.G(0, kind).G(5, handle).G(100, "AcDbSymbolTableRecord").G(100, marker);
-}
-
 DxfText &Ltypes(DxfText &d) {
-    Table(d, "LTYPE", "5", 2);
-    Record(d, "LTYPE", "14", "AcDbLinetypeTableRecord")
+    d.R13Table("LTYPE", "5", 2);
+    d.R13Record("LTYPE", "14", "AcDbLinetypeTableRecord")
         .G(2, "CONTINUOUS")
         .G(70, 0)
         .G(3, "Solid line")
         .G(72, 65)
         .G(73, 0)
         .G(40, 0.0);
-    Record(d, "LTYPE", "15", "AcDbLinetypeTableRecord")
+    d.R13Record("LTYPE", "15", "AcDbLinetypeTableRecord")
         .G(2, "DASHED")
         .G(70, 0)
         .G(3, "__ __")
@@ -73,20 +64,28 @@ DxfText &Ltypes(DxfText &d) {
 }
 
 DxfText &Layers(DxfText &d) {
-    Table(d, "LAYER", "2", 3);
-    Record(d, "LAYER", "10", "AcDbLayerTableRecord").G(2, "0").G(70, 0).G(62, 7).G(6, "CONTINUOUS");
-    Record(d, "LAYER", "11", "AcDbLayerTableRecord")
+    d.R13Table("LAYER", "2", 3);
+    d.R13Record("LAYER", "10", "AcDbLayerTableRecord")
+        .G(2, "0")
+        .G(70, 0)
+        .G(62, 7)
+        .G(6, "CONTINUOUS");
+    d.R13Record("LAYER", "11", "AcDbLayerTableRecord")
         .G(2, "WALLS")
         .G(70, 4)
         .G(62, -1)
         .G(6, "DASHED");
-    Record(d, "LAYER", "16", "AcDbLayerTableRecord").G(2, "ODD").G(70, 0).G(62, 3).G(6, "BYBLOCK");
+    d.R13Record("LAYER", "16", "AcDbLayerTableRecord")
+        .G(2, "ODD")
+        .G(70, 0)
+        .G(62, 3)
+        .G(6, "BYBLOCK");
     return d.EndTable();
 }
 
 DxfText &OtherTables(DxfText &d) {
-    Table(d, "STYLE", "3", 1);
-    Record(d, "STYLE", "20", "AcDbTextStyleTableRecord")
+    d.R13Table("STYLE", "3", 1);
+    d.R13Record("STYLE", "20", "AcDbTextStyleTableRecord")
         .G(2, "STANDARD")
         .G(70, 0)
         .G(40, 0.0)
@@ -97,8 +96,8 @@ DxfText &OtherTables(DxfText &d) {
         .G(3, "txt")
         .G(4, "");
     d.EndTable();
-    Table(d, "VPORT", "8", 1);
-    Record(d, "VPORT", "30", "AcDbViewportTableRecord")
+    d.R13Table("VPORT", "8", 1);
+    d.R13Record("VPORT", "30", "AcDbViewportTableRecord")
         .G(2, "*ACTIVE")
         .G(70, 0)
         .G(10, 0.0)
@@ -135,10 +134,10 @@ DxfText &OtherTables(DxfText &d) {
         .G(77, 0)
         .G(78, 0);
     d.EndTable();
-    Table(d, "APPID", "9", 1);
-    Record(d, "APPID", "12", "AcDbRegAppTableRecord").G(2, "ACAD").G(70, 0);
+    d.R13Table("APPID", "9", 1);
+    d.R13Record("APPID", "12", "AcDbRegAppTableRecord").G(2, "ACAD").G(70, 0);
     d.EndTable();
-    Table(d, "DIMSTYLE", "A", 1);
+    d.R13Table("DIMSTYLE", "A", 1);
     d.G(0, "DIMSTYLE")
         .G(105, "1D")
         .G(100, "AcDbSymbolTableRecord")
@@ -161,10 +160,10 @@ DxfText &OtherTables(DxfText &d) {
         .G(281, 1)
         .G(288, 1);
     d.EndTable();
-    Table(d, "BLOCK_RECORD", "1", 3);
-    Record(d, "BLOCK_RECORD", "1F", "AcDbBlockTableRecord").G(2, "*MODEL_SPACE");
-    Record(d, "BLOCK_RECORD", "1B", "AcDbBlockTableRecord").G(2, "*PAPER_SPACE");
-    Record(d, "BLOCK_RECORD", "40", "AcDbBlockTableRecord").G(2, "DOOR").G(70, 0);
+    d.R13Table("BLOCK_RECORD", "1", 3);
+    d.R13Record("BLOCK_RECORD", "1F", "AcDbBlockTableRecord").G(2, "*MODEL_SPACE");
+    d.R13Record("BLOCK_RECORD", "1B", "AcDbBlockTableRecord").G(2, "*PAPER_SPACE");
+    d.R13Record("BLOCK_RECORD", "40", "AcDbBlockTableRecord").G(2, "DOOR").G(70, 0);
     return d.EndTable();
 }
 
@@ -429,8 +428,8 @@ TEST_P(R13DxfRead, ATableWhoseControlRecordLacksItsMarkerLosesItsFirstRecord) {
     // 5 and 70 only: the reads of the marker and the count take 70 and the first record's
     // group 0, and its groups are then passed over up to the next record.
     d.G(0, "TABLE").G(2, "LAYER").G(5, "2").G(70, 2);
-    Record(d, "LAYER", "10", "AcDbLayerTableRecord").G(2, "0").G(62, 7).G(6, "CONTINUOUS");
-    Record(d, "LAYER", "11", "AcDbLayerTableRecord").G(2, "WALLS").G(62, 1).G(6, "DASHED");
+    d.R13Record("LAYER", "10", "AcDbLayerTableRecord").G(2, "0").G(62, 7).G(6, "CONTINUOUS");
+    d.R13Record("LAYER", "11", "AcDbLayerTableRecord").G(2, "WALLS").G(62, 1).G(6, "DASHED");
     d.EndTable();
     d.EndSection();
     Blocks(d);
@@ -447,8 +446,8 @@ TEST_P(R13DxfRead, AStyleWithoutABigFontHasAnEmptyOne) {
     d.Section("TABLES");
     Ltypes(d);
     Layers(d);
-    Table(d, "STYLE", "3", 1);
-    Record(d, "STYLE", "20", "AcDbTextStyleTableRecord").G(2, "STANDARD").G(70, 0).G(3, "txt");
+    d.R13Table("STYLE", "3", 1);
+    d.R13Record("STYLE", "20", "AcDbTextStyleTableRecord").G(2, "STANDARD").G(70, 0).G(3, "txt");
     d.EndTable();
     d.EndSection();
     Blocks(d);

@@ -31,14 +31,6 @@ enum class Form { kAscii, kBinary };
 
 // ---- The drawing --------------------------------------------------------------------------
 
-DxfText &TableHead(DxfText &d, const char *name, const char *handle, int count) {
-    return d.G(0, "TABLE").G(2, name).G(5, handle).G(100, "AcDbSymbolTable").G(70, count);
-}
-
-DxfText &RecordHead(DxfText &d, const char *kind, const char *handle, const char *marker) {
-    return d.G(0, kind).G(5, handle).G(100, "AcDbSymbolTableRecord").G(100, marker);
-}
-
 DxfText &EntityHead(DxfText &d, const char *kind, const char *handle, const char *layer,
                     const char *marker, bool paper = false) {
     d.G(0, kind).G(5, handle).G(100, "AcDbEntity");
@@ -109,8 +101,8 @@ DxfText &Header(DxfText &d) {
 // ACAD and VELKO; block records of both spaces, DOOR and, with `xref`, the reference REF.
 DxfText &Tables(DxfText &d, bool xref) {
     d.Section("TABLES");
-    TableHead(d, "LTYPE", "5", 1);
-    RecordHead(d, "LTYPE", "14", "AcDbLinetypeTableRecord")
+    d.R13Table("LTYPE", "5", 1);
+    d.R13Record("LTYPE", "14", "AcDbLinetypeTableRecord")
         .G(2, "CONTINUOUS")
         .G(70, 0)
         .G(3, "Solid line")
@@ -118,20 +110,20 @@ DxfText &Tables(DxfText &d, bool xref) {
         .G(73, 0)
         .G(40, 0.0);
     d.EndTable();
-    TableHead(d, "LAYER", "2", 2);
-    RecordHead(d, "LAYER", "10", "AcDbLayerTableRecord")
+    d.R13Table("LAYER", "2", 2);
+    d.R13Record("LAYER", "10", "AcDbLayerTableRecord")
         .G(2, "0")
         .G(70, 0)
         .G(62, 7)
         .G(6, "CONTINUOUS");
-    RecordHead(d, "LAYER", "11", "AcDbLayerTableRecord")
+    d.R13Record("LAYER", "11", "AcDbLayerTableRecord")
         .G(2, "WALLS")
         .G(70, 0)
         .G(62, -2)
         .G(6, "CONTINUOUS");
     d.EndTable();
-    TableHead(d, "STYLE", "3", 1);
-    RecordHead(d, "STYLE", "20", "AcDbTextStyleTableRecord")
+    d.R13Table("STYLE", "3", 1);
+    d.R13Record("STYLE", "20", "AcDbTextStyleTableRecord")
         .G(2, "STANDARD")
         .G(70, 0)
         .G(40, 0.0)
@@ -142,16 +134,16 @@ DxfText &Tables(DxfText &d, bool xref) {
         .G(3, "txt")
         .G(4, "");
     d.EndTable();
-    TableHead(d, "APPID", "9", 2);
-    RecordHead(d, "APPID", "12", "AcDbRegAppTableRecord").G(2, "ACAD").G(70, 0);
-    RecordHead(d, "APPID", "13", "AcDbRegAppTableRecord").G(2, "VELKO").G(70, 0);
+    d.R13Table("APPID", "9", 2);
+    d.R13Record("APPID", "12", "AcDbRegAppTableRecord").G(2, "ACAD").G(70, 0);
+    d.R13Record("APPID", "13", "AcDbRegAppTableRecord").G(2, "VELKO").G(70, 0);
     d.EndTable();
-    TableHead(d, "BLOCK_RECORD", "1", xref ? 4 : 3);
-    RecordHead(d, "BLOCK_RECORD", "1F", "AcDbBlockTableRecord").G(2, "*MODEL_SPACE");
-    RecordHead(d, "BLOCK_RECORD", "1B", "AcDbBlockTableRecord").G(2, "*PAPER_SPACE");
-    RecordHead(d, "BLOCK_RECORD", "40", "AcDbBlockTableRecord").G(2, "DOOR");
+    d.R13Table("BLOCK_RECORD", "1", xref ? 4 : 3);
+    d.R13Record("BLOCK_RECORD", "1F", "AcDbBlockTableRecord").G(2, "*MODEL_SPACE");
+    d.R13Record("BLOCK_RECORD", "1B", "AcDbBlockTableRecord").G(2, "*PAPER_SPACE");
+    d.R13Record("BLOCK_RECORD", "40", "AcDbBlockTableRecord").G(2, "DOOR");
     if (xref)
-        RecordHead(d, "BLOCK_RECORD", "60", "AcDbBlockTableRecord").G(2, "REF");
+        d.R13Record("BLOCK_RECORD", "60", "AcDbBlockTableRecord").G(2, "REF");
     d.EndTable();
     return d.EndSection();
 }

@@ -107,16 +107,10 @@ inline DxfText SmallR13Dxf(const std::function<void(DxfText &)> &entities,
         header(d);
     d.G(9, "$HANDSEED").G(5, "200").EndSection();
     d.Section("TABLES");
-    auto table = [&d](const char *name, const char *handle, int count) {
-        d.G(0, "TABLE").G(2, name).G(5, handle).G(100, "AcDbSymbolTable").G(70, count);
-    };
-    auto record = [&d](const char *kind, const char *handle, const char *marker) -> DxfText & {
-        return d.G(0, kind).G(5, handle).G(100, "AcDbSymbolTableRecord").G(100, marker);
-    };
-    table("VPORT", "8", 0);
+    d.R13Table("VPORT", "8", 0);
     d.EndTable();
-    table("LTYPE", "5", 1);
-    record("LTYPE", "14", "AcDbLinetypeTableRecord")
+    d.R13Table("LTYPE", "5", 1);
+    d.R13Record("LTYPE", "14", "AcDbLinetypeTableRecord")
         .G(2, "DASHED")
         .G(70, 0)
         .G(3, "__ __")
@@ -128,13 +122,25 @@ inline DxfText SmallR13Dxf(const std::function<void(DxfText &)> &entities,
         .G(49, -0.25)
         .G(74, 0);
     d.EndTable();
-    table("LAYER", "2", 3);
-    record("LAYER", "10", "AcDbLayerTableRecord").G(2, "0").G(70, 0).G(62, 7).G(6, "CONTINUOUS");
-    record("LAYER", "11", "AcDbLayerTableRecord").G(2, "WALLS").G(70, 0).G(62, 1).G(6, "DASHED");
-    record("LAYER", "12", "AcDbLayerTableRecord").G(2, "ROOF").G(70, 0).G(62, 2).G(6, "DASHED");
+    d.R13Table("LAYER", "2", 3);
+    d.R13Record("LAYER", "10", "AcDbLayerTableRecord")
+        .G(2, "0")
+        .G(70, 0)
+        .G(62, 7)
+        .G(6, "CONTINUOUS");
+    d.R13Record("LAYER", "11", "AcDbLayerTableRecord")
+        .G(2, "WALLS")
+        .G(70, 0)
+        .G(62, 1)
+        .G(6, "DASHED");
+    d.R13Record("LAYER", "12", "AcDbLayerTableRecord")
+        .G(2, "ROOF")
+        .G(70, 0)
+        .G(62, 2)
+        .G(6, "DASHED");
     d.EndTable();
-    table("STYLE", "3", 1);
-    record("STYLE", "20", "AcDbTextStyleTableRecord")
+    d.R13Table("STYLE", "3", 1);
+    d.R13Record("STYLE", "20", "AcDbTextStyleTableRecord")
         .G(2, "STANDARD")
         .G(70, 0)
         .G(40, 0.0)
@@ -145,14 +151,14 @@ inline DxfText SmallR13Dxf(const std::function<void(DxfText &)> &entities,
         .G(3, "txt")
         .G(4, "");
     d.EndTable();
-    table("VIEW", "6", 0);
+    d.R13Table("VIEW", "6", 0);
     d.EndTable();
-    table("UCS", "7", 0);
+    d.R13Table("UCS", "7", 0);
     d.EndTable();
-    table("APPID", "9", 1);
-    record("APPID", "13", "AcDbRegAppTableRecord").G(2, "ACAD").G(70, 0);
+    d.R13Table("APPID", "9", 1);
+    d.R13Record("APPID", "13", "AcDbRegAppTableRecord").G(2, "ACAD").G(70, 0);
     d.EndTable();
-    table("DIMSTYLE", "A", 1);
+    d.R13Table("DIMSTYLE", "A", 1);
     d.G(0, "DIMSTYLE")
         .G(105, "1D")
         .G(100, "AcDbSymbolTableRecord")
@@ -162,10 +168,10 @@ inline DxfText SmallR13Dxf(const std::function<void(DxfText &)> &entities,
         .G(340, "20")
         .G(271, 4);
     d.EndTable();
-    table("BLOCK_RECORD", "1", 3);
-    record("BLOCK_RECORD", "1F", "AcDbBlockTableRecord").G(2, "*MODEL_SPACE");
-    record("BLOCK_RECORD", "1B", "AcDbBlockTableRecord").G(2, "*PAPER_SPACE");
-    record("BLOCK_RECORD", "40", "AcDbBlockTableRecord").G(2, "DOOR");
+    d.R13Table("BLOCK_RECORD", "1", 3);
+    d.R13Record("BLOCK_RECORD", "1F", "AcDbBlockTableRecord").G(2, "*MODEL_SPACE");
+    d.R13Record("BLOCK_RECORD", "1B", "AcDbBlockTableRecord").G(2, "*PAPER_SPACE");
+    d.R13Record("BLOCK_RECORD", "40", "AcDbBlockTableRecord").G(2, "DOOR");
     d.EndTable();
     d.EndSection();
     d.Section("BLOCKS");

@@ -41,6 +41,14 @@ public:
     // 0 TABLE, 2 name, 70 count.
     DxfText &Table(const char *name, int count) { return G(0, "TABLE").G(2, name).G(70, count); }
     DxfText &EndTable() { return G(0, "ENDTAB"); }
+    // A release 13 table: 0 TABLE, 2 name, 5 the control's handle, its marker, 70 count.
+    DxfText &R13Table(const char *name, const char *handle, int count) {
+        return G(0, "TABLE").G(2, name).G(5, handle).G(100, "AcDbSymbolTable").G(70, count);
+    }
+    // The head of a release 13 table record: 0 kind, 5 handle, the two markers.
+    DxfText &R13Record(const char *kind, const char *handle, const char *marker) {
+        return G(0, kind).G(5, handle).G(100, "AcDbSymbolTableRecord").G(100, marker);
+    }
     DxfText &Layer(const char *name, int color = 7, const char *ltype = "CONTINUOUS",
                    int flags = 0) {
         return G(0, "LAYER").G(2, name).G(70, flags).G(62, color).G(6, ltype);
