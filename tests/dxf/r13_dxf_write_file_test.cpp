@@ -18,6 +18,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -265,7 +266,9 @@ TEST(R13DxfWriteFile, ADrawingWithA3dSolidFailsAndTheOutputEndsInsideEntities) {
     EXPECT_EQ(in.Drawing().LastDxfSaveStop().kind, "3DSOLID");
     EXPECT_EQ(in.Drawing().LastDxfSaveStop().handle, "5A");
     // A save that goes through forgets the stop.
-    in.Drawing().Entities().RemoveAt(1);
+    // Taken out of the list, the solid is the test's to delete.
+    std::unique_ptr<CModelEntity> solid(in.Drawing().Entities().At(1));
+    ASSERT_EQ(in.Drawing().Entities().RemoveAt(1), 1);
     EXPECT_EQ(in.Save("r13w_solid_out2.dxf"), 0);
     EXPECT_EQ(in.Drawing().LastDxfSaveStop().kind, "");
 }
