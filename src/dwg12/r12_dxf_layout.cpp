@@ -4,6 +4,7 @@
 #include "dwg12/r12_tables.h"
 
 #include <array>
+#include <cstring>
 
 namespace {
 
@@ -449,4 +450,13 @@ const R12DxfLayout *R12DxfTableLayout(int t) {
     default:
         return nullptr;
     }
+}
+
+const R12DxfLayout *R12DxfTableLayoutNamed(const char *name) {
+    for (int t = kR12Blocks; t <= kR12VxHeaders; ++t) {
+        const R12DxfLayout *layout = R12DxfTableLayout(t);
+        if (layout && name && std::strcmp(layout->name, name) == 0)
+            return layout;
+    }
+    return nullptr;
 }

@@ -105,5 +105,7 @@ extern const R12DxfLayout kR12ViewportGroups;
 // The groups of table `t` (the numbers of r12_tables.h), or null for the block table and
 // the viewport entity headers, which have no records of their own in a DXF file.
 const R12DxfLayout *R12DxfTableLayout(int t);
+// The same by the record's DXF name ("LAYER", "LTYPE", ...), or null.
+const R12DxfLayout *R12DxfTableLayoutNamed(const char *name);
 
 #endif

@@ -27,16 +27,6 @@ void ReplaceText(uint8_t *body, size_t offset, char *text) {
     StoreField<char *>(body, offset, text);
 }
 
-// The release 12 groups of the record named `name`, or null.
-const R12DxfLayout *Release12Groups(const char *name) {
-    for (int t = kR12Blocks; t <= kR12VxHeaders; ++t) {
-        const R12DxfLayout *layout = R12DxfTableLayout(t);
-        if (layout && std::strcmp(layout->name, name) == 0)
-            return layout;
-    }
-    return nullptr;
-}
-
 // Allocates `count` zeroed items of `size` into the pointer field at `offset`.
 void AllocateArray(uint8_t *body, size_t offset, size_t count, size_t size) {
     std::free(LoadField<void *>(body, offset));
@@ -233,7 +223,8 @@ int CR13TableRecord::ReadDXF(CR13DxfReader &reader, char *name) {
     if (!kind || !name || std::strcmp(name, kind->name) != 0)
         return 0;
     Clear();
-    const R12DxfLayout *release12 = kind->release12_groups ? Release12Groups(kind->name) : nullptr;
+    const R12DxfLayout *release12 =
+        kind->release12_groups ? R12DxfTableLayoutNamed(kind->name) : nullptr;
     RecordSink sink{*this, body_bytes, shape.flags_at, shape.flags_width, reader, {}, {},
                     0,     false,      false};
     CDxfStream &stream = reader.Stream();

@@ -25,16 +25,6 @@ namespace {
 using V12 = R12DxfValue;
 using V13 = R13DxfRecordValue;
 
-// The release 12 groups of the record named `name`, or null.
-const R12DxfLayout *Release12Groups(const char *name) {
-    for (int t = kR12Blocks; t <= kR12VxHeaders; ++t) {
-        const R12DxfLayout *layout = R12DxfTableLayout(t);
-        if (layout && std::strcmp(layout->name, name) == 0)
-            return layout;
-    }
-    return nullptr;
-}
-
 // Whether the release 12 group `code` gives way to a release 13 group of the same code
 // that stands in its place (not a handle, not an anchored one).
 bool ReplacedByRelease13(const R13DxfRecordKind &kind, int16_t code) {
@@ -163,7 +153,8 @@ int CR13TableRecord::WriteDXF(CR13DxfWriter &writer) const {
     // A block record has its name and nothing more.
     if (record_type == kR13BlockHeader)
         return s.WriteText(2, RecordName());
-    const R12DxfLayout *release12 = kind->release12_groups ? Release12Groups(kind->name) : nullptr;
+    const R12DxfLayout *release12 =
+        kind->release12_groups ? R12DxfTableLayoutNamed(kind->name) : nullptr;
     for (size_t i = 0; release12 && i < release12->count; ++i) {
         const R12DxfGroup &g = release12->groups[i];
         const int written = ReplacedByRelease13(*kind, g.code)
