@@ -8,6 +8,7 @@
 #include "fonts/shape_strokes.h"
 #include "fonts/shape_table.h"
 #include "fonts/shx_bytes.h"
+#include "support/font_feed.h"
 
 #include <atomic>
 #include <chrono>
@@ -39,6 +40,8 @@ using shx_test::IndexDirectories;
 using shx_test::ScratchDir;
 using shx_test::SdxFont;
 using shx_test::Shape;
+using velko_test::ExerciseShapeFile;
+using velko_test::ExerciseShapeTable;
 using Clock = std::chrono::steady_clock;
 
 constexpr uint32_t kSeed = 0x5A17C0DEu;
@@ -161,60 +164,6 @@ Bytes Mutate(const Bytes &base, std::mt19937 &random, std::string *what) {
     return bytes;
 }
 
-// Every lookup of a loaded shape file, and the strokes of every shape, its subshapes
-// taken from the same file.
-void Exercise(const CShapeFile &font) {
-    volatile double sink = 0;
-    ShapeCodesLookup lookup = [&font](int number, std::vector<uint8_t> *codes) {
-        return font.CodesOf(number, codes);
-    };
-    for (const ShapeEntry &entry : font.shapes) {
-        size_t n = 0;
-        const uint8_t *codes = ShapeCodes(entry.data, &n);
-        sink = sink + ShapeWidth(codes, n) + ShapeWidth(codes, n, ArcReach::kWholeArc);
-        sink = sink + DrawShape(codes, n, lookup).end.x;
-    }
-    for (const ExtraShape &extra : font.extra_shapes) {
-        size_t n = 0;
-        const uint8_t *codes = ShapeCodes(extra.data, &n);
-        sink = sink + ShapeWidth(codes, n, ArcReach::kWholeArc);
-        sink = sink + DrawShape(codes, n, lookup).end.x;
-    }
-    if (font.big_font) {
-        std::vector<uint8_t> data;
-        for (size_t i = 0; i < font.big_font->shapes.size() && i < 64; ++i)
-            ReadBigFontShape(*font.big_font, i, &data);
-    }
-}
-
-void ExerciseTable(const CShapeTable &table) {
-    for (int style = -1; style <= table.Count(); ++style) {
-        for (int number = -1; number <= 300; ++number) {
-            const char *name = nullptr;
-            size_t name_length = 0;
-            table.ShapeName(style, number, &name, &name_length);
-            if (name && name_length)
-                (void)name[name_length - 1];
-            const uint8_t *codes = nullptr;
-            size_t n = 0;
-            double width = 0;
-            table.ShapeData(style, number, &codes, &n, &width);
-            if (codes && n)
-                (void)codes[n - 1];
-        }
-        std::vector<uint8_t> codes;
-        for (int lead : {0x80, 0x81, 0x9F, 0xE0})
-            for (int trail : {0x40, 0x41, 0xA1})
-                table.ShapeDataByCode(style, static_cast<uint8_t>(lead),
-                                      static_cast<uint8_t>(trail), &codes);
-        if (const CShapeFile *font = table.File(style))
-            Exercise(*font);
-    }
-    int16_t style = 0, number = 0;
-    table.ShapeId(style, number, "A");
-    table.ShapeId(style, number, "");
-}
-
 // Runs `load` over kMutants damaged copies of `base` written to `path`. `load` tells
 // whether the mutant still loaded; enough of them must, or the damage never reaches past
 // the first checks.
@@ -298,11 +247,11 @@ TEST(ShapeMutation, Shapes11File) {
     RunMutants("shx11", BaseShx(), path, [&] {
         std::unique_ptr<CShapeFile> font = CShapeFile::Load(path);
         if (font)
-            Exercise(*font);
+            ExerciseShapeFile(*font);
         CShapeTable table;
         table.SetLocation(dir.File("DRAW.DWG").c_str(), nullptr);
         table.LoadFont("FONT.SHX", "FONT.SHX");
-        ExerciseTable(table);
+        ExerciseShapeTable(table);
         return font != nullptr;
     });
 }
@@ -315,11 +264,11 @@ TEST(ShapeMutation, UnifontFile) {
     RunMutants("unifont", BaseUnifont(), path, [&] {
         std::unique_ptr<CShapeFile> font = CShapeFile::Load(path);
         if (font)
-            Exercise(*font);
+            ExerciseShapeFile(*font);
         CShapeTable table;
         table.SetLocation(dir.File("DRAW.DWG").c_str(), nullptr);
         table.LoadFont("uni");
-        ExerciseTable(table);
+        ExerciseShapeTable(table);
         return font != nullptr;
     });
 }
@@ -344,7 +293,7 @@ TEST(ShapeMutation, BigFontFile) {
         table.SetLocation(dir.File("DRAW.DWG").c_str(), nullptr);
         table.LoadFont("MAIN.SHX", "BIG.SHX");
         table.LoadFont("BIG.SHX");
-        ExerciseTable(table);
+        ExerciseShapeTable(table);
         return big != nullptr;
     });
 }
@@ -360,7 +309,7 @@ TEST(ShapeMutation, IndexFile) {
         if (opened) {
             for (size_t i = 0; i < index.Entries().size() && i < 64; ++i) {
                 if (std::unique_ptr<CShapeFile> font = index.LoadShapeFile(static_cast<int>(i)))
-                    Exercise(*font);
+                    ExerciseShapeFile(*font);
                 if (std::unique_ptr<BigFont> big = index.LoadBigFont(static_cast<int>(i))) {
                     std::vector<uint8_t> data;
                     for (size_t k = 0; k < big->shapes.size() && k < 64; ++k)
@@ -374,7 +323,7 @@ TEST(ShapeMutation, IndexFile) {
         table.LoadFont("ROMANS.SHX", "KANJI");
         table.LoadFont("TXT.SHX");
         table.LoadFont("KANJI.SHX");
-        ExerciseTable(table);
+        ExerciseShapeTable(table);
         return opened;
     });
 }

@@ -8,6 +8,7 @@
 // is reproducible: it names the mutant's index and its damage. A mutant that crashes the
 // process or hangs is described on stderr before the process ends, and stays on disk.
 #include "fonts/ttf_bytes.h"
+#include "support/font_feed.h"
 
 #include "fonts/truetype_font.h"
 #include "velkow32.h"
@@ -63,7 +64,7 @@ double HangLimit() {
 }
 
 // The characters walked in every mutant: space, letters, a composite, one beyond 255.
-const uint16_t kCodes[] = {' ', 'A', 'g', '%', 0xC4, 0xE9, 0x2022, 300};
+const std::vector<uint16_t> kCodes = {' ', 'A', 'g', '%', 0xC4, 0xE9, 0x2022, 300};
 
 // ---------------------------------------------------------------------------------------
 // Reports of a crash or hang
@@ -279,70 +280,6 @@ bool WriteBytes(const std::string &path, const std::vector<uint8_t> &bytes) {
     return static_cast<bool>(out);
 }
 
-// Opens and walks one file; the first inconsistency found, or "".
-std::string Walk(const std::string &path, bool *opened = nullptr, int *decoded = nullptr) {
-    int16_t h = InitFont(0, path.c_str());
-    if (opened)
-        *opened = h >= 0;
-    if (h < 0)
-        return h == -123 ? "" : "InitFont gave " + std::to_string(h);
-    std::string trouble;
-    auto note = [&](const std::string &t) {
-        if (trouble.empty())
-            trouble = t;
-    };
-    long sink = 0;
-    for (uint16_t code : kCodes) {
-        int16_t n = SetCurrentChar(0, h, code);
-        if (n == -123)
-            continue;
-        if (n < 1) {
-            note("SetCurrentChar gave " + std::to_string(n));
-            continue;
-        }
-        if (decoded)
-            ++*decoded;
-        uint16_t advance = 0;
-        int16_t bearing = 0;
-        if (GetWidth(0, h, &advance, &bearing) != 0)
-            note("GetWidth failed");
-        for (int r = 1; r <= n; ++r) {
-            if (SetGlyf(0, h, static_cast<int16_t>(r)) != 0) {
-                note("SetGlyf failed");
-                continue;
-            }
-            user_compGlyfData data = {};
-            if (GetGlyfData(0, h, &data) != 0)
-                note("GetGlyfData failed");
-            int16_t contours = GetContourCount(0, h);
-            if (contours < 0)
-                note("negative contour count");
-            int last_end = -1;
-            for (int c = 0; c <= contours; ++c) { // one more than there are
-                int16_t e = c ? GetNextEndPoint(0, h) : GetFirstEndPoint(0, h);
-                last_end = static_cast<uint16_t>(e);
-            }
-            int16_t points = GetPointCount(0, h);
-            if (contours > 0 && last_end + 1 <= 0x7FFF && points != last_end + 1)
-                note("point count " + std::to_string(points) + " is not the last end point " +
-                     std::to_string(last_end) + " + 1");
-            for (int p = 0; p <= points; ++p) {
-                FNT_POINT pt = {};
-                if ((p ? GetNextPoint(0, h, &pt) : GetFirstPoint(0, h, &pt)) != 0 && points > 0)
-                    note("a point walk failed");
-                sink += pt.x + pt.y + pt.on_curve;
-            }
-        }
-        if (SetGlyf(0, h, static_cast<int16_t>(n + 1)) != -123)
-            note("SetGlyf past the records did not fail");
-    }
-    if (ExitFont(0, h) != 0)
-        note("ExitFont failed");
-    if (sink == 0x7FFFFFFF)
-        std::puts(""); // never: keeps the reads
-    return trouble;
-}
-
 // Feeds `mutants` damaged copies of `pristine` to the library.
 void RunMutants(const std::string &label, const std::vector<uint8_t> &pristine, int mutants,
                 uint32_t seed) {
@@ -351,7 +288,7 @@ void RunMutants(const std::string &label, const std::vector<uint8_t> &pristine, 
     ASSERT_TRUE(WriteBytes(path, pristine));
     // The pristine font itself must open and walk cleanly.
     bool pristine_opened = false;
-    EXPECT_EQ(Walk(path, &pristine_opened), "") << label;
+    EXPECT_EQ(velko_test::WalkTrueType(path, kCodes, &pristine_opened), "") << label;
     ASSERT_TRUE(pristine_opened) << label;
     std::vector<Region> regions = Regions(pristine, path);
     ASSERT_FALSE(regions.empty());
@@ -369,7 +306,7 @@ void RunMutants(const std::string &label, const std::vector<uint8_t> &pristine, 
         guard.Begin(what);
         Clock::time_point start = Clock::now();
         bool was_opened = false;
-        std::string trouble = Walk(path, &was_opened, &decoded);
+        std::string trouble = velko_test::WalkTrueType(path, kCodes, &was_opened, &decoded);
         opened += was_opened ? 1 : 0;
         double seconds = std::chrono::duration<double>(Clock::now() - start).count();
         guard.End();

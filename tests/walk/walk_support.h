@@ -9,6 +9,7 @@
 #pragma once
 
 #include "support/dwg12_builder.h"
+#include "support/owned_texts.h"
 
 #include "velkow32.h"
 
@@ -114,14 +115,6 @@ public:
 private:
     bool temporary_ = false;
 };
-
-// Frees the texts that a list mode record of an entity hands to its caller (TEXT one,
-// ATTRIB two, ATTDEF three, DIMENSION one, block start three) and nulls them.
-void FreeCopies(CDB_ENTITY &record);
-// The text fields of a record's kind (the ones a list mode record hands out as copies),
-// null where the kind has fewer than three.
-std::array<char **, 3> CopiedTexts(CDB_ENTITY &record);
-void FreeCopies(CDB_STARTBLOCK_ENTITY_type &block);
 
 // A record cleared to zero.
 CDB_ENTITY NewRecord();
