@@ -7,6 +7,9 @@ MAKEFLAGS += --no-print-directory
 BUILD_DIR      ?= build
 ASAN_BUILD_DIR ?= build-asan
 WERROR_DIR     ?= build-werror
+FUZZ_BUILD_DIR ?= build-fuzz
+FUZZ_SECONDS   ?= 60
+FUZZ_TARGETS   ?=
 JOBS           ?= $(shell nproc 2>/dev/null || echo 2)
 CTEST_JOBS     ?= 2
 TEST_TIMEOUT   ?= 300
@@ -35,9 +38,9 @@ CMAKE_EXTRA := $(if $(VELKO_CORPUS),-DVELKO_CORPUS=$(VELKO_CORPUS),)
 # Root installs directly; otherwise through sudo when it exists.
 SUDO := $(shell if [ "$$(id -u)" != 0 ] && command -v sudo >/dev/null 2>&1; then echo sudo; fi)
 
-FORMAT_DIRS := include src tools tests bench
+FORMAT_DIRS := include src tools tests bench fuzz
 
-.PHONY: all deps build run test asan werror format format-check clean
+.PHONY: all deps fuzz-deps build run test asan werror fuzz format format-check clean
 
 all: build
 
@@ -83,6 +86,28 @@ asan: deps
 	$(ASAN_ENV) cmake --build $(ASAN_BUILD_DIR) -j$(JOBS)
 	cd $(ASAN_BUILD_DIR) && $(ASAN_ENV) ctest --output-on-failure -j$(CTEST_JOBS) --timeout $(TEST_TIMEOUT)
 
+# The fuzzers (clang, libFuzzer, ASan+UBSan): `make fuzz FUZZ_SECONDS=1800` builds them and
+# runs each for that long, two at a time on two processors; FUZZ_TARGETS="dwg12 shx" runs
+# some. A finding is kept in fuzz/regressions/TARGET/ and fails the run. See fuzz/run.sh.
+fuzz-deps: deps
+	@missing=""; \
+	command -v clang++ >/dev/null 2>&1 || missing="$$missing clang"; \
+	ls /usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-x86_64.a >/dev/null 2>&1 || \
+	    missing="$$missing libclang-rt-dev"; \
+	if [ -n "$$missing" ]; then \
+	    echo "fuzz-deps: installing missing packages:$$missing"; \
+	    $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get update -q && \
+	    $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get install -y -q \
+	        --no-install-recommends $$missing; \
+	fi
+
+fuzz: fuzz-deps
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	    -DVELKO_FUZZ=ON -DVELKO_WERROR=$(VELKO_WERROR) -DVELKO_BUILD_TESTS=OFF \
+	    -DVELKO_BUILD_BENCH=OFF $(CMAKE_EXTRA)
+	cmake --build $(FUZZ_BUILD_DIR) -j$(JOBS)
+	$(if $(VELKO_CORPUS),VELKO_CORPUS=$(VELKO_CORPUS)) fuzz/run.sh $(FUZZ_BUILD_DIR) $(FUZZ_SECONDS) $(FUZZ_TARGETS)
+
 # Warnings-as-errors build without sanitizers.
 werror: deps
 	cmake -S . -B $(WERROR_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVELKO_WERROR=ON $(CMAKE_EXTRA)
@@ -103,4 +128,4 @@ format-check: deps
 	else echo "format-check: no sources"; fi
 
 clean:
-	rm -rf $(BUILD_DIR) $(ASAN_BUILD_DIR) $(WERROR_DIR)
+	rm -rf $(BUILD_DIR) $(ASAN_BUILD_DIR) $(WERROR_DIR) $(FUZZ_BUILD_DIR)

@@ -76,7 +76,7 @@ def check(repo):
     rules = read_rules(repo)
     problems = []
     checked = 0
-    for top in ("src", "tools", "bench"):
+    for top in ("src", "tools", "bench", "fuzz"):
         for dirpath, _, files in os.walk(os.path.join(repo, top)):
             for name in sorted(files):
                 if not name.endswith(SOURCES):

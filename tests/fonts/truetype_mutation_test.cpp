@@ -46,10 +46,7 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using velko_test::ttf::Component;
 using velko_test::ttf::Font;
-using velko_test::ttf::Glyph;
-using velko_test::ttf::Square;
 
 constexpr uint32_t kSeed = 0x7A11F0E5u;
 
@@ -319,45 +316,6 @@ void RunMutants(const std::string &label, const std::vector<uint8_t> &pristine, 
                 label.c_str(), mutants, opened, decoded, slowest);
 }
 
-// A font written by hand with simple and composite glyphs of every transform kind.
-Font HandFont() {
-    Font f;
-    Glyph missing;
-    missing.contours = {Square(0, 0, 500), Square(50, 50, 400)};
-    Glyph space;
-    space.advance = 250;
-    Glyph a;
-    a.contours = {{{0, 0, true}, {300, 700, false}, {600, 0, true}},
-                  {{150, 200, true}, {450, 200, true}, {300, 400, false}}};
-    a.instructions = {0x40, 0x01, 0x00};
-    Glyph g;
-    g.contours = {Square(0, -200, 500), {{-1000, 5, true}, {1000, -5, false}, {0, 30000, true}}};
-    Glyph accent;
-    accent.contours = {{{100, 700, true}, {200, 800, true}, {300, 700, true}}};
-    f.glyphs = {missing, space, a, g, accent};
-    auto composite = [&](std::vector<int16_t> transform, bool words) {
-        Glyph c;
-        Component base;
-        base.glyph = 2;
-        base.flags = 0x0002 | 0x0200;
-        base.force_words = words;
-        Component mark;
-        mark.glyph = 4;
-        mark.argument_1 = 20;
-        mark.argument_2 = 300;
-        mark.transform = transform;
-        c.components = {base, mark};
-        c.instructions = {0xB0, 0x00};
-        return c;
-    };
-    f.glyphs.push_back(composite({}, false));
-    f.glyphs.push_back(composite({8192}, true));
-    f.glyphs.push_back(composite({16384, -16384}, false));
-    f.glyphs.push_back(composite({16384, 100, -100, 16384}, true));
-    f.cmap = {{' ', 1}, {'A', 2}, {'g', 3}, {'%', 4}, {0xC4, 5}, {0xE9, 6}, {0x2022, 7}, {300, 8}};
-    return f;
-}
-
 } // namespace
 
 TEST(TrueTypeMutation, DamagedDejaVuSansEndsQuicklyAndCleanly) {
@@ -368,7 +326,7 @@ TEST(TrueTypeMutation, DamagedDejaVuSansEndsQuicklyAndCleanly) {
         bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
     if (bytes.size() < 1024) {
         // Without DejaVu Sans the hand-made font stands in.
-        Font f = HandFont();
+        Font f = velko_test::ttf::HandMadeFont();
         f.format0 = true;
         RunMutants("handmade-standin", velko_test::ttf::Build(f), 600, kSeed);
         return;
@@ -377,7 +335,7 @@ TEST(TrueTypeMutation, DamagedDejaVuSansEndsQuicklyAndCleanly) {
 }
 
 TEST(TrueTypeMutation, DamagedHandMadeFontsEndQuicklyAndCleanly) {
-    Font f = HandFont();
+    Font f = velko_test::ttf::HandMadeFont();
     RunMutants("short-loca-format4", velko_test::ttf::Build(f), 300, kSeed + 1);
     f.long_loca = true;
     f.format0 = true;

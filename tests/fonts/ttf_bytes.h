@@ -444,6 +444,45 @@ inline std::vector<Point> Square(int x, int y, int size) {
     return {{x, y, true}, {x, y + size, true}, {x + size, y + size, true}, {x + size, y, true}};
 }
 
+// A font written by hand with simple and composite glyphs of every transform kind.
+inline Font HandMadeFont() {
+    Font f;
+    Glyph missing;
+    missing.contours = {Square(0, 0, 500), Square(50, 50, 400)};
+    Glyph space;
+    space.advance = 250;
+    Glyph a;
+    a.contours = {{{0, 0, true}, {300, 700, false}, {600, 0, true}},
+                  {{150, 200, true}, {450, 200, true}, {300, 400, false}}};
+    a.instructions = {0x40, 0x01, 0x00};
+    Glyph g;
+    g.contours = {Square(0, -200, 500), {{-1000, 5, true}, {1000, -5, false}, {0, 30000, true}}};
+    Glyph accent;
+    accent.contours = {{{100, 700, true}, {200, 800, true}, {300, 700, true}}};
+    f.glyphs = {missing, space, a, g, accent};
+    auto composite = [&](std::vector<int16_t> transform, bool words) {
+        Glyph c;
+        Component base;
+        base.glyph = 2;
+        base.flags = 0x0002 | 0x0200;
+        base.force_words = words;
+        Component mark;
+        mark.glyph = 4;
+        mark.argument_1 = 20;
+        mark.argument_2 = 300;
+        mark.transform = transform;
+        c.components = {base, mark};
+        c.instructions = {0xB0, 0x00};
+        return c;
+    };
+    f.glyphs.push_back(composite({}, false));
+    f.glyphs.push_back(composite({8192}, true));
+    f.glyphs.push_back(composite({16384, -16384}, false));
+    f.glyphs.push_back(composite({16384, 100, -100, 16384}, true));
+    f.cmap = {{' ', 1}, {'A', 2}, {'g', 3}, {'%', 4}, {0xC4, 5}, {0xE9, 6}, {0x2022, 7}, {300, 8}};
+    return f;
+}
+
 } // namespace ttf
 } // namespace velko_test
 

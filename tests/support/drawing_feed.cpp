@@ -465,7 +465,7 @@ std::string CheckFileInfo(const std::string &path) {
 }
 
 // Everything an opened drawing `h` offers, the saves with `save`, and the close.
-void ReadOpened(int16_t h, const std::string &path, bool save, Outcome *out) {
+void ReadOpened(int16_t h, const std::string &path, bool save, bool reread, Outcome *out) {
     out->opened = true;
     ReadReport report = ReadEverything(h);
     ReadEntities(h, &report);
@@ -473,7 +473,7 @@ void ReadOpened(int16_t h, const std::string &path, bool save, Outcome *out) {
     out->records = report.records;
     out->walked = report.walked;
     if (save)
-        out->saved = SaveEveryForm(h, path);
+        out->saved = reread ? SaveAndReread(h, path) : SaveEveryForm(h, path);
     if (out->trouble.empty())
         out->trouble = report.trouble;
     int16_t closed = CDBEndOperation(h);
@@ -485,7 +485,7 @@ void ReadOpened(int16_t h, const std::string &path, bool save, Outcome *out) {
 
 } // namespace
 
-Outcome FeedDrawing(const std::string &path, bool save) {
+Outcome FeedDrawing(const std::string &path, bool save, bool reread) {
     Outcome out;
     Clock::time_point start = Clock::now();
 
@@ -493,7 +493,7 @@ Outcome FeedDrawing(const std::string &path, bool save) {
     int16_t h = CDBStartFileReading(path.c_str(), nullptr);
     out.status = h;
     if (h >= 0) {
-        ReadOpened(h, path, save, &out);
+        ReadOpened(h, path, save, reread, &out);
     } else {
         out.code = CDBGetErrorNumber(-123);
         if (h != -123 && out.trouble.empty())

@@ -66,7 +66,8 @@ int SaveEveryForm(int16_t h, const std::string &path);
 // they wrote may crash; what they refuse is their business.
 int SaveAndReread(int16_t h, const std::string &path);
 
-// FeedFile without a watchdog: the whole feed of one file on this thread.
-Outcome FeedDrawing(const std::string &path, bool save = false);
+// FeedFile without a watchdog: the whole feed of one file on this thread. With `reread`
+// the saves are those of SaveAndReread.
+Outcome FeedDrawing(const std::string &path, bool save = false, bool reread = false);
 
 } // namespace velko_test
