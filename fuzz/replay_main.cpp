@@ -4,12 +4,15 @@
 //
 //     velko_fuzz_replay FOLDER [TARGET]
 //
-// Exit status 0 when every input ended; a crash or a sanitizer report ends the program on
-// the input, which it names first.
+// Exit status 0 when every input ended within the time bound (VELKO_FUZZ_REPLAY_SECONDS,
+// default 5 seconds; a sanitizer build gets four times as long), 1 when one took longer; a
+// crash or a sanitizer report ends the program on the input, which it names first.
 #include "fuzz_targets.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -17,7 +20,25 @@
 #include <string>
 #include <vector>
 
+#if defined(__SANITIZE_ADDRESS__)
+#define VELKO_REPLAY_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define VELKO_REPLAY_SANITIZED 1
+#endif
+#endif
+#ifndef VELKO_REPLAY_SANITIZED
+#define VELKO_REPLAY_SANITIZED 0
+#endif
+
 namespace {
+
+// What one input may take, in seconds.
+double TimeBound() {
+    const char *given = std::getenv("VELKO_FUZZ_REPLAY_SECONDS");
+    const double seconds = given ? std::atof(given) : 0.0;
+    return (seconds > 0.0 ? seconds : 5.0) * (VELKO_REPLAY_SANITIZED ? 4.0 : 1.0);
+}
 
 std::vector<uint8_t> ReadAll(const std::filesystem::path &path) {
     std::ifstream in(path, std::ios::binary);
@@ -44,7 +65,8 @@ int main(int argc, char **argv) {
         return 2;
     }
     FuzzSetUp();
-    size_t replayed = 0;
+    const double bound = TimeBound();
+    size_t replayed = 0, slow = 0;
     for (size_t i = 0; i < kFuzzTargetCount; ++i) {
         const FuzzTarget &target = kFuzzTargets[i];
         if (argc == 3 && std::strcmp(argv[2], target.name) != 0)
@@ -53,10 +75,19 @@ int main(int argc, char **argv) {
              InputsOf(std::filesystem::path(argv[1]) / target.name)) {
             std::fprintf(stderr, "%s: %s\n", target.name, input.filename().c_str());
             const std::vector<uint8_t> bytes = ReadAll(input);
+            const auto start = std::chrono::steady_clock::now();
             target.run(bytes.data(), bytes.size());
+            const double spent =
+                std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+            if (spent > bound) {
+                std::fprintf(stderr, "%s: %s took %.2f s, more than %.2f s\n", target.name,
+                             input.filename().c_str(), spent, bound);
+                ++slow;
+            }
             ++replayed;
         }
     }
-    std::printf("velko_fuzz_replay: %zu kept inputs ended\n", replayed);
-    return 0;
+    std::printf("velko_fuzz_replay: %zu kept inputs ended, %zu of them too slowly\n", replayed,
+                slow);
+    return slow == 0 ? 0 : 1;
 }

@@ -135,16 +135,25 @@ std::vector<uint16_t> MappedCodes(const std::string &path, size_t budget) {
     CTrueTypeFont font;
     if (!font.Open(path.c_str()))
         return codes;
-    if (font.HasFormat0())
-        for (int code = 0; code < 256 && codes.size() < budget; ++code)
+    // One code per glyph: a map that sends many codes to one glyph has it walked once.
+    std::vector<bool> walked(65536, false);
+    auto take = [&](uint32_t code) {
+        uint16_t glyph = 0;
+        if (font.MapCode(static_cast<uint16_t>(code), &glyph) && !walked[glyph]) {
+            walked[glyph] = true;
             codes.push_back(static_cast<uint16_t>(code));
+        }
+    };
+    if (font.HasFormat0())
+        for (uint32_t code = 0; code < 256 && codes.size() < budget; ++code)
+            take(code);
     if (font.HasFormat4()) {
         const TtfFormat4 &map = font.Format4();
         const size_t segments = std::min(map.start_code.size(), map.end_code.size());
         for (size_t i = 0; i < segments && codes.size() < budget; ++i)
             for (uint32_t code = map.start_code[i];
                  code <= map.end_code[i] && codes.size() < budget; ++code)
-                codes.push_back(static_cast<uint16_t>(code));
+                take(code);
     }
     return codes;
 }

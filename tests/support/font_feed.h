@@ -28,8 +28,8 @@ void ExerciseShapeTable(const CShapeTable &table);
 std::string WalkTrueType(const std::string &path, const std::vector<uint16_t> &codes,
                          bool *opened = nullptr, int *decoded = nullptr);
 // The character codes that a TrueType file's character map maps, in the order of its
-// format 0 table and its format 4 segments, at most `budget` of them; none when the file
-// does not open.
+// format 0 table and its format 4 segments, one code for each glyph they reach (the first
+// that reaches it), at most `budget` of them; none when the file does not open.
 std::vector<uint16_t> MappedCodes(const std::string &path, size_t budget);
 
 } // namespace velko_test
