@@ -188,6 +188,27 @@ private:
 // The process's data size now (VmData of /proc/self/status) in bytes; 0 when unknown.
 size_t CurrentDataBytes();
 
+// The memory bound of reading any file: kMemoryPerFileByte bytes for each byte of the file
+// plus kMemoryBase. Both are measured over the corpus and the mutation sets (the peak
+// resident memory a feed adds, see PeakMemory) with headroom, and stated in the README.
+constexpr size_t kMemoryPerFileByte = 32;
+constexpr size_t kMemoryBase = size_t(8) << 20;
+constexpr size_t MemoryBound(size_t file_bytes) {
+    return kMemoryPerFileByte * file_bytes + kMemoryBase;
+}
+
+// The peak of the process's resident memory from its making on, over what it held then
+// (Linux: the peak mark is reset through /proc/self/clear_refs). Added() is -1 when it
+// cannot be measured, and under a sanitizer, whose shadow and quarantine it would count.
+class PeakMemory {
+public:
+    PeakMemory();
+    int64_t Added() const;
+
+private:
+    int64_t start_ = -1;
+};
+
 // For its lifetime, the process's data memory (RLIMIT_DATA: heap and private mappings)
 // may grow by at most `extra` bytes beyond what it holds now (after the free top of the
 // heap is given back); an allocation past that fails. The previous limit comes back when
