@@ -2,6 +2,7 @@
 
 #include "velkow32.h"
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -87,11 +88,19 @@ bool MakeBlockDrawing(const std::string &template_path, const std::string &out, 
 }
 
 BlockWalk WalkBlocksByIndex(const std::string &path) {
+    using Clock = std::chrono::steady_clock;
+    const auto since = [](Clock::time_point start) {
+        return std::chrono::duration<double>(Clock::now() - start).count();
+    };
     BlockWalk walk;
+    Clock::time_point start = Clock::now();
     const int16_t h = CDBStartFileReading(path.c_str(), nullptr);
     if (h < 0)
         return walk;
     walk.opened = true;
+    CDBEntityCount(h, -1);
+    walk.load_seconds = since(start);
+    start = Clock::now();
     const int16_t count = CDBBlockTableCount(h);
     CDB_STARTBLOCK_ENTITY_type block;
     std::memset(static_cast<void *>(&block), 0, sizeof block);
@@ -103,7 +112,10 @@ BlockWalk WalkBlocksByIndex(const std::string &path) {
         walk.entities += WalkEntities(h, index);
     }
     walk.main_entities = WalkEntities(h, -1);
+    walk.walk_seconds = since(start);
+    start = Clock::now();
     CDBEndOperation(h);
+    walk.close_seconds = since(start);
     return walk;
 }
 
