@@ -31,11 +31,11 @@ namespace velko_test {
 using Clock = std::chrono::steady_clock;
 
 double MutantTimeLimit() {
-    return VELKO_TEST_SANITIZED ? 5.0 : 0.5;
+    return VELKO_TEST_SANITIZED ? 2.0 : 0.5;
 }
 
 double HangLimit() {
-    return VELKO_TEST_SANITIZED ? 60.0 : 10.0;
+    return VELKO_TEST_SANITIZED ? 30.0 : 10.0;
 }
 
 double MutationScale() {
