@@ -52,9 +52,9 @@ constexpr uint32_t kMutationSeed = 0x7E1C0D12u;
 
 // One input's open, reads and close must stay under this (seconds). Under a sanitizer the
 // code runs several times slower, and the bound grows with it. The slowest damaged input of
-// all the mutation tests took 0.027 s in a release build and 0.077 s under ASan and UBSan,
-// on a loaded 2-core machine: the bounds leave a factor of about 20 for machines that
-// others share.
+// all the mutation tests took 0.02 to 0.03 s in a release build and 0.08 to 0.2 s under
+// ASan and UBSan, on a 2-core machine with other work running: the bounds leave a factor of
+// 10 to 20 for machines that others share.
 double MutantTimeLimit();
 // Past this an input counts as hung: the watchdog stops the process with a report.
 double HangLimit();
