@@ -41,9 +41,13 @@
 //
 // --r13-dxf makes a release 13 drawing of N entities with the library and writes it as ASCII
 // and binary DXF and reads the ASCII file back, round by round (r13_dxf_bench.h).
+//
+// --blocks makes drawings of 300 and of 30,000 blocks with the library and times their walk
+// block by block with CDBBlockGet, per block, side by side (blocks_bench.h).
 #include "velkow32.h"
 
 #include "bench_phase.h"
+#include "blocks_bench.h"
 #include "dxf_maker.h"
 #include "r13_dxf_bench.h"
 #include "r13_save_bench.h"
@@ -92,42 +96,48 @@ struct Options {
     // The release 13 DXF write.
     bool r13_dxf = false;
     std::string r13_dxf_file; // empty: the corpus's dxf13/v.dxf
+    // The block lookup.
+    bool blocks = false;
 };
 
 void Usage(FILE *out) {
-    std::fprintf(out,
-                 "usage: velko_bench [--iterations N] [--seconds S] [--json] FILE...\n"
-                 "       velko_bench --dxf [--entities N] [--keep DIR] [--form ascii|binary|both]\n"
-                 "                   [--iterations N] [--seconds S] [--json]\n"
-                 "       velko_bench --save [--entities N] [--keep DIR] [--iterations N]\n"
-                 "                   [--seconds S] [--json]\n"
-                 "       velko_bench --r13-save [--r13-file FILE] [--iterations N] [--seconds S]\n"
-                 "                   [--json]\n"
-                 "       velko_bench --r13-dxf [--r13-dxf-file FILE] [--entities N]\n"
-                 "                   [--iterations N] [--seconds S] [--json]\n"
-                 "Opens each drawing, reads all its table records and header variables and\n"
-                 "closes it, N times or for at least S seconds (default 1 s; with both, until\n"
-                 "both are reached), and prints bytes, iterations, opens per second, MB/s and\n"
-                 "table records per second. Then, timed alike, opens and walks each drawing\n"
-                 "(main section and every block) and prints entities per second and MB/s.\n"
-                 "--json prints one JSON object per file.\n"
-                 "--dxf makes a release 12 DXF of N entities (default 200000) in ASCII and in\n"
-                 "binary form, in a temporary directory or in DIR (kept), and times the load\n"
-                 "and the walk of each apart, N rounds (default 5) or at least S seconds;\n"
-                 "prints best and median times, MB/s and entities/s for load, walk and both.\n"
-                 "--save makes the binary DXF of N entities, loads it and saves it as DWG, ASCII\n"
-                 "DXF and binary DXF, N rounds (default 5) or at least S seconds, and prints best\n"
-                 "and median times, MB/s and objects/s of each save; then loads and walks the\n"
-                 "DWG it wrote and prints load, walk and both as --dxf does.\n"
-                 "--r13-save loads a release 13 DWG (--r13-file FILE, by default the corpus's\n"
-                 "dwg13/example_r13_relaid.dwg) and saves it as DWG, N rounds (default 20) or at\n"
-                 "least S seconds, and prints load, save and both with MB/s, entities/s and the\n"
-                 "peak memory.\n"
-                 "--r13-dxf starts from a release 13 drawing (--r13-dxf-file FILE, by default the\n"
-                 "corpus's dxf13/v.dxf), saved as DWG and opened again, adds N entities (default\n"
-                 "200000) in blocks of at most 30000, writes it as ASCII and binary DXF and reads\n"
-                 "the ASCII file back, N rounds (default 5) or at least S seconds, and prints\n"
-                 "best and median times with MB/s and entities/s of each step.\n");
+    std::fprintf(
+        out, "usage: velko_bench [--iterations N] [--seconds S] [--json] FILE...\n"
+             "       velko_bench --dxf [--entities N] [--keep DIR] [--form ascii|binary|both]\n"
+             "                   [--iterations N] [--seconds S] [--json]\n"
+             "       velko_bench --save [--entities N] [--keep DIR] [--iterations N]\n"
+             "                   [--seconds S] [--json]\n"
+             "       velko_bench --r13-save [--r13-file FILE] [--iterations N] [--seconds S]\n"
+             "                   [--json]\n"
+             "       velko_bench --r13-dxf [--r13-dxf-file FILE] [--entities N]\n"
+             "                   [--iterations N] [--seconds S] [--json]\n"
+             "       velko_bench --blocks [--iterations N] [--seconds S] [--json]\n"
+             "Opens each drawing, reads all its table records and header variables and\n"
+             "closes it, N times or for at least S seconds (default 1 s; with both, until\n"
+             "both are reached), and prints bytes, iterations, opens per second, MB/s and\n"
+             "table records per second. Then, timed alike, opens and walks each drawing\n"
+             "(main section and every block) and prints entities per second and MB/s.\n"
+             "--json prints one JSON object per file.\n"
+             "--dxf makes a release 12 DXF of N entities (default 200000) in ASCII and in\n"
+             "binary form, in a temporary directory or in DIR (kept), and times the load\n"
+             "and the walk of each apart, N rounds (default 5) or at least S seconds;\n"
+             "prints best and median times, MB/s and entities/s for load, walk and both.\n"
+             "--save makes the binary DXF of N entities, loads it and saves it as DWG, ASCII\n"
+             "DXF and binary DXF, N rounds (default 5) or at least S seconds, and prints best\n"
+             "and median times, MB/s and objects/s of each save; then loads and walks the\n"
+             "DWG it wrote and prints load, walk and both as --dxf does.\n"
+             "--r13-save loads a release 13 DWG (--r13-file FILE, by default the corpus's\n"
+             "dwg13/example_r13_relaid.dwg) and saves it as DWG, N rounds (default 20) or at\n"
+             "least S seconds, and prints load, save and both with MB/s, entities/s and the\n"
+             "peak memory.\n"
+             "--r13-dxf starts from a release 13 drawing (--r13-dxf-file FILE, by default the\n"
+             "corpus's dxf13/v.dxf), saved as DWG and opened again, adds N entities (default\n"
+             "200000) in blocks of at most 30000, writes it as ASCII and binary DXF and reads\n"
+             "the ASCII file back, N rounds (default 5) or at least S seconds, and prints\n"
+             "best and median times with MB/s and entities/s of each step.\n"
+             "--blocks makes release 12 (and 13) drawings of 300 and of 30000 blocks, opens\n"
+             "them and gets every block by index and walks its entities, N rounds (default\n"
+             "5) or at least S seconds, and prints the time per block of both and the ratio.\n");
 }
 
 bool ParseArgs(int argc, char **argv, Options *o) {
@@ -177,6 +187,8 @@ bool ParseArgs(int argc, char **argv, Options *o) {
                 return false;
             o->r13_file = v;
             o->r13_save = true;
+        } else if (a == "--blocks") {
+            o->blocks = true;
         } else if (a == "--r13-dxf") {
             o->r13_dxf = true;
         } else if (a == "--r13-dxf-file") {
@@ -219,7 +231,7 @@ bool ParseArgs(int argc, char **argv, Options *o) {
             o->files.push_back(a);
         }
     }
-    if (o->files.empty() && !o->dxf && !o->save && !o->r13_save && !o->r13_dxf) {
+    if (o->files.empty() && !o->dxf && !o->save && !o->r13_save && !o->r13_dxf && !o->blocks) {
         std::fprintf(stderr, "velko_bench: no drawing given\n");
         return false;
     }
@@ -824,6 +836,14 @@ int main(int argc, char **argv) {
         r13.seconds = o.seconds;
         r13.json = o.json;
         if (velko_bench::RunR13Dxf(r13) != 0)
+            ++failures;
+    }
+    if (o.blocks) {
+        velko_bench::BlocksOptions blocks;
+        blocks.iterations = o.iterations;
+        blocks.seconds = o.seconds;
+        blocks.json = o.json;
+        if (velko_bench::RunBlocks(blocks) != 0)
             ++failures;
     }
     if (o.iterations == 0 && o.seconds == 0)

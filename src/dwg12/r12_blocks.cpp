@@ -85,6 +85,7 @@ int CR12Drawing::ReadTableBlock(int index, CModelBlock &block, int16_t &block_nu
                 std::strncpy(typed->body.name_in_place, renamed,
                              sizeof typed->body.name_in_place - 1);
             }
+            BlockTableNamesChanged();
         }
     }
 

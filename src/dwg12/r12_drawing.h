@@ -176,6 +176,8 @@ private:
     // were merged into a host looks them up in the host's table.
     CR12TableRecord *BlockTableRecord(int index);
     int BlockTableRecordCount();
+    // Tells the table that holds the block table records that a name changed in place.
+    void BlockTableNamesChanged();
     bool IsReferenceBlock(int index) const;
     // View mode: resolves the reference block `index`, hands the child's model space to
     // BlockCall and lets the child go; the block's record.

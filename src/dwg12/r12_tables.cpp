@@ -569,14 +569,19 @@ int LoadR12Table(CBaseDrawing *drawing, CDrawingFile &file, CR12TableList &list,
     ReadValueAt(descriptor, kR12DescriptorSize, 6, position);
     const int32_t saved = file.GetPosition();
     const int64_t length = file.Length();
+    // Only the records that begin inside the file get a slot (the last one may be cut
+    // short, its missing bytes read as zero): a count past the end makes no empty slots.
+    const int64_t room = length > int64_t(position)
+                             ? (length - int64_t(position) + record_size - 1) / record_size
+                             : 0;
+    const int slots = count < room ? count : static_cast<int>(room);
 
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < slots; ++i) {
         CR12TableRecord *record = MakeR12TableRecord(drawing, t);
         record->table_id = table_id;
         int result = 0;
         // Each record is read at its own place, so that one that fails to read does not
-        // shift the ones behind it. A place at or past the end of the file is not read:
-        // the record stays an empty slot.
+        // shift the ones behind it. A record that cannot be read stays an empty slot.
         const int64_t at = int64_t(position) + int64_t(i) * record_size;
         if (at < length && at <= INT32_MAX && file.SetPosition(static_cast<int32_t>(at), 0))
             result = record->Read(file);

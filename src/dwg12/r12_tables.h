@@ -118,6 +118,7 @@ public:
     void GetName(char *buffer) const override;
     short GetFileSize() const override;
     uint8_t Flags() const override;
+    const char *FullName() const override { return NameField(); }
 
     // Decodes one record from memory, `size` bytes (bytes beyond `size` count as zero).
     // The record is cleared first. 1, or 0 for a deleted record (only `flags` is set then)

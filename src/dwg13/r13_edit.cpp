@@ -134,6 +134,7 @@ int CR13Drawing::BlockTableModify(short index, CDB_BLOCK_TBL *record) {
         return 0;
     }
     header_record->body.record.flags = record->flags;
+    Table(R13Table::kBlocks).records.NamesChanged();
     // The files of this release set the deleted bit in many a live block's header, so the
     // block itself keeps the walk's flags: only the bit given here reaches it.
     if (CModelBlock *block = blocks.At(index))
@@ -234,6 +235,7 @@ short CR13Drawing::BlockModify(short index, CDB_STARTBLOCK_ENTITY_type *block) {
         return CDB_FAIL;
     }
     header_record->SetName(name.c_str());
+    Table(R13Table::kBlocks).records.NamesChanged();
     auto &body = object->header->body;
     body.record.flags = static_cast<uint8_t>(block->flags);
     body.base_point = block->base_point;

@@ -100,8 +100,7 @@ int CR13Drawing::LoadObjects() {
     // record in the block table; it leaves the block list too, which thus stays one to one
     // with the table, as block numbers are table indices.
     for (const char *space : {kModelSpace, kPaperSpace})
-        for (int index = FindBlock(space); index >= 0; index = FindBlock(space))
-            blocks.Remove(index);
+        blocks.RemoveNamed(space);
 
     header->ResolveIndices(
         [this](TableBase table, const char *handle) { return IndexOfHandle(table, handle); });

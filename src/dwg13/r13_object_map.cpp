@@ -121,6 +121,7 @@ void CObjectMap::Add(const ObjectMapEntry &entry) {
     if (!entries.empty() && entry.handle <= entries.back().handle)
         ascending = false;
     entries.push_back(entry);
+    places_valid = false;
     if (entry.offset < lowest_offset)
         lowest_offset = entry.offset;
 }
@@ -132,6 +133,7 @@ void CObjectMap::InsertSorted(const ObjectMapEntry &entry) {
     if ((at > 0 && entries[at - 1].handle == entry.handle))
         ascending = false;
     entries.insert(entries.begin() + static_cast<std::ptrdiff_t>(at), entry);
+    places_valid = false;
     if (cursor != kNoCursor && cursor >= at)
         ++cursor;
 }
@@ -148,6 +150,7 @@ int CObjectMap::Remove(const char *handle_text) {
         if (entries[i].handle != handle)
             continue;
         entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(i));
+        places_valid = false;
         if (cursor == i)
             cursor = kNoCursor;
         else if (cursor != kNoCursor && cursor > i)
@@ -169,16 +172,31 @@ size_t CObjectMap::Walk(size_t start, uint32_t handle) const {
             return kNoCursor;
         return static_cast<size_t>(found - entries.begin());
     }
-    if (handle > entries[start].handle) {
-        for (size_t i = start + 1; i < entries.size(); ++i)
-            if (entries[i].handle == handle)
-                return i;
-    } else {
-        for (size_t i = start; i-- > 0;)
-            if (entries[i].handle == handle)
-                return i;
+    // Towards the tail the first entry of the handle behind the start, towards the head the
+    // last one before it.
+    SortPlaces();
+    const bool towards_tail = handle > entries[start].handle;
+    const std::pair<uint32_t, size_t> key(handle, start);
+    if (towards_tail) {
+        auto found = std::upper_bound(places.begin(), places.end(), key);
+        return found != places.end() && found->first == handle ? found->second : kNoCursor;
     }
-    return kNoCursor;
+    auto found = std::lower_bound(places.begin(), places.end(), key);
+    if (found == places.begin())
+        return kNoCursor;
+    --found;
+    return found->first == handle ? found->second : kNoCursor;
+}
+
+void CObjectMap::SortPlaces() const {
+    if (places_valid)
+        return;
+    places.clear();
+    places.reserve(entries.size());
+    for (size_t i = 0; i < entries.size(); ++i)
+        places.emplace_back(entries[i].handle, i);
+    std::sort(places.begin(), places.end());
+    places_valid = true;
 }
 
 const ObjectMapEntry *CObjectMap::Find(uint32_t handle) {
@@ -205,6 +223,8 @@ int CObjectMap::SetOffset(uint32_t handle, int32_t offset) {
 
 void CObjectMap::Clear() {
     entries.clear();
+    places.clear();
+    places_valid = false;
     cursor = kNoCursor;
     lowest_offset = kNoOffset;
     ascending = true;

@@ -23,6 +23,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 class CDrawingFile;
@@ -107,6 +108,12 @@ private:
     int32_t lowest_offset = kNoOffset;
     // Whether the handles strictly ascend from head to tail, so that Find may search.
     bool ascending = true;
+    // For a map that does not ascend: (handle, place) of every entry, sorted, so that the
+    // walk's nearest entry of a handle on either side of the cursor is found by a search.
+    // Made at the first Find after a change.
+    void SortPlaces() const;
+    mutable std::vector<std::pair<uint32_t, size_t>> places;
+    mutable bool places_valid = false;
 };
 
 #endif

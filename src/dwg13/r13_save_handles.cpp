@@ -73,6 +73,7 @@ void VisitAll(CR13Drawing &drawing, const HandlePlace &visit) {
         CR13Table &table = drawing.Table(static_cast<R13Table>(t));
         for (int i = 0; i < table.records.Count(); ++i)
             VisitRecord(table.records.At(i), visit);
+        table.records.NamesChanged();
     }
     VisitRecord(drawing.ModelSpaceRecord(), visit);
     VisitRecord(drawing.PaperSpaceRecord(), visit);

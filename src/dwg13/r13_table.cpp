@@ -102,21 +102,19 @@ int CR13Table::UpdateRecord(const uint8_t *object) {
     if (!record)
         return 0;
     if (record_type != kR13Vport) {
-        for (int i = 0; i < records.Count(); ++i)
-            if (records.At(i)->HasHandle(record->RecordHandle())) {
-                records.Replace(i, record);
-                return 1;
-            }
+        const int known = FirstWithHandle(record->RecordHandle());
+        if (known >= 0) {
+            records.Replace(known, record);
+            return 1;
+        }
     }
     AddRecord(record);
     return 1;
 }
 
 const char *CR13Table::HandleOfName(const char *name) const {
-    for (int i = 0; i < records.Count(); ++i)
-        if (records.At(i)->IsNamed(name))
-            return records.At(i)->RecordHandle();
-    return nullptr;
+    const CR13TableRecord *record = records.At(records.FindByName(name));
+    return record ? record->RecordHandle() : nullptr;
 }
 
 const char *CR13Table::HandleAt(int index) const {
@@ -124,11 +122,32 @@ const char *CR13Table::HandleAt(int index) const {
     return record ? record->RecordHandle() : nullptr;
 }
 
+void CR13Table::RefreshHandleIndex() const {
+    if (handle_index_changes != records.Changes() || handle_index_count > records.Count()) {
+        handle_index.clear();
+        handle_index_count = 0;
+        handle_index_changes = records.Changes();
+    }
+    for (; handle_index_count < records.Count(); ++handle_index_count) {
+        const CR13TableRecord *record = records.At(handle_index_count);
+        const char *own = record ? record->RecordHandle() : nullptr;
+        // The first record of a value wins, as a search from the start finds it.
+        if (own)
+            handle_index.emplace(R13HandleValue(own), handle_index_count);
+    }
+}
+
+int CR13Table::FirstWithHandle(const char *text) const {
+    if (!text)
+        return -1;
+    RefreshHandleIndex();
+    auto found = handle_index.find(R13HandleValue(text));
+    return found == handle_index.end() ? -1 : found->second;
+}
+
 CR13TableRecord *CR13Table::FindByHandle(const char *text) const {
-    for (int i = 0; i < records.Count(); ++i)
-        if (records.At(i)->HasHandle(text))
-            return records.At(i);
-    return nullptr;
+    const int index = FirstWithHandle(text);
+    return index >= 0 ? records.At(index) : nullptr;
 }
 
 const char *CR13Table::NameAt(int index) const {
@@ -137,10 +156,7 @@ const char *CR13Table::NameAt(int index) const {
 }
 
 int CR13Table::IndexOfName(const char *name) const {
-    for (int i = 0; i < records.Count(); ++i)
-        if (records.At(i)->IsNamed(name))
-            return i;
-    return -1;
+    return records.FindByName(name);
 }
 
 int16_t CR13Table::IndexOfHandle(const char *text) const {
@@ -148,10 +164,7 @@ int16_t CR13Table::IndexOfHandle(const char *text) const {
     // base, without a search.
     if (record_type == kR13Ltype && text && !layer_zero_handle.empty() && layer_zero_handle == text)
         return static_cast<int16_t>(-layer_base);
-    for (int i = 0; i < records.Count(); ++i)
-        if (records.At(i)->HasHandle(text))
-            return static_cast<int16_t>(i);
-    return -1;
+    return static_cast<int16_t>(FirstWithHandle(text));
 }
 
 void CR13Table::SetLayerZeroHandle(const char *text, int32_t base) {

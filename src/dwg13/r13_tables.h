@@ -31,6 +31,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -142,6 +143,7 @@ public:
     void GetName(char *buffer) const override;
     void *GetRecord() override { return body_bytes; }
     uint8_t Flags() const override;
+    const char *FullName() const override { return Name(); }
 
 protected:
     // Where a class's body keeps the fields that every record has.
@@ -483,10 +485,18 @@ public:
     int16_t count_hint = 0;
 
 private:
+    // The index of the first record of each handle value, brought up to date before use:
+    // records added since are entered, any other change of the list builds it anew.
+    void RefreshHandleIndex() const;
+    int FirstWithHandle(const char *text) const;
+
     CBaseDrawing *drawing;
     int16_t record_type;
     std::string layer_zero_handle;
     int32_t layer_base = 0;
+    mutable std::unordered_map<uint32_t, int> handle_index;
+    mutable uint32_t handle_index_changes = 0;
+    mutable int handle_index_count = 0;
 };
 
 #endif

@@ -10,7 +10,10 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <memory>
+#include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace {
@@ -117,6 +120,13 @@ void CR13DxfReader::MatchBlockRecords() {
     CR13Table &table = d.Table(R13Table::kBlocks);
     std::vector<CTableRecord *> unmatched = table.records.TakeAll();
     std::vector<CTableRecord *> ordered;
+    // The live records of each name, in table order: a block takes the first one left.
+    std::unordered_map<std::string, std::deque<size_t>> by_name;
+    for (size_t k = 0; k < unmatched.size(); ++k) {
+        const auto *record = static_cast<const CR13BlockRecord *>(unmatched[k]);
+        if (record && record->IsNamed(record->Name()))
+            by_name[record->Name()].push_back(k);
+    }
     for (int i = 0; i < d.blocks.Count(); ++i) {
         auto *block = static_cast<CR13Block *>(d.blocks.At(i));
         const char *name = NameOf(block);
@@ -132,13 +142,12 @@ void CR13DxfReader::MatchBlockRecords() {
             continue;
         }
         CR13BlockRecord *header = nullptr;
-        for (CTableRecord *&candidate : unmatched) {
-            auto *record = static_cast<CR13BlockRecord *>(candidate);
-            if (record && record->IsNamed(name)) {
-                header = record;
-                candidate = nullptr;
-                break;
-            }
+        auto named = name ? by_name.find(name) : by_name.end();
+        if (named != by_name.end() && !named->second.empty()) {
+            CTableRecord *&candidate = unmatched[named->second.front()];
+            named->second.pop_front();
+            header = static_cast<CR13BlockRecord *>(candidate);
+            candidate = nullptr;
         }
         if (!header) {
             header = new CR13BlockRecord(&d);

@@ -4,21 +4,10 @@
 #include "interface/drawing_table.h"
 #include "model/display_walk.h"
 #include "model/entity_filter.h"
-#include "records/entity_kinds.h"
 
-#include <cstddef>
 #include <cstring>
 
 namespace {
-
-// Frees the texts that the block walk copies for its caller (the owned texts of kind 12)
-// and nulls them. A block start record is laid out as the beginning of an entity record of
-// kind 12.
-void FreeBlockCopies(CDB_STARTBLOCK_ENTITY_type *block) {
-    static_assert(offsetof(CDB_ENTITY, block) == offsetof(CDB_STARTBLOCK_ENTITY_type, xref_path),
-                  "a block start record is the common part and the block part");
-    FreeOwnedTexts(*FindEntityKind(CDB_BLOCK), block);
-}
 
 // Where a call that lacks its argument stores "invalid parameter".
 enum class ErrorSlot { kDrawing, kLibrary };
@@ -98,10 +87,9 @@ int16_t CDBGetNextBlock(int16_t h, CDB_STARTBLOCK_ENTITY_type *block) {
 int16_t CDBGetCurrentBlock(int16_t h, CDB_STARTBLOCK_ENTITY_type *block) {
     return Forward(ReadDrawing(h), &CBaseDrawing::GetCurrentBlock, block);
 }
-// The block walk's first block, then its next one `index` times; the walk's cursor stays
-// on that block. Only the last step fills the caller's record: the steps before it go to a
-// scratch record whose copies are freed. A walk that ends before the index (fewer blocks
-// than the table has, in a damaged drawing) fails as well.
+// The block the walk's first block and `index` next steps land on, the walk's cursor
+// staying there; the drawing takes the steps at once. A walk that ends before the index
+// (fewer blocks than the table has, in a damaged drawing) fails as well.
 int16_t CDBBlockGet(int16_t h, int16_t index, CDB_STARTBLOCK_ENTITY_type *block) {
     CLibDrawing *lib = LookupDrawing(h);
     if (!lib)
@@ -113,15 +101,7 @@ int16_t CDBBlockGet(int16_t h, int16_t index, CDB_STARTBLOCK_ENTITY_type *block)
         lib->SetError(CDB_ERR_INVALID_PARAMETER);
         return CDB_FAIL;
     }
-    CDB_STARTBLOCK_ENTITY_type scratch;
-    std::memset(static_cast<void *>(&scratch), 0, sizeof scratch);
-    int16_t status = d->GetFirstBlock(index <= 0 ? block : &scratch);
-    for (int i = 1; status >= 0 && i <= index; ++i) {
-        FreeBlockCopies(&scratch);
-        status = d->GetNextBlock(i == index ? block : &scratch);
-    }
-    FreeBlockCopies(&scratch);
-    return status >= 0 ? CDB_OK : CDB_FAIL;
+    return d->GetBlockAt(index, block) >= 0 ? CDB_OK : CDB_FAIL;
 }
 int16_t CDBBlockAdd(int16_t h, CDB_STARTBLOCK_ENTITY_type *block) {
     return Forward(EditDrawing(h), &CBaseDrawing::BlockAdd, block);

@@ -11,6 +11,7 @@ template <typename Rec> struct TableSlots {
     int (CBaseDrawing::*count)();
     Rec *(CBaseDrawing::*get)(int);
     int16_t null_record_code;
+    TableBase which;
 };
 
 bool IsRelease12(CBaseDrawing *drawing) {
@@ -52,6 +53,16 @@ int16_t TableFind(int16_t h, const char *name, const TableSlots<Rec> &slots) {
     CLibDrawing *lib = LookupDrawingWith(h, name);
     if (!lib)
         return CDB_FAIL;
+    // A release 12 drawing passes its deleted records by. The drawing's index of the names
+    // answers as the search below would; the search reaches no index past 32767.
+    CBaseDrawing *drawing = lib->Drawing();
+    const int indexed = drawing->FindTableRecord(slots.which, name, IsRelease12(drawing));
+    if (indexed >= 0 && indexed <= INT16_MAX)
+        return static_cast<int16_t>(indexed);
+    if (indexed != CBaseDrawing::kNotIndexed) {
+        lib->SetError(CDB_ERR_TABLE_NOT_FOUND);
+        return CDB_FAIL;
+    }
     Rec record;
     for (int16_t i = 0; i >= 0; ++i) {
         int16_t result = TableGet(h, i, &record, slots);
@@ -66,28 +77,36 @@ int16_t TableFind(int16_t h, const char *name, const TableSlots<Rec> &slots) {
     return CDB_FAIL;
 }
 
-const TableSlots<CDB_BLOCK_TBL> kBlockSlots = {
-    &CBaseDrawing::GetBlockTableCount, &CBaseDrawing::GetBlockTable, CDB_ERR_BLOCK_NOT_FOUND};
-const TableSlots<CDB_LAYER_TBL_type> kLayerSlots = {
-    &CBaseDrawing::GetLayerTableCount, &CBaseDrawing::GetLayerTable, CDB_ERR_RECORD_NOT_FOUND};
+const TableSlots<CDB_BLOCK_TBL> kBlockSlots = {&CBaseDrawing::GetBlockTableCount,
+                                               &CBaseDrawing::GetBlockTable,
+                                               CDB_ERR_BLOCK_NOT_FOUND, TableBase::kBlocks};
+const TableSlots<CDB_LAYER_TBL_type> kLayerSlots = {&CBaseDrawing::GetLayerTableCount,
+                                                    &CBaseDrawing::GetLayerTable,
+                                                    CDB_ERR_RECORD_NOT_FOUND, TableBase::kLayers};
 const TableSlots<CDB_LTYPE_TBL_type> kLineTypeSlots = {
-    &CBaseDrawing::GetLtypeTableCount, &CBaseDrawing::GetLtypeTable, CDB_ERR_RECORD_NOT_FOUND};
-const TableSlots<CDB_STYLE_TBL_type> kStyleSlots = {
-    &CBaseDrawing::GetStyleTableCount, &CBaseDrawing::GetStyleTable, CDB_ERR_RECORD_NOT_FOUND};
-const TableSlots<CDB_VPORT_TBL_type> kVportSlots = {
-    &CBaseDrawing::GetVportTableCount, &CBaseDrawing::GetVportTable, CDB_ERR_RECORD_NOT_FOUND};
-const TableSlots<CDB_VIEW_TBL_type> kViewSlots = {
-    &CBaseDrawing::GetViewTableCount, &CBaseDrawing::GetViewTable, CDB_ERR_RECORD_NOT_FOUND};
-const TableSlots<CDB_UCS_TBL_type> kUCSSlots = {
-    &CBaseDrawing::GetUcsTableCount, &CBaseDrawing::GetUcsTable, CDB_ERR_RECORD_NOT_FOUND};
-const TableSlots<CDB_APPID_TBL_type> kAppidSlots = {
-    &CBaseDrawing::GetAppidTableCount, &CBaseDrawing::GetAppidTable, CDB_ERR_RECORD_NOT_FOUND};
-const TableSlots<CDB_DIMSTYLE_TBL_type> kDimStyleSlots = {&CBaseDrawing::GetDimstyleTableCount,
-                                                          &CBaseDrawing::GetDimstyleTable,
-                                                          CDB_ERR_RECORD_NOT_FOUND};
+    &CBaseDrawing::GetLtypeTableCount, &CBaseDrawing::GetLtypeTable, CDB_ERR_RECORD_NOT_FOUND,
+    TableBase::kLtypes};
+const TableSlots<CDB_STYLE_TBL_type> kStyleSlots = {&CBaseDrawing::GetStyleTableCount,
+                                                    &CBaseDrawing::GetStyleTable,
+                                                    CDB_ERR_RECORD_NOT_FOUND, TableBase::kStyles};
+const TableSlots<CDB_VPORT_TBL_type> kVportSlots = {&CBaseDrawing::GetVportTableCount,
+                                                    &CBaseDrawing::GetVportTable,
+                                                    CDB_ERR_RECORD_NOT_FOUND, TableBase::kVports};
+const TableSlots<CDB_VIEW_TBL_type> kViewSlots = {&CBaseDrawing::GetViewTableCount,
+                                                  &CBaseDrawing::GetViewTable,
+                                                  CDB_ERR_RECORD_NOT_FOUND, TableBase::kViews};
+const TableSlots<CDB_UCS_TBL_type> kUCSSlots = {&CBaseDrawing::GetUcsTableCount,
+                                                &CBaseDrawing::GetUcsTable,
+                                                CDB_ERR_RECORD_NOT_FOUND, TableBase::kUcs};
+const TableSlots<CDB_APPID_TBL_type> kAppidSlots = {&CBaseDrawing::GetAppidTableCount,
+                                                    &CBaseDrawing::GetAppidTable,
+                                                    CDB_ERR_RECORD_NOT_FOUND, TableBase::kAppids};
+const TableSlots<CDB_DIMSTYLE_TBL_type> kDimStyleSlots = {
+    &CBaseDrawing::GetDimstyleTableCount, &CBaseDrawing::GetDimstyleTable, CDB_ERR_RECORD_NOT_FOUND,
+    TableBase::kDimstyles};
 const TableSlots<CDB_MLINESTYLE_TBL_type> kMLineStyleSlots = {
     &CBaseDrawing::GetMLineStyleTableCount, &CBaseDrawing::GetMLineStyleTable,
-    CDB_ERR_RECORD_NOT_FOUND};
+    CDB_ERR_RECORD_NOT_FOUND, TableBase::kMlineStyles};
 
 } // namespace
 

@@ -215,6 +215,12 @@ short CBaseDrawing::GetFirstBlock(CDB_STARTBLOCK_ENTITY_type *) {
 short CBaseDrawing::GetNextBlock(CDB_STARTBLOCK_ENTITY_type *) {
     return Unsupported(), CDB_FAIL;
 }
+short CBaseDrawing::GetBlockAt(int, CDB_STARTBLOCK_ENTITY_type *) {
+    return Unsupported(), CDB_FAIL;
+}
+int CBaseDrawing::FindTableRecord(TableBase, const char *, bool) {
+    return kNotIndexed;
+}
 int32_t CBaseDrawing::FirstEntity(short) {
     return Unsupported(), CDB_FAIL;
 }

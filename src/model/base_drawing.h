@@ -94,6 +94,14 @@ public:
     virtual CDB_VIEW_TBL_type *GetViewTable(int index);
     virtual short GetFirstBlock(CDB_STARTBLOCK_ENTITY_type *block);
     virtual short GetNextBlock(CDB_STARTBLOCK_ENTITY_type *block);
+    // The block GetFirstBlock and then `index` calls of GetNextBlock would give, with the
+    // walk left where they would leave it, at the cost of one step.
+    virtual short GetBlockAt(int index, CDB_STARTBLOCK_ENTITY_type *block);
+    // The index of the first record of table `which` whose whole name equals `name`, case
+    // counted (deleted records passed by when `skip_deleted`), or -1; kNotIndexed when the
+    // drawing keeps no index of that table and the caller is to search it record by record.
+    static constexpr int kNotIndexed = -2;
+    virtual int FindTableRecord(TableBase which, const char *name, bool skip_deleted);
     virtual int32_t FirstEntity(short block);
     virtual int32_t NextEntity();
     virtual int32_t GetCurrentEntity(CDB_ENTITY *entity);

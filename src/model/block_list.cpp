@@ -37,7 +37,23 @@ CModelBlock *CBlockList::Next() {
     return items_[static_cast<size_t>(++cursor_)];
 }
 
+CModelBlock *CBlockList::StepTo(int index) {
+    CModelBlock *found = First();
+    if (!found || index <= 0)
+        return found;
+    if (empty_places_ != 0) {
+        for (int step = 1; found && step <= index; ++step)
+            found = Next();
+        return found;
+    }
+    const int last = Count() - 1;
+    cursor_ = static_cast<int16_t>(index < last ? index : last);
+    return index <= last ? items_[static_cast<size_t>(index)] : nullptr;
+}
+
 int CBlockList::Add(CModelBlock *block) {
+    if (!block)
+        ++empty_places_;
     items_.push_back(block);
     cursor_ = static_cast<int16_t>(items_.size() - 1);
     return cursor_;
@@ -46,18 +62,42 @@ int CBlockList::Add(CModelBlock *block) {
 void CBlockList::Put(int index, CModelBlock *block) {
     if (index < 0)
         return;
-    if (index >= Count())
+    if (index >= Count()) {
+        empty_places_ += static_cast<size_t>(index + 1 - Count());
         items_.resize(static_cast<size_t>(index) + 1, nullptr);
-    delete items_[static_cast<size_t>(index)];
-    items_[static_cast<size_t>(index)] = block;
+    }
+    CModelBlock *&place = items_[static_cast<size_t>(index)];
+    empty_places_ -= place ? 0 : 1;
+    empty_places_ += block ? 0 : 1;
+    delete place;
+    place = block;
 }
 
 int CBlockList::Remove(int index) {
     if (index < 0 || index >= Count())
         return 0;
+    if (!items_[static_cast<size_t>(index)])
+        --empty_places_;
     delete items_[static_cast<size_t>(index)];
     items_.erase(items_.begin() + index);
     return 1;
+}
+
+int CBlockList::RemoveNamed(const char *name) {
+    if (!name)
+        return 0;
+    size_t kept = 0;
+    for (CModelBlock *block : items_) {
+        if (block && block->record && block->record->name &&
+            std::strcmp(block->record->name, name) == 0) {
+            delete block;
+            continue;
+        }
+        items_[kept++] = block;
+    }
+    const int removed = static_cast<int>(items_.size() - kept);
+    items_.resize(kept);
+    return removed;
 }
 
 int CBlockList::FindByName(const char *name) const {
@@ -76,5 +116,6 @@ std::vector<CModelBlock *> CBlockList::TakeAll() {
     std::vector<CModelBlock *> taken;
     taken.swap(items_);
     cursor_ = 0;
+    empty_places_ = 0;
     return taken;
 }

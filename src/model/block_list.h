@@ -50,6 +50,10 @@ public:
     CModelBlock *Next();
     CModelBlock *Current() { return At(cursor_); }
     CModelBlock *Last() const { return items_.empty() ? nullptr : items_.back(); }
+    // Where First and then `index` steps of Next land, and the cursor where they leave it,
+    // in one step: the block, or null when a step finds none (an empty place stops the
+    // steps on it, the end of the list on the last block).
+    CModelBlock *StepTo(int index);
     // Adds the block at the end; the cursor goes to it. Its index.
     int Add(CModelBlock *block);
     // Stores a block at a given index (view mode), growing the list with empty places;
@@ -57,6 +61,9 @@ public:
     void Put(int index, CModelBlock *block);
     // Destroys the block at `index`; the later blocks move up one place. 0 for a bad index.
     int Remove(int index);
+    // Destroys every block whose name equals `name` (case counted), in one pass; the later
+    // blocks close up. How many went.
+    int RemoveNamed(const char *name);
     // Compares the first 32 characters of each block's name: the index, or -2.
     int FindByName(const char *name) const;
     int Count() const { return static_cast<int>(items_.size()); }
@@ -70,6 +77,9 @@ private:
     int16_t cursor_ = 0;
     int32_t anonymous_counter_ = 0;
     std::vector<CModelBlock *> items_;
+    // How many places of items_ are empty (null): while there are none, StepTo goes
+    // straight to its block.
+    size_t empty_places_ = 0;
 };
 
 #endif

@@ -81,6 +81,11 @@ public:
     short GetEntity(int32_t id, CDB_ENTITY *entity) override;
     short GetFirstBlock(CDB_STARTBLOCK_ENTITY_type *block) override;
     short GetNextBlock(CDB_STARTBLOCK_ENTITY_type *block) override;
+    short GetBlockAt(int index, CDB_STARTBLOCK_ENTITY_type *block) override;
+    int FindTableRecord(TableBase which, const char *name, bool skip_deleted) override {
+        const CTableList *list = PublicTable(which);
+        return list ? list->FindExact(name, skip_deleted) : kNotIndexed;
+    }
     short GetCurrentBlock(CDB_STARTBLOCK_ENTITY_type *block) override;
     int GetFirstViewport(CDB_ENTITY *entity) override;
     int GetNextViewport(CDB_ENTITY *entity) override;

@@ -207,6 +207,17 @@ short CListDrawing::GetNextBlock(CDB_STARTBLOCK_ENTITY_type *block) {
     return BlockWalkStep(block, &CBlockList::Next, CDB_END_OF_BLOCKS);
 }
 
+short CListDrawing::GetBlockAt(int index, CDB_STARTBLOCK_ENTITY_type *block) {
+    if (!Ready(*this))
+        return CDB_FAIL;
+    if (!block) {
+        SetError(CDB_ERR_INVALID_PARAMETER);
+        return CDB_FAIL;
+    }
+    CModelBlock *found = blocks.StepTo(index);
+    return found ? ReadBlockOut(*found, block) : CDB_END_OF_BLOCKS;
+}
+
 short CListDrawing::GetCurrentBlock(CDB_STARTBLOCK_ENTITY_type *block) {
     return BlockWalkStep(block, &CBlockList::Current, CDB_FAIL);
 }

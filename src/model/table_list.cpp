@@ -9,7 +9,7 @@ std::vector<CTableRecord *> CTableList::TakeAll() {
     std::vector<CTableRecord *> taken;
     taken.swap(items);
     cursor = -1;
-    index_valid = false;
+    NamesChanged();
     return taken;
 }
 
@@ -27,7 +27,7 @@ void CTableList::Remove(int index) {
         return;
     delete items[static_cast<size_t>(index)];
     items.erase(items.begin() + index);
-    index_valid = false;
+    NamesChanged();
 }
 
 int CTableList::Replace(int index, CTableRecord *record) {
@@ -35,7 +35,7 @@ int CTableList::Replace(int index, CTableRecord *record) {
         return 0;
     delete items[static_cast<size_t>(index)];
     items[static_cast<size_t>(index)] = record;
-    index_valid = false;
+    NamesChanged();
     return 1;
 }
 
@@ -51,10 +51,15 @@ CTableRecord *CTableList::Next() {
 }
 
 int CTableList::FindByName(const char *name) const {
-    for (int i = 0; i < Count(); ++i)
-        if (items[static_cast<size_t>(i)] && items[static_cast<size_t>(i)]->CompareName(name))
-            return i;
-    return -1;
+    return FindExact(name, true);
+}
+
+int CTableList::FindExact(const char *name, bool skip_deleted) const {
+    if (!name || items.empty())
+        return -1;
+    EnsureIndexed();
+    scratch.assign(name);
+    return Lookup(skip_deleted ? live_index : any_index, scratch);
 }
 
 namespace {
@@ -68,28 +73,46 @@ void UpperAscii(std::string &text) {
 
 void CTableList::IndexRecord(int index) const {
     const CTableRecord *record = items[static_cast<size_t>(index)];
-    if (!record || (record->Flags() & CTableRecord::kDeleted))
+    if (!record)
+        return;
+    // The first record of a name wins; later ones are never found.
+    const bool live = !(record->Flags() & CTableRecord::kDeleted);
+    if (const char *whole = record->FullName()) {
+        any_index.emplace(whole, index);
+        if (live)
+            live_index.emplace(whole, index);
+    }
+    if (!live)
         return;
     char name[CTableRecord::kNameBufferSize];
     record->GetName(name);
     std::string key(name);
     UpperAscii(key);
-    // The first record of a name wins; later ones are never found.
     name_index.emplace(std::move(key), index);
+}
+
+void CTableList::EnsureIndexed() const {
+    if (index_valid)
+        return;
+    for (NameIndex *index : {&name_index, &live_index, &any_index}) {
+        index->clear();
+        index->reserve(items.size());
+    }
+    for (int i = 0; i < Count(); ++i)
+        IndexRecord(i);
+    index_valid = true;
+}
+
+int CTableList::Lookup(const NameIndex &index, const std::string &key) {
+    auto found = index.find(key);
+    return found == index.end() ? -1 : found->second;
 }
 
 int CTableList::FindNoCase(const char *name) const {
     if (!name || items.empty())
         return -1;
-    if (!index_valid) {
-        name_index.clear();
-        name_index.reserve(items.size());
-        for (int i = 0; i < Count(); ++i)
-            IndexRecord(i);
-        index_valid = true;
-    }
+    EnsureIndexed();
     scratch.assign(name);
     UpperAscii(scratch);
-    auto found = name_index.find(scratch);
-    return found == name_index.end() ? -1 : found->second;
+    return Lookup(name_index, scratch);
 }

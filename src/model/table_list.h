@@ -32,6 +32,8 @@ public:
     // The public record held inside the object (a CDB_..._TBL of the table's type).
     virtual void *GetRecord() = 0;
     virtual uint8_t Flags() const = 0;
+    // The whole name as the public record holds it, or null; deleted records included.
+    virtual const char *FullName() const = 0;
 
     // The table number the file gave the record.
     int16_t table_id = 0;
@@ -57,15 +59,26 @@ public:
     int Replace(int index, CTableRecord *record);
     CTableRecord *First();
     CTableRecord *Next();
-    // The index of the first record whose CompareName matches, or -1.
+    // The index of the first record whose CompareName matches, or -1: the first live
+    // record whose whole name equals `name`, case counted.
     int FindByName(const char *name) const;
+    // The index of the first record whose whole name equals `name`, case counted, deleted
+    // records passed by when `skip_deleted`; -1 when there is none.
+    int FindExact(const char *name, bool skip_deleted) const;
     // The lookup of the DXF readers: the index of the first record in table order whose
-    // flags are below 128 and whose name equals `name` ignoring case, or -1. It is served
-    // by an index of the names, which Add keeps up to date and every other change of the
-    // list rebuilds; a caller that changes a record's name or flags in place calls
-    // NamesChanged().
+    // flags are below 128 and whose name equals `name` ignoring case, or -1.
+    //
+    // The three lookups by name are served by indexes of the names, which Add keeps up to
+    // date and every other change of the list rebuilds at the next lookup; a caller that
+    // changes a record's name, flags or other key in place calls NamesChanged().
     int FindNoCase(const char *name) const;
-    void NamesChanged() { index_valid = false; }
+    void NamesChanged() {
+        index_valid = false;
+        ++changes;
+    }
+    // Counts the changes other than Add: an index kept outside the list (of another key)
+    // that saw the same number may take the records added since and stay.
+    uint32_t Changes() const { return changes; }
     // Hands all records to the caller, who then owns them, and leaves the table empty.
     std::vector<CTableRecord *> TakeAll();
     int16_t TableNumber() const { return table_number; }
@@ -75,11 +88,20 @@ private:
     std::vector<CTableRecord *> items;
     int16_t cursor = -1;
 
-    // Upper-case name to the first live record that has it.
+    using NameIndex = std::unordered_map<std::string, int>;
+    // Enters record `index` in the indexes where it is the first of its name.
     void IndexRecord(int index) const;
-    mutable std::unordered_map<std::string, int> name_index;
+    // Builds the indexes anew when a change made them stale.
+    void EnsureIndexed() const;
+    static int Lookup(const NameIndex &index, const std::string &key);
+    // Upper-case name (GetName) to the first live record that has it.
+    mutable NameIndex name_index;
+    // Whole name to the first live record, and to the first record of any flags.
+    mutable NameIndex live_index;
+    mutable NameIndex any_index;
     mutable bool index_valid = false;
     mutable std::string scratch;
+    uint32_t changes = 0;
 };
 
 // The list of a release whose records are all of class `Record`: the lookups give that

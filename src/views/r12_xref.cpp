@@ -119,6 +119,13 @@ CR12TableRecord *CR12Drawing::BlockTableRecord(int index) {
     return Table(kR12Blocks).At(index);
 }
 
+void CR12Drawing::BlockTableNamesChanged() {
+    if (merged_into)
+        merged_into->BlockTableNamesChanged();
+    else
+        Table(kR12Blocks).NamesChanged();
+}
+
 int CR12Drawing::BlockTableRecordCount() {
     if (merged_into)
         return merged_into->BlockTableRecordCount() - Base(TableBase::kBlocks);

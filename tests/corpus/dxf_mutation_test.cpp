@@ -19,6 +19,7 @@
 // run goes on; the damaged file is kept under the test's temporary folder for a rerun.
 // The copies come from std::mt19937 seeded per drawing from a fixed number, and the
 // environment variable VELKO_MUTATION_SCALE multiplies their number.
+#include "support/child_feed.h"
 #include "support/corpus.h"
 #include "support/mutation_harness.h"
 #include "support/r13_dxf_fixture.h"
@@ -51,17 +52,6 @@
 #include <sys/types.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#if defined(__SANITIZE_ADDRESS__)
-#define VELKO_DXF_MUTATION_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(undefined_behavior_sanitizer)
-#define VELKO_DXF_MUTATION_SANITIZED 1
-#endif
-#endif
-#ifndef VELKO_DXF_MUTATION_SANITIZED
-#define VELKO_DXF_MUTATION_SANITIZED 0
-#endif
 
 // Present under the leak sanitizer: checks for leaks now and says whether it found any.
 extern "C" int __lsan_do_recoverable_leak_check() __attribute__((weak));
@@ -111,15 +101,15 @@ double MutationScale() {
 }
 
 // One copy's open, reads and close must stay under this, in seconds of the reading
-// process's own processor time. Under a sanitizer the code runs several times slower.
+// process's own processor time: the bound of every mutation test.
 double TimeLimit() {
-    return VELKO_DXF_MUTATION_SANITIZED ? 10.0 : 2.0;
+    return MutantTimeLimit();
 }
 
 // A copy whose process has not ended after this many seconds of wall time is stopped
-// and counted as a stall.
+// and counted as a stall: the bound of the child feed.
 double StallLimit() {
-    return 3.0 * TimeLimit() + 2.0;
+    return ChildTimeLimit();
 }
 
 // ---------------------------------------------------------------------------

@@ -63,8 +63,6 @@ constexpr int kCopies = 520;
 constexpr int kTwoCountsEvery = 8;
 // Copies that one child process reads, one after the other.
 constexpr size_t kBatch = 26;
-// What a damaged file may make the library allocate beyond its own size.
-constexpr size_t kMemoryHeadroom = size_t(8) << 20;
 
 constexpr int16_t kLeaderType = 45;
 constexpr int16_t kOleType = 500;
@@ -603,7 +601,7 @@ TEST_F(R13BodyMutation, LeaderAndOleFrameBehindTheTablesTakeThePlacesOfTheirLine
 TEST_F(R13BodyMutation, IntactDrawingWithLeaderAndOleFrameWalksCleanlyInAChild) {
     TempPath temp("r13_body_intact");
     ASSERT_TRUE(WriteWholeFile(temp.str(), p.edited.data(), p.edited.size())) << temp.str();
-    const ChildFeedOutcome fed = FeedFileInChild(temp.str(), kMemoryHeadroom);
+    const ChildFeedOutcome fed = FeedFileInChild(temp.str(), 0);
     EXPECT_EQ(fed.Failure(), "");
     EXPECT_TRUE(fed.report.opened);
     EXPECT_GT(fed.report.walked, p.lines);
@@ -677,7 +675,6 @@ TEST_F(R13BodyMutation, DamagedCountsEndCleanly) {
     for (size_t k = 0; k < kBatch; ++k)
         temps.push_back(std::make_unique<TempPath>("r13_body_" + std::to_string(k)));
     ChildFeedBounds bounds;
-    bounds.memory_extra = kMemoryHeadroom;
 
     FeedTally tally;
     int failed = 0;
@@ -717,7 +714,7 @@ TEST_F(R13BodyMutation, DamagedCountsEndCleanly) {
     std::printf("[ mutation ] %-40s %4d copies (%zu counts), %4d opened, %.3f s (reads %.3f s, "
                 "slowest %.4f s), memory bound %s\n",
                 kDrawing, copies, located.sites.size(), tally.opened, wall, tally.seconds,
-                tally.slowest, limited ? "file + 8 MB" : "off");
+                tally.slowest, limited ? "on" : "off");
     if (tally.slowest > MutantTimeLimit() / 4)
         std::printf("[ mutation ] slowest: %s\n", tally.slowest_what.c_str());
 }

@@ -609,8 +609,9 @@ class FeedChecks {
 public:
     void Check(const BoundedOutcome &fed, const std::string &what) {
         EXPECT_LE(fed.out.seconds, MutantTimeLimit()) << "too slow: " << what;
-        const std::string bound =
-            "the file's size + " + std::to_string(kMemoryHeadroom >> 20) + " MB";
+        const std::string bound = "the memory bound of " + std::to_string(kMemoryPerFileByte) +
+                                  " x the file's size + " + std::to_string(kMemoryBase >> 20) +
+                                  " MB";
         if (fed.out_of_memory)
             Fail("an allocation past " + bound + " failed out of the library", what);
         else if (fed.bound_mattered)
@@ -659,8 +660,7 @@ TEST(R13Mutation, IntactDrawingEndsCleanlyWithinTheBounds) {
     Watchdog watchdog;
     const std::string path = CorpusPath(kDrawing);
     SetCurrentInput(std::string(kDrawing) + ", intact");
-    const BoundedOutcome fed =
-        FeedFileWithinMemory(path, original.size() + kMemoryHeadroom, &watchdog);
+    const BoundedOutcome fed = FeedFileWithinMemory(path, MemoryBound(original.size()), &watchdog);
     SetCurrentInput("");
     FeedChecks checks;
     checks.Check(fed, std::string(kDrawing) + ", intact");
@@ -691,7 +691,7 @@ TEST(R13Mutation, DamagedCopiesEndCleanly) {
         SetCurrentInput(what.str());
         ASSERT_TRUE(WriteWholeFile(temp.str(), bytes.data(), bytes.size())) << temp.str();
         const BoundedOutcome fed =
-            FeedFileWithinMemory(temp.str(), bytes.size() + kMemoryHeadroom, &watchdog);
+            FeedFileWithinMemory(temp.str(), MemoryBound(bytes.size()), &watchdog);
         limited = limited || fed.limited;
         tally.Add(fed.out, what.str());
         checks.Check(fed, what.str());
@@ -705,7 +705,7 @@ TEST(R13Mutation, DamagedCopiesEndCleanly) {
     std::printf("[ mutation ] %-40s %4d mutants, %4d opened, %.3f s (reads %.3f s, slowest "
                 "%.4f s), memory bound %s\n",
                 kDrawing, mutants, tally.opened, wall, tally.seconds, tally.slowest,
-                limited ? "file + 8 MB" : "off");
+                limited ? "on" : "off");
     if (tally.slowest > MutantTimeLimit() / 4)
         std::printf("[ mutation ] slowest: %s\n", tally.slowest_what.c_str());
 }

@@ -34,6 +34,7 @@ public:
     void GetName(char *buffer) const override { std::strcpy(buffer, name_); }
     void *GetRecord() override { return &record_; }
     uint8_t Flags() const override { return record_.flags; }
+    const char *FullName() const override { return name_; }
 
 private:
     char name_[32] = {};

@@ -49,10 +49,12 @@ ChildFeedReport FeedOne(const std::string &path, const ChildFeedBounds &bounds,
     ChildFeedReport report;
     std::error_code ec;
     const auto size = std::filesystem::file_size(path, ec);
+    report.file_bytes = ec ? 0 : static_cast<int64_t>(size);
     const double start = ProcessSeconds();
     Outcome out;
+    PeakMemory peak;
     {
-        DataLimit limit((ec ? 0 : static_cast<size_t>(size)) + bounds.memory_extra);
+        DataLimit limit(MemoryBound(static_cast<size_t>(report.file_bytes)) + bounds.memory_extra);
         report.memory_bound = limit.active() ? 1 : 0;
         try {
             out = feed ? feed(path) : FeedFile(path, nullptr);
@@ -61,6 +63,7 @@ ChildFeedReport FeedOne(const std::string &path, const ChildFeedBounds &bounds,
         }
     }
     report.seconds = ProcessSeconds() - start;
+    report.peak_bytes = peak.Added();
     report.opened = out.opened ? 1 : 0;
     report.status = out.status;
     report.code = out.code;
@@ -256,6 +259,11 @@ std::string ChildFeedOutcome::Failure() const {
         return "the child gave no report";
     if (report.out_of_memory)
         return "an allocation past the memory bound failed out of the library";
+    if (report.peak_bytes >
+        static_cast<int64_t>(MemoryBound(static_cast<size_t>(report.file_bytes))))
+        return "the peak memory of the feed, " + std::to_string(report.peak_bytes) +
+               " bytes, passed the bound of " +
+               std::to_string(MemoryBound(static_cast<size_t>(report.file_bytes)));
     if (leaked)
         return "the leak checker found memory that was not freed";
     return report.trouble;

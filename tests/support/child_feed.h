@@ -39,7 +39,11 @@ struct ChildFeedReport {
     int32_t leaks = 0;         // the leak checker found memory not freed (closing report)
     int32_t closing = 0;       // 1 for the report behind the last file, leaks only
     double seconds = 0.0;      // processor time of the feed
-    char trouble[240] = {};    // the first broken answer, cut to fit; empty when none
+    int64_t file_bytes = 0;    // the file's size
+    // The resident memory the feed added at its peak, over what the child held before it;
+    // -1 when it cannot be measured (no /proc, or a sanitizer's shadow in the way).
+    int64_t peak_bytes = -1;
+    char trouble[240] = {}; // the first broken answer, cut to fit; empty when none
 };
 
 // How the feed of one file ended, seen from the parent.
@@ -55,8 +59,9 @@ struct ChildFeedOutcome {
 };
 
 struct ChildFeedBounds {
-    size_t memory_extra = size_t(8) << 20; // beyond the file's size
-    double time_limit = 0.0;               // seconds of wall time per file; 0: the default
+    // The data memory bound is MemoryBound(size) (mutation_harness.h) plus this.
+    size_t memory_extra = 0;
+    double time_limit = 0.0; // seconds of wall time per file; 0: the default
 };
 
 // The default time limit: generous beyond MutantTimeLimit(), which already grows under the

@@ -31,11 +31,11 @@ namespace velko_test {
 using Clock = std::chrono::steady_clock;
 
 double MutantTimeLimit() {
-    return VELKO_TEST_SANITIZED ? 10.0 : 2.0;
+    return VELKO_TEST_SANITIZED ? 2.0 : 0.5;
 }
 
 double HangLimit() {
-    return VELKO_TEST_SANITIZED ? 300.0 : 60.0;
+    return VELKO_TEST_SANITIZED ? 30.0 : 10.0;
 }
 
 double MutationScale() {
@@ -207,6 +207,39 @@ size_t CurrentDataBytes() {
             return static_cast<size_t>(std::strtoull(line.c_str() + 7, nullptr, 10)) * 1024;
     }
     return 0;
+}
+
+namespace {
+// A "Vm...:" line of /proc/self/status in bytes; -1 when absent.
+int64_t StatusBytes(const char *field) {
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    const size_t length = std::strlen(field);
+    while (std::getline(status, line))
+        if (line.compare(0, length, field) == 0)
+            return static_cast<int64_t>(std::strtoll(line.c_str() + length, nullptr, 10)) * 1024;
+    return -1;
+}
+} // namespace
+
+PeakMemory::PeakMemory() {
+    if (VELKO_TEST_SANITIZED)
+        return;
+#if defined(__GLIBC__)
+    malloc_trim(0);
+#endif
+    std::ofstream clear("/proc/self/clear_refs");
+    clear << "5" << std::flush;
+    if (!clear)
+        return;
+    start_ = StatusBytes("VmRSS:");
+}
+
+int64_t PeakMemory::Added() const {
+    if (start_ < 0)
+        return -1;
+    const int64_t peak = StatusBytes("VmHWM:");
+    return peak < 0 ? -1 : std::max<int64_t>(0, peak - start_);
 }
 
 DataLimit::DataLimit(size_t extra) {

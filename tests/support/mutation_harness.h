@@ -52,7 +52,10 @@ namespace velko_test {
 constexpr uint32_t kMutationSeed = 0x7E1C0D12u;
 
 // One input's open, reads and close must stay under this (seconds). Under a sanitizer the
-// code runs several times slower, and the bound grows with it.
+// code runs several times slower, and the bound grows with it. The slowest damaged input of
+// all the mutation tests took 0.02 to 0.03 s in a release build and 0.08 to 0.2 s under
+// ASan and UBSan, on a 2-core machine with other work running: the bounds leave a factor of
+// 10 to 20 for machines that others share.
 double MutantTimeLimit();
 // Past this an input counts as hung: the watchdog stops the process with a report.
 double HangLimit();
@@ -141,6 +144,27 @@ private:
 
 // The process's data size now (VmData of /proc/self/status) in bytes; 0 when unknown.
 size_t CurrentDataBytes();
+
+// The memory bound of reading any file: kMemoryPerFileByte bytes for each byte of the file
+// plus kMemoryBase. Both are measured over the corpus and the mutation sets (the peak
+// resident memory a feed adds, see PeakMemory) with headroom, and stated in the README.
+constexpr size_t kMemoryPerFileByte = 32;
+constexpr size_t kMemoryBase = size_t(8) << 20;
+constexpr size_t MemoryBound(size_t file_bytes) {
+    return kMemoryPerFileByte * file_bytes + kMemoryBase;
+}
+
+// The peak of the process's resident memory from its making on, over what it held then
+// (Linux: the peak mark is reset through /proc/self/clear_refs). Added() is -1 when it
+// cannot be measured, and under a sanitizer, whose shadow and quarantine it would count.
+class PeakMemory {
+public:
+    PeakMemory();
+    int64_t Added() const;
+
+private:
+    int64_t start_ = -1;
+};
 
 // For its lifetime, the process's data memory (RLIMIT_DATA: heap and private mappings)
 // may grow by at most `extra` bytes beyond what it holds now (after the free top of the
