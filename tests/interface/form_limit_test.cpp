@@ -174,6 +174,38 @@ TEST(FormLimit, Release12TableAtTheLimitIsSavedAndOnePastItIsRefusedByEveryWrite
     }
 }
 
+// ---- Release 13: table counts ------------------------------------------------------------
+
+TEST(FormLimit, Release13TablePastItsCountIsRefusedByTheDxfWriterAndItsControlByTheDwgWriter) {
+    OpenSource source(13);
+    const int16_t h = source.Handle();
+    ASSERT_GE(h, 0);
+    ScratchFolder folder("form_limit_r13_tables");
+    CDB_LAYER_TBL_type r;
+    CDBLayerTableDefault(&r);
+    while (CDBLayerTableCount(h) >= 0 && CDBLayerTableCount(h) < 32767) {
+        std::string name = "*L" + std::to_string(CDBLayerTableCount(h));
+        r.name = &name[0];
+        ASSERT_GE(CDBLayerTableAdd(h, &r), 0);
+    }
+    const std::string dxf = folder.File("tables.dxf");
+    ASSERT_EQ(CDBSaveAsDXF(h, dxf.c_str(), 0), 0);
+    const std::vector<uint8_t> at_limit = FileBytes(dxf);
+    {
+        const int16_t back = CDBStartFileReading(dxf.c_str(), nullptr);
+        ASSERT_GE(back, 0);
+        EXPECT_EQ(CDBLayerTableCount(back), 32767);
+        CDBEndOperation(back);
+    }
+    // The layer control of a DWG lists every layer in one object, far past its size.
+    const std::string dwg = folder.File("tables.dwg");
+    ExpectRefused(CDBSaveAsDWG(h, dwg.c_str()), h, dwg, {}, folder, {"tables.dxf"});
+    std::string name = "*PAST";
+    r.name = &name[0];
+    CDBLayerTableAdd(h, &r);
+    ExpectRefused(CDBSaveAsDXF(h, dxf.c_str(), 0), h, dxf, at_limit, folder, {"tables.dxf"});
+}
+
 // ---- Release 12 DWG: the size of an entity record ------------------------------------------
 
 TEST(FormLimit, Release12DwgEntityRecordPast32767BytesIsRefused) {
