@@ -249,19 +249,6 @@ TEST(FormLimit, AsciiDxfRefusesATextWithALineBreakAndBinaryDxfTakesIt) {
 
 // ---- Release 13 DWG: the size of an object -------------------------------------------------
 
-// A release 13 DXF with one SPLINE of `points` control points, each coordinate one that
-// takes a whole double in the DWG: 25 bytes a point.
-std::vector<uint8_t> SplineDxf(int points) {
-    const std::string text = SmallR13Dxf([points](DxfText &d) {
-                                 d.G(0, "SPLINE").G(5, "70").G(100, "AcDbEntity").G(8, "0");
-                                 d.G(100, "AcDbSpline").G(70, 8).G(71, 3).G(72, 0);
-                                 d.G(73, points).G(74, 0);
-                                 for (int i = 0; i < points; ++i)
-                                     d.G(10, i + 0.5).G(20, i % 7 + 0.25).G(30, 0.125);
-                             }).Ascii();
-    return std::vector<uint8_t>(text.begin(), text.end());
-}
-
 // The control points of the first SPLINE of the main list; -1 when there is none.
 int SplinePoints(int16_t h) {
     const int16_t count = CDBEntityCount(h, -1);
@@ -284,7 +271,7 @@ TEST(FormLimit, Release13DwgObjectPast32767BytesIsRefusedAndOneBelowReadsBack) {
     constexpr int kFits = 1200;
     constexpr int kTooMany = 1400;
     {
-        OpenSource fits(13, SplineDxf(kFits));
+        OpenSource fits(13, SplineR13Dxf(kFits));
         ASSERT_GE(fits.Handle(), 0);
         ASSERT_EQ(CDBSaveAsDWG(fits.Handle(), target.c_str()), 0);
     }
@@ -295,7 +282,7 @@ TEST(FormLimit, Release13DwgObjectPast32767BytesIsRefusedAndOneBelowReadsBack) {
         EXPECT_EQ(SplinePoints(back), kFits);
         CDBEndOperation(back);
     }
-    OpenSource past(13, SplineDxf(kTooMany));
+    OpenSource past(13, SplineR13Dxf(kTooMany));
     ASSERT_GE(past.Handle(), 0);
     ExpectRefused(CDBSaveAsDWG(past.Handle(), target.c_str()), past.Handle(), target, saved, folder,
                   {"object.dwg"});

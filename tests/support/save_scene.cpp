@@ -113,6 +113,17 @@ OpenSource::~OpenSource() {
         CDBEndOperation(handle_);
 }
 
+std::vector<uint8_t> SplineR13Dxf(int points) {
+    const std::string text = SmallR13Dxf([points](DxfText &d) {
+                                 d.G(0, "SPLINE").G(5, "70").G(100, "AcDbEntity").G(8, "0");
+                                 d.G(100, "AcDbSpline").G(70, 8).G(71, 3).G(72, 0);
+                                 d.G(73, points).G(74, 0);
+                                 for (int i = 0; i < points; ++i)
+                                     d.G(10, i + 0.5).G(20, i % 7 + 0.25).G(30, 0.125);
+                             }).Ascii();
+    return std::vector<uint8_t>(text.begin(), text.end());
+}
+
 ChildResult RunInChild(const ChildBounds &bounds, int16_t h, const std::function<int16_t()> &save) {
     ChildResult result;
     int pipe_ends[2];

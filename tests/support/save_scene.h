@@ -80,6 +80,10 @@ struct ChildBounds {
     long file_size_limit = 0; // bytes; 0: none
 };
 
+// A release 13 DXF with one SPLINE of `points` control points, each coordinate one that
+// takes a whole double in a DWG: about 25 bytes a point in the spline's DWG object.
+std::vector<uint8_t> SplineR13Dxf(int points);
+
 ChildResult RunInChild(const ChildBounds &bounds, int16_t h, const std::function<int16_t()> &save);
 
 } // namespace velko_test
