@@ -6,6 +6,7 @@
 #include "support/save_scene.h"
 
 #include "dxf/r13_dxf_write_support.h"
+#include "walk/walk_support.h"
 
 #include "velkow32.h"
 
@@ -145,11 +146,59 @@ INSTANTIATE_TEST_SUITE_P(EveryWriter, SafeSave, ::testing::ValuesIn(AllSaveWrite
                              return std::string(info.param.name);
                          });
 
-// ---- Saves the writer refuses ----------------------------------------------------------------
-
 std::vector<uint8_t> BytesOfText(const std::string &text) {
     return std::vector<uint8_t>(text.begin(), text.end());
 }
+
+// ---- Saves under the drawing's own name ---------------------------------------------------
+
+// The entity kinds of the main list of the drawing in `path`.
+std::vector<int> MainKinds(const std::string &path) {
+    std::vector<int> kinds;
+    const int16_t h = CDBStartFileReading(path.c_str(), nullptr);
+    if (h < 0)
+        return kinds;
+    const int16_t count = CDBEntityCount(h, -1);
+    for (int16_t i = 0; i < count; ++i) {
+        CDB_ENTITY record = walk::NewRecord();
+        if (CDBGetEntity(h, CDBPackEntityId(-1, uint16_t(i)), &record) < 0)
+            break;
+        kinds.push_back(record.entity_type);
+        walk::FreeCopies(record);
+    }
+    CDBEndOperation(h);
+    return kinds;
+}
+
+// A release 13 DXF copies the tail of its input into the new file: the input is still the
+// old file while the new one is written under its name.
+TEST(SafeSaveOwnName, Release13DxfSavedUnderItsOwnNameKeepsItsTail) {
+    OpenSource source(13, BytesOfText(SmallR13Dxf([](DxfText &d) {
+                                          d.G(0, "LINE")
+                                              .G(5, "50")
+                                              .G(100, "AcDbEntity")
+                                              .G(8, "0")
+                                              .G(100, "AcDbLine")
+                                              .G(10, 1.0)
+                                              .G(20, 2.0)
+                                              .G(30, 0.0)
+                                              .G(11, 3.0)
+                                              .G(21, 4.0)
+                                              .G(31, 0.0);
+                                      }).Ascii()));
+    ASSERT_GE(source.Handle(), 0);
+    const std::vector<int> before = MainKinds(source.Path());
+    ASSERT_FALSE(before.empty());
+    const std::string old_text = WholeFile(source.Path());
+    ASSERT_EQ(CDBSaveAsDXF(source.Handle(), source.Path().c_str(), 0), 0);
+    const std::string new_text = WholeFile(source.Path());
+    EXPECT_NE(new_text.find("OBJECTS"), std::string::npos);
+    EXPECT_EQ(new_text.substr(new_text.rfind("OBJECTS")),
+              old_text.substr(old_text.rfind("OBJECTS")));
+    EXPECT_EQ(MainKinds(source.Path()), before);
+}
+
+// ---- Saves the writer refuses ----------------------------------------------------------------
 
 // A refused save of the drawing under `h` by each writer in `writers` to a file that
 // exists: the old file stays, and no other file is left.

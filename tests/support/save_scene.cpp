@@ -101,11 +101,11 @@ OpenSource::OpenSource(int release, const std::vector<uint8_t> &bytes, const cha
         }
     }
     const char *ending = suffix ? suffix : release == 12 ? ".dwg" : ".dxf";
-    const std::string path = folder_.File(std::string("source") + ending);
-    if (!WriteFile(path, content))
+    path_ = folder_.File(std::string("source") + ending);
+    if (!WriteFile(path_, content))
         return;
-    ::chmod(path.c_str(), 0644);
-    handle_ = CDBStartFileReading(path.c_str(), nullptr);
+    ::chmod(path_.c_str(), 0644);
+    handle_ = CDBStartFileReading(path_.c_str(), nullptr);
 }
 
 OpenSource::~OpenSource() {

@@ -62,9 +62,11 @@ public:
     OpenSource(const OpenSource &) = delete;
     OpenSource &operator=(const OpenSource &) = delete;
     int16_t Handle() const { return handle_; }
+    const std::string &Path() const { return path_; }
 
 private:
     ScratchFolder folder_;
+    std::string path_;
     int16_t handle_ = -123;
 };
 
