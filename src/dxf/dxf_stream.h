@@ -103,6 +103,10 @@ public:
     // holds a line break is refused (0, and FormLimit says so), as it would end its group
     // early and break every group behind it.
     int WriteText(int16_t code, const char *text);
+    // A table's count group (70) is 16-bit: the limit a writer refuses a larger table by.
+    static constexpr int kMaxTableCount = 32767;
+    static constexpr const char *kTableCountLimit =
+        "DXF: a table of at most 32,767 records (group 70)";
     // The words of the form limit that refused the last write; null when none did.
     const char *FormLimit() const { return form_limit_; }
     int WriteReal(int16_t code, double value);

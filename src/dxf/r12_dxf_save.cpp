@@ -102,8 +102,8 @@ private:
         CDxfStream &s = context_.stream;
         const R12DxfLayout *layout = R12DxfTableLayout(t);
         CR12TableList &list = drawing_.Table(t);
-        if (list.Count() > INT16_MAX)
-            return drawing_.RefuseFormLimit("DXF: a table of at most 32,767 records (group 70)");
+        if (list.Count() > CDxfStream::kMaxTableCount)
+            return drawing_.RefuseFormLimit(CDxfStream::kTableCountLimit);
         if (!layout || !s.WriteText(0, "TABLE") || !s.WriteText(2, layout->name) ||
             !s.WriteInt16(70, static_cast<int16_t>(list.Count())))
             return 0;

@@ -17,7 +17,6 @@
 #include "dxf/r13_dxf_write.h"
 #include "io/record_field.h"
 
-#include <cstdint>
 #include <cstring>
 #include <vector>
 
@@ -178,10 +177,8 @@ namespace {
 int WriteTable(CR13DxfWriter &writer, const char *name, const CR13Table &table,
                const std::vector<const CR13TableRecord *> &records) {
     CDxfStream &s = writer.Stream();
-    // The count group is 16-bit, as the control object's count is.
-    if (records.size() > size_t(INT16_MAX))
-        return writer.Drawing().RefuseFormLimit(
-            "DXF: a table of at most 32,767 records (group 70)");
+    if (records.size() > size_t(CDxfStream::kMaxTableCount))
+        return writer.Drawing().RefuseFormLimit(CDxfStream::kTableCountLimit);
     if (!s.WriteText(0, "TABLE") || !s.WriteText(2, name) ||
         !s.WriteText(5, table.head.handle.c_str()) || !s.WriteText(100, kR13SymbolTableMarker) ||
         !s.WriteInt16(70, table.head.entry_count))
