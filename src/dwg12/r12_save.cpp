@@ -74,6 +74,16 @@ constexpr const char *kEntityLimit =
     "release 12 DWG: an entity record of at most 32,767 bytes, its extended data of at most "
     "65,535 and its handle of at most 255 bytes";
 constexpr const char *kFileLimit = "release 12 DWG: a file of at most 2 GB";
+constexpr const char *kDashLimit = "release 12 DWG: a line type of at most 12 dashes";
+
+// Whether the record holds more than its table's record in the file has room for: the
+// dashes of a line type.
+bool OverflowsItsRecord(int t, CR12TableRecord &record) {
+    if (t != kR12Ltypes || (record.Flags() & kR12DeletedFlag))
+        return false;
+    const auto *ltype = static_cast<const CDB_LTYPE_TBL_type *>(record.GetRecord());
+    return ltype && ltype->dash_count > int(kR12MaxStoredDashes);
+}
 
 // Puts DwgCrc over all bytes but the last two into the last two.
 void SealBlock(uint8_t *block, size_t size) {
@@ -246,7 +256,9 @@ bool R12DwgWriter::WriteTable(int t) {
     for (int i = 0; i < table.Count(); ++i) {
         std::memset(block, 0, record_size);
         // A deleted record stays as zeros, with the CRC of that.
-        const CR12TableRecord *record = table.At(i);
+        CR12TableRecord *record = table.At(i);
+        if (record && OverflowsItsRecord(t, *record))
+            return drawing_.RefuseFormLimit(kDashLimit);
         if (record && !(record->Flags() & kR12DeletedFlag))
             record->EncodeDWG(block);
         SealBlock(block, record_size);

@@ -174,6 +174,42 @@ TEST(FormLimit, Release12TableAtTheLimitIsSavedAndOnePastItIsRefusedByEveryWrite
     }
 }
 
+// ---- Release 12 DWG: the dashes of a line type ---------------------------------------------
+
+// A line type of `count` dashes added to the drawing under `h`.
+void AddLineType(int16_t h, const char *name, int count) {
+    CDB_LTYPE_TBL_type r;
+    CDBLineTypeTableDefault(&r);
+    std::vector<double> dashes(size_t(count), 0.25);
+    std::string text = name;
+    r.name = &text[0];
+    r.dash_count = int16_t(count);
+    r.dashes = dashes.data();
+    ASSERT_GE(CDBLineTypeTableAdd(h, &r), 0);
+}
+
+TEST(FormLimit, Release12DwgLineTypeOf12DashesIsSavedAndOneOf13IsRefused) {
+    OpenSource source(12);
+    const int16_t h = source.Handle();
+    ASSERT_GE(h, 0);
+    ScratchFolder folder("form_limit_dashes");
+    const std::string target = folder.File("dashes.dwg");
+    AddLineType(h, "TWELVE", 12);
+    ASSERT_EQ(CDBSaveAsDWG(h, target.c_str()), 0);
+    const std::vector<uint8_t> saved = FileBytes(target);
+    {
+        const int16_t back = CDBStartFileReading(target.c_str(), nullptr);
+        ASSERT_GE(back, 0);
+        const int16_t index = CDBLineTypeTableFind(back, "TWELVE");
+        CDB_LTYPE_TBL_type r;
+        ASSERT_EQ(CDBLineTypeTableGet(back, index, &r), 0);
+        EXPECT_EQ(r.dash_count, 12);
+        CDBEndOperation(back);
+    }
+    AddLineType(h, "THIRTEEN", 13);
+    ExpectRefused(CDBSaveAsDWG(h, target.c_str()), h, target, saved, folder, {"dashes.dwg"});
+}
+
 // ---- Release 13: table counts ------------------------------------------------------------
 
 TEST(FormLimit, Release13TablePastItsCountIsRefusedByTheDxfWriterAndItsControlByTheDwgWriter) {
