@@ -287,6 +287,10 @@ bool CR13DwgSaver::WriteTables() {
             return false;
         for (int i = 0; i < table.records.Count(); ++i) {
             CR13TableRecord *record = table.records.At(i);
+            if (const char *limit = record->PassedFormLimit()) {
+                drawing.RefuseFormLimit(limit);
+                return Fail(kLimit);
+            }
             CBitWriter writer;
             record->WriteDWG(writer);
             if (!PutObject(writer, R13HandleValue(record->RecordHandle())))

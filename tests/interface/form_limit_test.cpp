@@ -188,6 +188,18 @@ void AddLineType(int16_t h, const char *name, int count) {
     ASSERT_GE(CDBLineTypeTableAdd(h, &r), 0);
 }
 
+// The dash count of the line type `name` in the drawing in `path`; -1 when it cannot be read.
+int DashesIn(const std::string &path, const char *name) {
+    const int16_t back = CDBStartFileReading(path.c_str(), nullptr);
+    if (back < 0)
+        return -1;
+    CDB_LTYPE_TBL_type r;
+    const int16_t index = CDBLineTypeTableFind(back, name);
+    const int count = CDBLineTypeTableGet(back, index, &r) == 0 ? r.dash_count : -1;
+    CDBEndOperation(back);
+    return count;
+}
+
 TEST(FormLimit, Release12DwgLineTypeOf12DashesIsSavedAndOneOf13IsRefused) {
     OpenSource source(12);
     const int16_t h = source.Handle();
@@ -197,16 +209,22 @@ TEST(FormLimit, Release12DwgLineTypeOf12DashesIsSavedAndOneOf13IsRefused) {
     AddLineType(h, "TWELVE", 12);
     ASSERT_EQ(CDBSaveAsDWG(h, target.c_str()), 0);
     const std::vector<uint8_t> saved = FileBytes(target);
-    {
-        const int16_t back = CDBStartFileReading(target.c_str(), nullptr);
-        ASSERT_GE(back, 0);
-        const int16_t index = CDBLineTypeTableFind(back, "TWELVE");
-        CDB_LTYPE_TBL_type r;
-        ASSERT_EQ(CDBLineTypeTableGet(back, index, &r), 0);
-        EXPECT_EQ(r.dash_count, 12);
-        CDBEndOperation(back);
-    }
+    EXPECT_EQ(DashesIn(target, "TWELVE"), 12);
     AddLineType(h, "THIRTEEN", 13);
+    ExpectRefused(CDBSaveAsDWG(h, target.c_str()), h, target, saved, folder, {"dashes.dwg"});
+}
+
+TEST(FormLimit, Release13DwgLineTypeOf255DashesIsSavedAndOneOf256IsRefused) {
+    OpenSource source(13);
+    const int16_t h = source.Handle();
+    ASSERT_GE(h, 0);
+    ScratchFolder folder("form_limit_r13_dashes");
+    const std::string target = folder.File("dashes.dwg");
+    AddLineType(h, "MANY", 255);
+    ASSERT_EQ(CDBSaveAsDWG(h, target.c_str()), 0);
+    const std::vector<uint8_t> saved = FileBytes(target);
+    EXPECT_EQ(DashesIn(target, "MANY"), 255);
+    AddLineType(h, "TOOMANY", 256);
     ExpectRefused(CDBSaveAsDWG(h, target.c_str()), h, target, saved, folder, {"dashes.dwg"});
 }
 
