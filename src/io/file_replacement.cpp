@@ -86,11 +86,13 @@ int CFileReplacement::Commit(CDrawingFile &file) {
     struct stat old;
     const bool replacing = ::stat(target_.c_str(), &old) == 0;
     const mode_t mode = replacing ? (old.st_mode & 07777) : NewFileMode();
+    // The owner too, where the process may give it (it may not, as a rule, and that is no
+    // failure); before the bits, since a change of owner may clear some of them.
+    if (replacing && (old.st_uid != ::geteuid() || old.st_gid != ::getegid())) {
+        const int given = ::fchown(file.Descriptor(), old.st_uid, old.st_gid);
+        (void)given;
+    }
     bool done = file.Sync() && ::fchmod(file.Descriptor(), mode) == 0;
-    // The owner too, where the process may give it (it may not, as a rule, and that is
-    // no failure).
-    if (done && replacing && (old.st_uid != ::geteuid() || old.st_gid != ::getegid()))
-        (void)::fchown(file.Descriptor(), old.st_uid, old.st_gid);
     done = done && std::rename(temporary_.c_str(), target_.c_str()) == 0;
     if (!done) {
         Abandon();
@@ -103,7 +105,8 @@ int CFileReplacement::Commit(CDrawingFile &file) {
     const std::string folder = FolderOf(target_);
     const int dir = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_CLOEXEC);
     if (dir >= 0) {
-        (void)::fsync(dir);
+        const int synced = ::fsync(dir);
+        (void)synced;
         ::close(dir);
     }
     return 1;
