@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -180,12 +181,16 @@ TEST(FormLimit, Release12TableAtTheLimitIsSavedAndOnePastItIsRefusedByEveryWrite
 void AddLineType(int16_t h, const char *name, int count) {
     CDB_LTYPE_TBL_type r;
     CDBLineTypeTableDefault(&r);
+    // The default's blocks are the caller's.
+    std::free(r.dashes);
     std::vector<double> dashes(size_t(count), 0.25);
     std::string text = name;
     r.name = &text[0];
     r.dash_count = int16_t(count);
     r.dashes = dashes.data();
-    ASSERT_GE(CDBLineTypeTableAdd(h, &r), 0);
+    const int16_t added = CDBLineTypeTableAdd(h, &r);
+    std::free(r.description);
+    ASSERT_GE(added, 0);
 }
 
 // The dash count of the line type `name` in the drawing in `path`; -1 when it cannot be read.
