@@ -60,6 +60,10 @@ extern "C" {
 #define CDB_ERR_INVALID_BLOCK (-430)
 #define CDB_ERR_INVALID_DIMSTYLE (-431)
 #define CDB_ERR_INVALID_MLINESTYLE (-432)
+/* A code of this library, beyond the original range: a save refused because the drawing
+   does not fit its file form (an offset, a count, a size or a length that the form's field
+   cannot hold). The old file of the target name stays as it was. */
+#define CDB_ERR_FORM_LIMIT (-440)
 
 /* ---- Entity kinds ----------------------------------------------------------------- */
 

@@ -146,7 +146,9 @@ public:
 
     // ---- Saving -------------------------------------------------------------------------
     // DWG (r12_save.cpp): SaveAsDWG writes to a new file and goes on with it as the
-    // drawing's name; Save writes the drawing back to its own name in its own form.
+    // drawing's name; Save writes the drawing back to its own name in its own form. Both
+    // write beside the target and replace it only with a complete file: a failed save
+    // leaves the old file as it was and no new file behind.
     short SaveAsDWG(const char *name) override;
     short Save() override;
     // Writes all sections of a DWG into `file`, opened for writing: 1, or 0 when a write

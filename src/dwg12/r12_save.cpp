@@ -7,9 +7,11 @@
 #include "io/byte_order.h"
 #include "io/crc16.h"
 #include "io/drawing_file.h"
+#include "io/file_replacement.h"
 
 #include <array>
 #include <cstring>
+#include <string>
 #include <vector>
 
 namespace {
@@ -60,7 +62,28 @@ constexpr size_t kBlockFlagsCopyAt = 41;
 constexpr size_t kBlockOffsetFlagAt = 38;
 constexpr uint8_t kBlockOffsetFlag = 0x40;
 
-// The view variables of the header that the "*ACTIVE" viewport gives back.
+// The limits of the form that a drawing may run into; a save past one is refused.
+// The block table keeps a block's entity offset, and the header the size of the block
+// section, in 24 bits: the top byte holds a flag.
+constexpr uint32_t kMaxBlocksSize = 0x00FFFFFFu;
+// Table counts are 16-bit, signed.
+constexpr int kMaxTableCount = INT16_MAX;
+constexpr const char *kBlocksLimit = "release 12 DWG: a block section of at most 16,777,215 bytes";
+constexpr const char *kTableLimit = "release 12 DWG: a table of at most 32,767 records";
+constexpr const char *kEntityLimit =
+    "release 12 DWG: an entity record of at most 32,767 bytes, its extended data of at most "
+    "65,535 and its handle of at most 255 bytes";
+constexpr const char *kFileLimit = "release 12 DWG: a file of at most 2 GB";
+constexpr const char *kDashLimit = "release 12 DWG: a line type of at most 12 dashes";
+
+// Whether the record holds more than its table's record in the file has room for: the
+// dashes of a line type.
+bool OverflowsItsRecord(int t, CR12TableRecord &record) {
+    if (t != kR12Ltypes || (record.Flags() & kR12DeletedFlag))
+        return false;
+    const auto *ltype = static_cast<const CDB_LTYPE_TBL_type *>(record.GetRecord());
+    return ltype && ltype->dash_count > int(kR12MaxStoredDashes);
+}
 
 // Puts DwgCrc over all bytes but the last two into the last two.
 void SealBlock(uint8_t *block, size_t size) {
@@ -129,7 +152,7 @@ private:
 
 bool R12DwgWriter::Put(const void *bytes, size_t size) {
     if (size > size_t(INT32_MAX) || state_.position > uint32_t(INT32_MAX) - size)
-        return false;
+        return drawing_.RefuseFormLimit(kFileLimit);
     if (!file_.Write(bytes, static_cast<uint32_t>(size)))
         return false;
     state_.position += static_cast<uint32_t>(size);
@@ -163,8 +186,10 @@ bool R12DwgWriter::WriteEntity(CR12Entity &entity) {
     } else if (kind == CDB_INSERT || kind == CDB_POLYLINE) {
         owner_position_ = static_cast<int32_t>(state_.position);
     }
+    // A record that the frame cannot hold; an entity without a record is no entity of the
+    // file, and no limit.
     if (!entity.EncodeDWG(frame_))
-        return false;
+        return entity.GetData() ? drawing_.RefuseFormLimit(kEntityLimit) : false;
     if (!Put(frame_.data(), frame_.size()))
         return false;
     drawing_.CountWritten();
@@ -188,8 +213,8 @@ bool R12DwgWriter::WriteMainEntities() {
 
 bool R12DwgWriter::WriteBlockTablePlaceholders() {
     CR12TableList &table = drawing_.Table(kR12Blocks);
-    if (table.Count() > INT16_MAX)
-        return false;
+    if (table.Count() > kMaxTableCount)
+        return drawing_.RefuseFormLimit(kTableLimit);
     CR12WriteState::Table &descriptor = state_.tables[kR12Blocks];
     descriptor.id = kR12Blocks;
     descriptor.record_size = kBlockRecordSize;
@@ -218,7 +243,9 @@ bool R12DwgWriter::WriteBlockTablePlaceholders() {
 bool R12DwgWriter::WriteTable(int t) {
     CR12TableList &table = drawing_.Table(t);
     const size_t record_size = size_t(R12RecordSize(t));
-    if (table.Count() > INT16_MAX || record_size < kCrcSize || record_size > kR12MaxRecordSize)
+    if (table.Count() > kMaxTableCount)
+        return drawing_.RefuseFormLimit(kTableLimit);
+    if (record_size < kCrcSize || record_size > kR12MaxRecordSize)
         return false;
     CR12WriteState::Table &descriptor = state_.tables[t];
     descriptor.id = static_cast<uint16_t>(t);
@@ -229,7 +256,9 @@ bool R12DwgWriter::WriteTable(int t) {
     for (int i = 0; i < table.Count(); ++i) {
         std::memset(block, 0, record_size);
         // A deleted record stays as zeros, with the CRC of that.
-        const CR12TableRecord *record = table.At(i);
+        CR12TableRecord *record = table.At(i);
+        if (record && OverflowsItsRecord(t, *record))
+            return drawing_.RefuseFormLimit(kDashLimit);
         if (record && !(record->Flags() & kR12DeletedFlag))
             record->EncodeDWG(block);
         SealBlock(block, record_size);
@@ -255,7 +284,9 @@ bool R12DwgWriter::WriteBlockDefinition(const CDB_STARTBLOCK_ENTITY_type &start,
     borrowed->block.xref_path = nullptr;
     borrowed->block.name = nullptr;
     borrowed->block.name_2 = nullptr;
-    if (!encoded || !Put(frame_.data(), frame_.size()))
+    if (!encoded)
+        return drawing_.RefuseFormLimit(kEntityLimit);
+    if (!Put(frame_.data(), frame_.size()))
         return false;
     drawing_.CountWritten();
 
@@ -281,6 +312,9 @@ bool R12DwgWriter::WriteBlockDefinition(const CDB_STARTBLOCK_ENTITY_type &start,
 bool R12DwgWriter::WriteBlocks() {
     CBlockList &blocks = drawing_.Blocks();
     for (size_t i = 0; i < block_table_.size(); ++i) {
+        // Past the limit already: the rest need not be written to be refused.
+        if (state_.position - state_.blocks_start > kMaxBlocksSize)
+            return drawing_.RefuseFormLimit(kBlocksLimit);
         BlockTableEntry &entry = block_table_[i];
         if (entry.flags & kR12DeletedFlag)
             continue;
@@ -431,6 +465,8 @@ int R12DwgWriter::Run() {
     if (!WriteBlocks())
         return 0;
     state_.blocks_size = state_.position - state_.blocks_start;
+    if (state_.blocks_size > kMaxBlocksSize)
+        return drawing_.RefuseFormLimit(kBlocksLimit);
     if (!PutZeros(kSectionGap))
         return 0;
 
@@ -456,24 +492,27 @@ short CR12Drawing::SaveAsDWG(const char *name) {
         SetError(CDB_ERR_OPENING_FILE);
         return CDB_FAIL;
     }
+    // The name may be the drawing's own file name, which changes below.
+    const std::string given(name);
     // A new file object carries the drawing's layout (version, trailer); the old one is
-    // kept until the new file is complete.
+    // kept until the new file is complete, and the old file is replaced only then.
+    CFileReplacement replacement(given.c_str());
     std::unique_ptr<CDrawingFile> old = std::move(file);
     file = old ? std::make_unique<CDrawingFile>(*old) : std::make_unique<CDrawingFile>();
-    if (!file->Open(name, CDB_OPEN_WRITE)) {
+    if (!replacement.Open(*file)) {
         file = std::move(old);
         SetError(CDB_ERR_OPENING_FILE);
         return CDB_FAIL;
     }
-    if (!WriteFile()) {
-        // What was written stays on disk.
+    if (!WriteFile() || !replacement.Commit(*file)) {
+        // Nothing of the new file stays.
         file->Close();
         file = std::move(old);
         return CDB_FAIL;
     }
     // The drawing goes on with the new name and no open file: what it holds in memory is
     // what counts.
-    file_name = name;
+    file_name = given;
     file->Close();
     file->in_entity_section = 0;
     old.reset();
@@ -491,18 +530,7 @@ short CR12Drawing::Save() {
     }
     if (file_kind != kDwg)
         return CDB_FAIL;
-    // The drawing's own file is closed and created anew: its old content is gone from
-    // here on.
-    if (file)
-        file->Close();
-    else
-        file = std::make_unique<CDrawingFile>();
-    if (!file->Open(file_name.c_str(), CDB_OPEN_WRITE)) {
-        SetError(CDB_ERR_OPENING_FILE);
-        return CDB_FAIL;
-    }
-    const int written = WriteFile();
-    file->Close();
-    file->in_entity_section = 0;
-    return written ? short(0) : CDB_FAIL;
+    // The drawing's own file is replaced by a new one once that is complete.
+    const std::string name = file_name;
+    return SaveAsDWG(name.c_str());
 }

@@ -98,7 +98,8 @@ public:
     // here. `binary` non-zero writes the binary form, which begins with its first group (no
     // sentinel). The drawing's name, file and input stay as they were. 0, or -123 at the
     // first group that cannot be written or at an entity kind that has no DXF writer (the
-    // output then stays partial; SaveStoppedAt says which entity it was).
+    // new file is then removed and any old file of that name stays as it was;
+    // LastDxfSaveStop says which entity it was).
     short SaveAsDXF(const char *name, int binary) override;
     // The entity at which the last DXF save stopped: its kind's DXF name and its handle
     // text. Empty kind when the last save did not stop at an entity.

@@ -20,6 +20,13 @@
 namespace {
 
 constexpr int32_t kGapBytes = 512;
+// The limits of the form that a drawing may run into; a save past one is refused. An
+// object's size is a 16-bit word whose top bit would announce the long form, which no
+// object encoded here has; offsets are signed 32-bit.
+constexpr int32_t kMaxObjectData = 0x7FFF;
+constexpr const char *kObjectLimit =
+    "release 13 DWG: an object of at most 32,767 bytes (the size word's short form)";
+constexpr const char *kFileLimit = "release 13 DWG: a file of at most 2 GB";
 constexpr int16_t kAttribType = 2;
 constexpr int16_t kFirstVertexType = 10;
 constexpr int16_t kLastVertexType = 14;
@@ -72,6 +79,10 @@ bool CR13DwgSaver::Fail(Failure why) {
 bool CR13DwgSaver::Put(const void *bytes, uint32_t size) {
     if (size == 0)
         return true;
+    if (size > uint32_t(INT32_MAX - write_offset)) {
+        drawing.RefuseFormLimit(kFileLimit);
+        return Fail(kLimit);
+    }
     if (!output.Write(bytes, size))
         return Fail(kOutput);
     write_offset += static_cast<int32_t>(size);
@@ -110,6 +121,10 @@ bool CR13DwgSaver::PutObject(const CBitWriter &writer, uint32_t handle) {
     // Objects kept as read (the viewport entity headers) bring their own check along: the
     // file carries one check for all.
     const int32_t size = writer.TellSize();
+    if (size - 4 > kMaxObjectData) {
+        drawing.RefuseFormLimit(kObjectLimit);
+        return Fail(kLimit);
+    }
     std::vector<uint8_t> bytes(writer.Data(), writer.Data() + size);
     if (size >= 4)
         bytes[size_t(size) - 2] = bytes[size_t(size) - 1] = 0xFF;
@@ -272,6 +287,10 @@ bool CR13DwgSaver::WriteTables() {
             return false;
         for (int i = 0; i < table.records.Count(); ++i) {
             CR13TableRecord *record = table.records.At(i);
+            if (const char *limit = record->PassedFormLimit()) {
+                drawing.RefuseFormLimit(limit);
+                return Fail(kLimit);
+            }
             CBitWriter writer;
             record->WriteDWG(writer);
             if (!PutObject(writer, R13HandleValue(record->RecordHandle())))

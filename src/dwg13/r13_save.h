@@ -62,7 +62,9 @@ R13SaveCounts CountSavedObjects(CR13Drawing &drawing);
 class CR13DwgSaver {
 public:
     // Where the save went wrong.
-    enum Failure { kNone, kOutput, kHeader, kSequence };
+    // kLimit: the drawing does not fit the form; the drawing holds CDB_ERR_FORM_LIMIT and
+    // the limit's words.
+    enum Failure { kNone, kOutput, kHeader, kSequence, kLimit };
 
     // `source` is the file the drawing was read from, null for a drawing that has none.
     CR13DwgSaver(CR13Drawing &drawing, CDrawingFile *source, CDrawingFile &output);

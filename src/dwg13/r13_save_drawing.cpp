@@ -1,23 +1,15 @@
-// The drawing's side of a DWG save: the output file beside the target, the writer, and the
-// switch to the new file once it is complete.
+// The drawing's side of a DWG save: the new file beside the target, the writer, and the
+// switch to the new file once it is complete. The old file is read while the new one is
+// written, and is left as it was when the save fails.
 #include "dwg13/r13_drawing.h"
 
 #include "dwg13/r13_object_map.h"
 #include "dwg13/r13_save.h"
 #include "io/drawing_file.h"
+#include "io/file_replacement.h"
 
-#include <cstdio>
 #include <cstring>
 #include <map>
-
-namespace {
-
-// The name under which a save writes before the file takes its real name.
-std::string PartName(const std::string &name) {
-    return name + ".part";
-}
-
-} // namespace
 
 short CR13Drawing::SaveAsDWG(const char *name) {
     SetError(CDB_ERR_NONE);
@@ -36,22 +28,24 @@ short CR13Drawing::SaveAsDWG(const char *name) {
         SetError(CDB_ERR_FILE_READ);
         return CDB_FAIL;
     }
-    const std::string target = name;
-    const std::string part = PartName(target);
+    CFileReplacement replacement(name);
+    const std::string target = replacement.Target();
     auto output = std::make_unique<CDrawingFile>();
-    if (!output->Open(part.c_str(), kDrawingFileCreate)) {
+    if (!replacement.Open(*output)) {
         SetError(CDB_ERR_OPENING_FILE);
         return CDB_FAIL;
     }
     CR13DwgSaver saver(*this, source, *output);
     const int written = saver.Run();
-    const int closed = output->Close();
+    const int committed = written && replacement.Commit(*output);
+    output->Close();
     output.reset();
-    if (!written || !closed || std::rename(part.c_str(), target.c_str()) != 0) {
-        std::remove(part.c_str());
-        SetError(saver.Why() == CR13DwgSaver::kSequence ? CDB_ERR_WRONG_SEQUENCE
-                 : saver.Why() == CR13DwgSaver::kHeader ? CDB_ERR_FILE_READ
-                                                        : CDB_ERR_OPENING_FILE);
+    if (!committed) {
+        // A refusal for a limit of the form has set its code and words already.
+        if (saver.Why() != CR13DwgSaver::kLimit)
+            SetError(saver.Why() == CR13DwgSaver::kSequence ? CDB_ERR_WRONG_SEQUENCE
+                     : saver.Why() == CR13DwgSaver::kHeader ? CDB_ERR_FILE_READ
+                                                            : CDB_ERR_OPENING_FILE);
         return CDB_FAIL;
     }
 
@@ -77,7 +71,7 @@ short CR13Drawing::SaveAsDWG(const char *name) {
     }
     file_kind = kDwg;
     auto reopened = std::make_unique<CDrawingFile>();
-    file_name = target;
+    file_name = name;
     if (!reopened->Open(target.c_str(), kDrawingFileRead)) {
         SetError(CDB_ERR_OPENING_FILE);
         return CDB_FAIL;

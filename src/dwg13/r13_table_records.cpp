@@ -344,6 +344,12 @@ void CR13LtypeRecord::WriteDashes(CBitWriter &writer) const {
     }
 }
 
+const char *CR13LtypeRecord::PassedFormLimit() const {
+    constexpr int16_t kMaxDashes = 255;
+    return body.record.dash_count > kMaxDashes ? "release 13 DWG: a line type of at most 255 dashes"
+                                               : nullptr;
+}
+
 void CR13LtypeRecord::Encode(CBitWriter &writer) const {
     WriteR13Fields(writer, R13LayoutOf(kLtypeHead), &body);
     WriteDashes(writer);

@@ -109,6 +109,9 @@ public:
     int ReadDWG(CBitStream &stream);
     // Encodes the whole object from the record, frame included.
     virtual void WriteDWG(CBitWriter &writer) const;
+    // The limit of its object's fixed-width fields that the record passes, in words, or
+    // null when the object holds all of it.
+    virtual const char *PassedFormLimit() const { return nullptr; }
     // Takes the values of a public record of its table (editing): the record becomes a copy
     // of `source` with copies of the texts and arrays it points at, which stay the caller's;
     // what the object keeps beyond the public record starts cleared.
@@ -282,6 +285,8 @@ class CR13LtypeRecord : public CR13RecordOf<R13Body<CDB_LTYPE_TBL_type>> {
 public:
     explicit CR13LtypeRecord(CBaseDrawing *drawing);
     ~CR13LtypeRecord() override { ReleaseOwned(); }
+    // The dash count is one byte in the object.
+    const char *PassedFormLimit() const override;
 
 protected:
     int Decode(CBitStream &stream) override;

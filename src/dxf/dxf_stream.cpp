@@ -586,6 +586,10 @@ int CDxfStream::WriteGroup(int16_t code, void *value, int16_t length) {
 
 int CDxfStream::WriteText(int16_t code, const char *text) {
     size_t length = text ? std::strlen(text) : 0;
+    if (!output_binary_ && length && std::strpbrk(text, "\r\n")) {
+        form_limit_ = "ASCII DXF: a text value of one line, without a line break";
+        return 0;
+    }
     // Room for the terminator and the line end that the ASCII form appends.
     if (text_scratch_.size() < length + 3)
         text_scratch_.resize(length + 3);

@@ -99,8 +99,16 @@ public:
     // one) is cut to fit and keeps its NUL. 1, or 0 if the output refuses the bytes.
     int WriteGroup(int16_t code, void *value, int16_t length);
     // A string value: copies `text` (null is empty) into a scratch buffer first, so that
-    // the caller's text is not touched.
+    // the caller's text is not touched. In the ASCII form a value is one line: a text that
+    // holds a line break is refused (0, and FormLimit says so), as it would end its group
+    // early and break every group behind it.
     int WriteText(int16_t code, const char *text);
+    // A table's count group (70) is 16-bit: the limit a writer refuses a larger table by.
+    static constexpr int kMaxTableCount = 32767;
+    static constexpr const char *kTableCountLimit =
+        "DXF: a table of at most 32,767 records (group 70)";
+    // The words of the form limit that refused the last write; null when none did.
+    const char *FormLimit() const { return form_limit_; }
     int WriteReal(int16_t code, double value);
     int WriteInt16(int16_t code, int16_t value);
     int WriteInt32(int16_t code, int32_t value);
@@ -152,6 +160,7 @@ private:
     char line_[kValueSize] = {};     // an ASCII value line, before it goes to the caller
     char scratch_[kValueSize] = {};  // the group of a typed header read
     std::vector<char> text_scratch_; // WriteText's copy of its text
+    const char *form_limit_ = nullptr;
 };
 
 #endif

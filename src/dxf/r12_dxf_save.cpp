@@ -10,6 +10,7 @@
 #include "dwg12/r12_dxf_layout.h"
 #include "dxf/r12_dxf_write.h"
 #include "io/drawing_file.h"
+#include "io/file_replacement.h"
 
 #include <memory>
 #include <string>
@@ -101,6 +102,8 @@ private:
         CDxfStream &s = context_.stream;
         const R12DxfLayout *layout = R12DxfTableLayout(t);
         CR12TableList &list = drawing_.Table(t);
+        if (list.Count() > CDxfStream::kMaxTableCount)
+            return drawing_.RefuseFormLimit(CDxfStream::kTableCountLimit);
         if (!layout || !s.WriteText(0, "TABLE") || !s.WriteText(2, layout->name) ||
             !s.WriteInt16(70, static_cast<int16_t>(list.Count())))
             return 0;
@@ -201,9 +204,11 @@ short CR12Drawing::SaveAsDXF(const char *name, int binary) {
         SetError(CDB_ERR_FILE_ALREADY_OPEN);
         return CDB_FAIL;
     }
-    // The new file object carries the drawing's layout (its version) over.
+    // The new file object carries the drawing's layout (its version) over; it is written
+    // beside the target and replaces it only once complete.
+    CFileReplacement replacement(target.c_str());
     auto output = file ? std::make_unique<CDrawingFile>(*file) : std::make_unique<CDrawingFile>();
-    if (!output->Open(target.c_str(), CDB_OPEN_CREATE)) {
+    if (!replacement.Open(*output)) {
         SetError(CDB_ERR_OPENING_FILE);
         return CDB_FAIL;
     }
@@ -215,9 +220,11 @@ short CR12Drawing::SaveAsDXF(const char *name, int binary) {
     writing_dxf = true;
     const int written = CR12DxfWriter(*this, *output, stream).WriteFile();
     writing_dxf = false;
-    if (!written) {
-        // The partial file stays as it is.
+    if (!written || !replacement.Commit(*output)) {
+        // Nothing of the new file stays; the old file is as it was.
         output->Close();
+        if (stream.FormLimit())
+            RefuseFormLimit(stream.FormLimit());
         return CDB_FAIL;
     }
 

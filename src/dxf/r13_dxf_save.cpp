@@ -18,6 +18,7 @@
 #include "dxf/dxf_stream.h"
 #include "dxf/r13_dxf_write.h"
 #include "io/drawing_file.h"
+#include "io/file_replacement.h"
 
 #include <cstdio>
 #include <cstring>
@@ -155,17 +156,21 @@ short CR13Drawing::SaveAsDXF(const char *name, int binary) {
     }
     if (!TriggerLoading())
         return CDB_FAIL;
-    // The input stays open and keeps its position: the tail may be read from it.
+    // The input stays open and keeps its position: the tail may be read from it, also when
+    // the new file takes the input's own name, since it is replaced only once complete.
+    CFileReplacement replacement(name);
     auto output = std::make_unique<CDrawingFile>();
-    if (!output->Open(name, CDB_OPEN_CREATE)) {
+    if (!replacement.Open(*output)) {
         SetError(CDB_ERR_OPENING_FILE);
         return CDB_FAIL;
     }
     CDxfStream stream;
     stream.AttachOutput(output.get(), binary ? 1 : 0);
     const int written = CR13DxfFile(*this, *output, stream).Write();
-    // A failed save leaves what was written so far: the buffer goes out before the close.
-    output->Flush();
+    // A failed save leaves no part of the new file.
+    const int committed = written && replacement.Commit(*output);
     output->Close();
-    return written ? short(0) : short(CDB_FAIL);
+    if (!written && stream.FormLimit())
+        RefuseFormLimit(stream.FormLimit());
+    return committed ? short(0) : short(CDB_FAIL);
 }

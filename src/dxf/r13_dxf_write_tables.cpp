@@ -177,6 +177,8 @@ namespace {
 int WriteTable(CR13DxfWriter &writer, const char *name, const CR13Table &table,
                const std::vector<const CR13TableRecord *> &records) {
     CDxfStream &s = writer.Stream();
+    if (records.size() > size_t(CDxfStream::kMaxTableCount))
+        return writer.Drawing().RefuseFormLimit(CDxfStream::kTableCountLimit);
     if (!s.WriteText(0, "TABLE") || !s.WriteText(2, name) ||
         !s.WriteText(5, table.head.handle.c_str()) || !s.WriteText(100, kR13SymbolTableMarker) ||
         !s.WriteInt16(70, table.head.entry_count))

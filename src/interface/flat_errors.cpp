@@ -43,6 +43,7 @@ constexpr ErrorText kMessages[] = {
     {-430, "The entity's block index is invalid."},
     {-431, "The entity's dimension style index is invalid."},
     {-432, "The entity's mline style index is invalid."},
+    {-440, "Drawing exceeds a limit of the file form."},
 };
 
 const char *MessageOf(int16_t code) {

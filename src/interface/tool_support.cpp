@@ -210,6 +210,12 @@ bool SaveStoppedAt(int16_t drawing, std::string *kind, std::string *handle) {
     return true;
 }
 
+std::string FormLimitOf(int16_t drawing) {
+    CLibDrawing *lib = g_DrawingTable.GetDrawing(drawing);
+    const CBaseDrawing *d = lib ? lib->Drawing() : nullptr;
+    return d ? std::string(d->FormLimit()) : std::string();
+}
+
 bool SetProgressHooks(int16_t drawing, LoadProgressHook load, SaveProgressHook save) {
     CLibDrawing *lib = g_DrawingTable.GetDrawing(drawing);
     CBaseDrawing *d = lib ? lib->Drawing() : nullptr;

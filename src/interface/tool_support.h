@@ -66,6 +66,11 @@ bool CountSavedObjects(int16_t drawing, SavedObjects *counts);
 // drawing of another release, or a last save that no entity stopped.
 bool SaveStoppedAt(int16_t drawing, std::string *kind, std::string *handle);
 
+// The limit of its file form that refused the last save of the drawing under `drawing`, in
+// words ("release 12 DWG: a block section of at most 16,777,215 bytes"), when the drawing's
+// code is CDB_ERR_FORM_LIMIT; empty otherwise and for a free handle.
+std::string FormLimitOf(int16_t drawing);
+
 // The progress hooks of a drawing. The load hook is called once an entity is read, with the
 // entities and blocks read so far; the save hook every so many objects written, with the
 // number written so far. Both are plain functions without context: a caller that needs one

@@ -124,18 +124,24 @@ int CDrawingFile::Open(const char *file_name, int mode) {
     int opened = ::open(path.c_str(), flags | O_CLOEXEC, 0644);
     if (opened < 0)
         return 0;
-    struct stat st;
-    if (::fstat(opened, &st) != 0 || !S_ISREG(st.st_mode)) {
+    if (!Adopt(opened, path)) {
         ::close(opened);
         return 0;
     }
+    return 1;
+}
+
+int CDrawingFile::Adopt(int descriptor, const std::string &path) {
+    if (fd >= 0 || descriptor < 0)
+        return 0;
+    struct stat st;
+    if (::fstat(descriptor, &st) != 0 || !S_ISREG(st.st_mode))
+        return 0;
     std::free(buffer);
     buffer = static_cast<uint8_t *>(std::calloc(static_cast<size_t>(capacity), 1));
-    if (!buffer) {
-        ::close(opened);
+    if (!buffer)
         return 0;
-    }
-    fd = opened;
+    fd = descriptor;
     name = path;
     buffer_start = buffer_end = 0;
     position = 0;
@@ -293,6 +299,10 @@ const uint8_t *CDrawingFile::SpanAfterRefill(uint32_t &available) {
         return nullptr;
     available = end - pos;
     return buffer + (pos - buffer_start);
+}
+
+int CDrawingFile::Sync() {
+    return fd >= 0 && Flush() && ::fsync(fd) == 0 ? 1 : 0;
 }
 
 int CDrawingFile::Flush() {

@@ -34,6 +34,16 @@ public:
     ~CDrawingFile();
 
     int Open(const char *name, int mode); // a DrawingFileMode
+    // Takes over `descriptor`, a regular file open for reading and writing, under `path`
+    // (the name is not resolved again). 1, or 0 (the descriptor is then left alone).
+    int Adopt(int descriptor, const std::string &path);
+    // Writes the buffer out and asks the system to put the file's bytes on the disk. 1 or 0.
+    int Sync();
+    // The file, once renamed, goes on under `path`.
+    void Rename(const std::string &path) { name = path; }
+    // The descriptor, for the calls on the open file that only the owner of a replacement
+    // makes (its permission bits). -1 when closed.
+    int Descriptor() const { return fd; }
     int Close();
     int SetPosition(int32_t offset, int origin);
     int32_t GetPosition() const { return position; }

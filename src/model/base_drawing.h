@@ -26,6 +26,17 @@ public:
     // ---- Shared state -----------------------------------------------------------------
     void SetError(short code) { error = code; }
     short GetError() const { return error; }
+    // A save refused because the drawing does not fit its file form: the code
+    // CDB_ERR_FORM_LIMIT, and the limit in words ("release 12 DWG: a block section of at
+    // most 16 MB"), kept until the next refusal of that kind. 0, so that a writer may
+    // return it.
+    int RefuseFormLimit(const char *limit) {
+        error = CDB_ERR_FORM_LIMIT;
+        form_limit = limit ? limit : "";
+        return 0;
+    }
+    // The words of the last form limit refusal; empty when the error is another.
+    const char *FormLimit() const { return error == CDB_ERR_FORM_LIMIT ? form_limit.c_str() : ""; }
     int ViewFlag() const { return view_flag; }
     void SetInXref(int flag) { in_xref = flag; }
     int InXref() const { return in_xref; }
@@ -219,6 +230,7 @@ protected:
 
 private:
     int32_t objects_written = 0;
+    std::string form_limit;
 };
 
 #endif

@@ -242,7 +242,7 @@ TEST(R13DxfWriteFile, AnEntityAddedToTheMainListStandsBehindItsEndAndIsNotWritte
     EXPECT_EQ(ValueOf(entities[0], 5), "50");
 }
 
-TEST(R13DxfWriteFile, ADrawingWithA3dSolidFailsAndTheOutputEndsInsideEntities) {
+TEST(R13DxfWriteFile, ADrawingWithA3dSolidFailsAndKeepsTheOldFile) {
     LoadedR13Dxf in("r13w_solid.dxf", SmallR13Dxf([](DxfText &d) {
                                           Line(d, "50", 0.0);
                                           d.G(0, "3DSOLID")
@@ -255,14 +255,14 @@ TEST(R13DxfWriteFile, ADrawingWithA3dSolidFailsAndTheOutputEndsInsideEntities) {
                                           Line(d, "51", 10.0);
                                       }).Ascii());
     ASSERT_TRUE(in.Loaded());
+    // A file of the name is there before the save, and stays as it was.
+    const std::string old_text = "an old file\n";
+    TempFile old("r13w_solid_old.dxf", old_text);
+    ASSERT_EQ(in.Drawing().SaveAsDXF(old.c_str(), 0), CDB_FAIL);
+    EXPECT_EQ(WholeFile(old.path()), old_text);
+    // Without one, the failed save leaves no file.
     ASSERT_EQ(in.Save("r13w_solid_out.dxf"), CDB_FAIL);
-    const DxfGroups all = in.SavedGroups();
-    const DxfGroups entities = SectionOf(all, "ENTITIES");
-    ASSERT_FALSE(entities.empty());
-    // The line before it is whole, then nothing: no ENDSEC, no OBJECTS, no EOF.
-    EXPECT_EQ(ObjectsOf(entities).size(), 1u);
-    EXPECT_EQ(all.back().first, 31);
-    EXPECT_EQ(in.Saved().find("EOF"), std::string::npos);
+    EXPECT_TRUE(in.Saved().empty());
     EXPECT_EQ(in.Drawing().LastDxfSaveStop().kind, "3DSOLID");
     EXPECT_EQ(in.Drawing().LastDxfSaveStop().handle, "5A");
     // A save that goes through forgets the stop.

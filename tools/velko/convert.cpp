@@ -172,10 +172,14 @@ std::string StoppedAt(int16_t h, int16_t release, const char *out) {
 }
 
 // The failed save's message: the library's text for its code, or, when the save left no
-// code, that it failed; then the entity that stopped it when one did. Returns 1.
-int RefusedToSave(const char *out, int16_t code, const std::string &stopped_at) {
+// code, that it failed; then the limit of the form or the entity that stopped it, when one
+// did. Returns 1.
+int RefusedToSave(const char *out, int16_t code, const std::string &stopped_at,
+                  const std::string &limit) {
     if (code != 0)
         Refused(out, code);
+    if (!limit.empty())
+        std::fprintf(stderr, "velko: %s: the limit: %s\n", out, limit.c_str());
     else if (stopped_at.empty())
         std::fprintf(stderr, "velko: %s: the save failed\n", out);
     if (!stopped_at.empty())
@@ -218,9 +222,10 @@ int RunConvert(int argc, char **argv) {
     const int16_t code = CDBGetErrorNumber(h);
     const int16_t release = CDBGetAutoCADVersion(h);
     const std::string stopped_at = saved == CDB_FAIL ? StoppedAt(h, release, o.out) : "";
+    const std::string limit = saved == CDB_FAIL ? tool_support::FormLimitOf(h) : "";
     CDBEndOperation(h);
     if (saved == CDB_FAIL)
-        return RefusedToSave(o.out, code, stopped_at);
+        return RefusedToSave(o.out, code, stopped_at, limit);
 
     const double seconds = std::chrono::duration<double>(ProgressBar::Clock::now() - start).count();
     const DrawingForm to_form = NamesDwg(o.out)
@@ -273,8 +278,9 @@ int RunNew(int argc, char **argv) {
             return Refused(template_name, CDBGetErrorNumber(CDB_FAIL));
         const int16_t code = CDBGetErrorNumber(left);
         const std::string stopped_at = StoppedAt(left, CDBGetAutoCADVersion(left), out);
+        const std::string limit = tool_support::FormLimitOf(left);
         CDBEndOperation(left);
-        return RefusedToSave(out, code, stopped_at);
+        return RefusedToSave(out, code, stopped_at, limit);
     }
     CDBEndOperation(h);
 
