@@ -259,6 +259,14 @@ void CR13Drawing::FinishTables() {
     Table(R13Table::kLtypes)
         .SetLayerZeroHandle(layer_zero_handle.c_str(), Base(TableBase::kLayers));
 
+    // A block whose record goes leaves the block list with it: the table owns the record
+    // that the block points at.
+    for (int i = blocks.Count() - 1; i >= 0; --i) {
+        const auto *block = static_cast<const CR13Block *>(blocks.At(i));
+        if (block && block->header && !block->owned_header &&
+            CR13Table::IsXrefSymbol(block->header->Name()))
+            blocks.Remove(i);
+    }
     for (R13Table which :
          {R13Table::kBlocks, R13Table::kLayers, R13Table::kStyles, R13Table::kLtypes,
           R13Table::kViews, R13Table::kUcs, R13Table::kDimstyles, R13Table::kMlineStyles})

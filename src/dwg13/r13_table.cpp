@@ -174,8 +174,7 @@ void CR13Table::SetLayerZeroHandle(const char *text, int32_t base) {
 
 void CR13Table::RemoveXrefSymbols() {
     for (int i = records.Count() - 1; i >= 0; --i) {
-        const char *name = records.At(i)->Name();
-        if (name && name[0] && std::strchr(name + 1, '|'))
+        if (IsXrefSymbol(records.At(i)->Name()))
             records.Remove(i);
     }
 }

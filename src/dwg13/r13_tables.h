@@ -30,6 +30,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -472,6 +473,10 @@ public:
     void SetLayerZeroHandle(const char *text, int32_t layer_base);
 
     // The records whose name has a "|" behind its first character are removed.
+    // Whether a name is a symbol of an external reference: a "|" behind its first character.
+    static bool IsXrefSymbol(const char *name) {
+        return name && name[0] && std::strchr(name + 1, '|') != nullptr;
+    }
     void RemoveXrefSymbols();
 
     // The multiline style table only: the walk over the objects behind the ninth table.
