@@ -1054,6 +1054,61 @@ int16_t CDBGetReadError(int16_t h, char *buffer, int16_t size);
 int16_t CDBGetReadErrorNumber(int16_t h);
 int16_t CDBGetReadErrorMessage(int16_t code, char *buffer, int16_t size);
 
+/* ---- Reading and writing options, beyond the original interface ------------------- */
+
+/*
+ * Process-wide, like the other settings, and off at the start: with no option set, every
+ * reader and writer behaves as the original library did. CDBSetReadOptions and
+ * CDBSetWriteOptions replace the whole set and return the set in force before the call; a
+ * drawing keeps the read options in force when it is opened, a save takes the write
+ * options in force when it starts.
+ *
+ * The read options let the readers take tolerant roads through files that real programs
+ * wrote and the original reader refuses or misreads:
+ *   CDB_READ_ANY_OBJECT_ORDER   release 13 DWG objects in any order, found through the object
+ *                               map and the block headers' entity chains;
+ *   CDB_READ_FULL_BINARY_CODES  the complete group code table in binary release 12 DXF
+ *                               (dimension variables, extended data, codes 90 to 99, 100
+ *                               and 270 to 279);
+ *   CDB_READ_COMMENTS           999 comment groups wherever a group may stand, also before
+ *                               the first section;
+ *   CDB_READ_LONG_NAMES         table and block names longer than a release 12 record holds,
+ *                               kept whole;
+ *   CDB_READ_OBJECT_HEADS       release 13 object heads as real files lay them out: reactors
+ *                               and extended data of entities, table records and block
+ *                               headers, and the fields the original reader skips.
+ * CDB_READ_TOLERANT is all of them. CDBGetTolerantReads tells which roads the reading of an
+ * open drawing has taken so far: the file would have been refused or misread without them.
+ *
+ * The write options give the files the forms that other programs expect:
+ *   CDB_WRITE_SECTION_MARKS     release 12 DWG sections followed by the marks that real files
+ *                               carry, where the original writer leaves zero bytes;
+ *   CDB_WRITE_REAL_CRCS         release 13 DWG checksums computed, where the original writer
+ *                               writes fixed values;
+ *   CDB_WRITE_STRICT_DXF        DXF that strict readers take: no group 73 on a VERTEX, no
+ *                               empty $DWGCODEPAGE.
+ * CDB_WRITE_INTEROPERABLE is all of them.
+ */
+#define CDB_READ_ANY_OBJECT_ORDER 0x0001
+#define CDB_READ_FULL_BINARY_CODES 0x0002
+#define CDB_READ_COMMENTS 0x0004
+#define CDB_READ_LONG_NAMES 0x0008
+#define CDB_READ_OBJECT_HEADS 0x0010
+#define CDB_READ_TOLERANT 0x001F
+
+#define CDB_WRITE_SECTION_MARKS 0x0001
+#define CDB_WRITE_REAL_CRCS 0x0002
+#define CDB_WRITE_STRICT_DXF 0x0004
+#define CDB_WRITE_INTEROPERABLE 0x0007
+
+int32_t CDBSetReadOptions(int32_t options);
+int32_t CDBGetReadOptions(void);
+int32_t CDBSetWriteOptions(int32_t options);
+int32_t CDBGetWriteOptions(void);
+/* The CDB_READ_ bits of the roads the reading of drawing h has taken; -123 for a handle
+   that is not open. */
+int32_t CDBGetTolerantReads(int16_t h);
+
 /* ---- Tables: size, read, search, edit --------------------------------------------- */
 
 #define CDB_DECLARE_TABLE_READ(T, REC)                                                             \

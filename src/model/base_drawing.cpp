@@ -2,10 +2,11 @@
 
 #include "fonts/shape_table.h"
 #include "records/entity_defaults.h"
+#include "records/file_options.h"
 
 #include <cstring>
 
-CBaseDrawing::CBaseDrawing(int flag) : view_flag(flag) {
+CBaseDrawing::CBaseDrawing(int flag) : view_flag(flag), read_options(g_ReadOptions) {
     shape_table = new CShapeTable(this);
 }
 

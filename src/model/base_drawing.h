@@ -38,6 +38,13 @@ public:
     // The words of the last form limit refusal; empty when the error is another.
     const char *FormLimit() const { return error == CDB_ERR_FORM_LIMIT ? form_limit.c_str() : ""; }
     int ViewFlag() const { return view_flag; }
+    // The read options (CDB_READ_ bits) in force when this drawing was made: a reader may
+    // take a tolerant road only when its bit is here.
+    bool ReadsTolerantly(int32_t bit) const { return (read_options & bit) != 0; }
+    // A reader took the tolerant road `bit`: the file would have been refused or misread
+    // without it. CDBGetTolerantReads reports the roads taken.
+    void NoteTolerantRead(int32_t bit) { tolerant_reads |= bit; }
+    int32_t TolerantReads() const { return tolerant_reads; }
     void SetInXref(int flag) { in_xref = flag; }
     int InXref() const { return in_xref; }
     void SetHandle(short h) { handle = h; }
@@ -231,6 +238,8 @@ protected:
 private:
     int32_t objects_written = 0;
     std::string form_limit;
+    int32_t read_options = 0;
+    int32_t tolerant_reads = 0;
 };
 
 #endif

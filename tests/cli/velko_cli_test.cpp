@@ -52,6 +52,24 @@ TEST(VelkoCli, WrongUsageExitsTwo) {
     EXPECT_EQ(RunVelko("info --help").status, 0);
 }
 
+TEST(VelkoCli, InfoTellsTheTolerantRoadsItsReadingTook) {
+    // The shipped drawing needs none of them, read tolerantly (the default) or strictly.
+    Outcome tolerant = RunVelko("info " + kSample);
+    EXPECT_NE(tolerant.out.find("tolerant_reads: none"), std::string::npos) << tolerant.out;
+    Outcome json = RunVelko("info --json " + kSample);
+    EXPECT_NE(json.out.find("\"tolerant_reads\": []"), std::string::npos) << json.out;
+}
+
+TEST(VelkoCli, StrictIsTakenAnywhereOnTheCommandLine) {
+    for (const std::string &line : {"--strict info " + kSample, "info --strict " + kSample,
+                                    "info " + kSample + " --strict"}) {
+        Outcome r = RunVelko(line);
+        EXPECT_EQ(r.status, 0) << line << ": " << r.out;
+    }
+    Outcome help = RunVelko("--help");
+    EXPECT_NE(help.out.find("--strict"), std::string::npos) << help.out;
+}
+
 TEST(VelkoCli, ShippedSampleIsWhatTheProjectsMakerWrites) {
     velko_test::TempFile made("sample_again.dwg");
     ASSERT_EQ(

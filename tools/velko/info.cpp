@@ -148,6 +148,44 @@ void PrintXrefs(const std::vector<Xref> &xrefs) {
                     x.found ? "found" : "missing");
 }
 
+// The tolerant roads the reading of the drawing took, after its entities are loaded: the
+// file would have been refused or misread without them.
+struct ToleranceName {
+    int32_t bit;
+    const char *name;
+};
+constexpr ToleranceName kTolerances[] = {
+    {CDB_READ_ANY_OBJECT_ORDER, "any object order"},
+    {CDB_READ_FULL_BINARY_CODES, "full binary codes"},
+    {CDB_READ_COMMENTS, "comments"},
+    {CDB_READ_LONG_NAMES, "long names"},
+    {CDB_READ_OBJECT_HEADS, "object heads"},
+};
+
+std::vector<const char *> TolerantReads(int16_t h) {
+    CDBEntityCount(h, -1);
+    const int32_t taken = CDBGetTolerantReads(h);
+    std::vector<const char *> names;
+    for (const ToleranceName &t : kTolerances)
+        if (taken > 0 && (taken & t.bit))
+            names.push_back(t.name);
+    return names;
+}
+
+std::string TolerantReadsJson(const std::vector<const char *> &roads) {
+    std::string json = "[";
+    for (const char *name : roads)
+        json += (json.size() > 1 ? ", " : "") + JsonString(name);
+    return json + "]";
+}
+
+std::string TolerantReadsText(const std::vector<const char *> &roads) {
+    std::string text;
+    for (const char *name : roads)
+        text += (text.empty() ? "" : ", ") + std::string(name);
+    return text.empty() ? "none" : text;
+}
+
 } // namespace
 
 int RunInfo(int argc, char **argv) {
@@ -201,6 +239,9 @@ int RunInfo(int argc, char **argv) {
     for (const char *name : kVariables)
         AddVariable(header, h, name);
     report.AddObject("header", header);
+
+    const std::vector<const char *> roads = TolerantReads(h);
+    report.Add("tolerant_reads", TolerantReadsJson(roads), TolerantReadsText(roads));
 
     const std::vector<Xref> xrefs = ListXrefs(h, file);
     report.Add("xrefs", XrefsJson(xrefs), std::to_string(xrefs.size()));

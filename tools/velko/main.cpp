@@ -1,5 +1,6 @@
 // velko: the command-line face of velkow32.
 #include "commands.h"
+#include "velkow32.h"
 
 #include <cstdio>
 #include <cstring>
@@ -68,16 +69,36 @@ const Command kCommands[] = {
 };
 
 void Usage(std::FILE *out) {
-    std::fprintf(out, "usage: velko SUBCOMMAND [ARGS]\n\nsubcommands:\n");
+    std::fprintf(out, "usage: velko SUBCOMMAND [ARGS] [--strict]\n\nsubcommands:\n");
     for (const Command &c : kCommands)
         std::fprintf(out, "  %s\n", c.summary);
-    std::fprintf(out, "\n'velko SUBCOMMAND --help' describes one subcommand.\n"
+    std::fprintf(out, "\nDrawings are read tolerantly and written in the forms other programs "
+                      "expect;\n--strict, with any subcommand, reads and writes exactly as the "
+                      "original\nlibrary did.\n"
+                      "'velko SUBCOMMAND --help' describes one subcommand.\n"
                       "Exit status: 0 success, 1 a drawing the library refuses, 2 wrong usage.\n");
+}
+
+// Takes "--strict" out of the arguments; without it the library reads tolerantly and writes
+// interoperable files.
+int ChooseReadingAndWriting(int argc, char **argv) {
+    bool strict = false;
+    int kept = 0;
+    for (int i = 0; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--strict") == 0)
+            strict = true;
+        else
+            argv[kept++] = argv[i];
+    }
+    CDBSetReadOptions(strict ? 0 : CDB_READ_TOLERANT);
+    CDBSetWriteOptions(strict ? 0 : CDB_WRITE_INTEROPERABLE);
+    return kept;
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
+    argc = 1 + ChooseReadingAndWriting(argc - 1, argv + 1);
     if (argc < 2) {
         Usage(stderr);
         return 2;
