@@ -349,9 +349,13 @@ int32_t SaveEveryForm(int16_t h, const std::string &path) {
     int32_t saved = 0;
     const std::string dwg = path + ".saved.dwg", ascii = path + ".saved.dxf",
                       binary = path + ".saved.bin.dxf";
+    // Every other drawing is saved on the interoperable roads of the writers.
+    static unsigned calls = 0;
+    const int32_t before = CDBSetWriteOptions(++calls % 2 ? CDB_WRITE_INTEROPERABLE : 0);
     saved += CDBSaveAsDWG(h, dwg.c_str()) == 0;
     saved += CDBSaveAsDXF(h, ascii.c_str(), 0) == 0;
     saved += CDBSaveAsDXF(h, binary.c_str(), 1) == 0;
+    CDBSetWriteOptions(before);
     for (const std::string &written : {dwg, ascii, binary})
         std::remove(written.c_str());
     return saved;
