@@ -56,6 +56,7 @@ deps:
 	command -v clang-format >/dev/null 2>&1 || missing="$$missing clang-format"; \
 	command -v python3 >/dev/null 2>&1      || missing="$$missing python3"; \
 	/usr/bin/python3 -c 'import ezdxf' >/dev/null 2>&1 || missing="$$missing python3-ezdxf"; \
+	[ -f /usr/include/dxflib/dl_dxf.h ]     || missing="$$missing libdxflib-dev"; \
 	command -v rsvg-convert >/dev/null 2>&1 || missing="$$missing librsvg2-bin"; \
 	if [ -n "$$missing" ]; then \
 	    echo "deps: installing missing packages:$$missing"; \

@@ -1085,8 +1085,8 @@ int16_t CDBGetReadErrorMessage(int16_t code, char *buffer, int16_t size);
  *                               carry, where the original writer leaves zero bytes;
  *   CDB_WRITE_REAL_CRCS         release 13 DWG checksums computed, where the original writer
  *                               writes fixed values;
- *   CDB_WRITE_STRICT_DXF        DXF that strict readers take: no group 73 on a VERTEX, no
- *                               empty $DWGCODEPAGE.
+ *   CDB_WRITE_STRICT_DXF        DXF that strict readers take: no group 73 of 0 on a VERTEX,
+ *                               $DWGCODEPAGE never empty, no block without a name.
  * CDB_WRITE_INTEROPERABLE is all of them.
  */
 #define CDB_READ_ANY_OBJECT_ORDER 0x0001

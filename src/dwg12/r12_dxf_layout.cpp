@@ -166,7 +166,7 @@ constexpr R12DxfGroup kVertex[] = {
     {50, V::kReal, W::kFlagsOrValue, E(vertex.tangent_direction)},
     {71, V::kInt16, W::kNotZero, E(vertex.polyface_index_1)},
     {72, V::kInt16, W::kNotZero, E(vertex.polyface_index_2)},
-    {73, V::kInt16, A, E(vertex.polyface_index_3)},
+    {73, V::kInt16, W::kStrictNotZero, E(vertex.polyface_index_3)},
     {74, V::kInt16, W::kNotZero, E(vertex.polyface_index_4)},
 };
 

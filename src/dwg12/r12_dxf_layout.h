@@ -48,14 +48,15 @@ enum class R12DxfValue : uint8_t {
 // When the writer writes a group.
 enum class R12DxfWhen : uint8_t {
     kAlways,
-    kNever,        // read only
-    kNotZero,      // the value is not 0
-    kNotOne,       // the value is not 1; the reader starts the field at 1 for that reason
-    kPositive,     // the value is greater than 0
-    kNotNull,      // a text that is not null
-    kJustified,    // the text's horizontal or vertical justification is not 0
-    kPointNotZero, // the point that the coordinate belongs to is not 0, 0, 0
-    kFlagsOrValue, // the vertex's flags or the value are not 0
+    kNever,         // read only
+    kNotZero,       // the value is not 0
+    kNotOne,        // the value is not 1; the reader starts the field at 1 for that reason
+    kPositive,      // the value is greater than 0
+    kNotNull,       // a text that is not null
+    kJustified,     // the text's horizontal or vertical justification is not 0
+    kPointNotZero,  // the point that the coordinate belongs to is not 0, 0, 0
+    kFlagsOrValue,  // the vertex's flags or the value are not 0
+    kStrictNotZero, // always on the original road; for strict readers only when not 0
 };
 
 struct R12DxfGroup {

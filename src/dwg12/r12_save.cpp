@@ -4,10 +4,13 @@
 // table) are written first as place holders and filled in afterwards by going back.
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_entity_layout.h"
+#include "dwg12/r12_section_marks.h"
 #include "io/byte_order.h"
 #include "io/crc16.h"
 #include "io/drawing_file.h"
 #include "io/file_replacement.h"
+#include "records/file_options.h"
+#include "velkow32.h"
 
 #include <array>
 #include <cstring>
@@ -17,11 +20,9 @@
 namespace {
 
 constexpr char kVersion[6] = {'A', 'C', '1', '0', '0', '9'};
-// The 16 bytes behind the header block, at the start of the entity area.
-constexpr uint8_t kSentinel[16] = {0xC4, 0x6E, 0x68, 0x54, 0xF8, 0x6E, 0x33, 0x30,
-                                   0x63, 0x3E, 0xC1, 0x85, 0x2A, 0xDC, 0x94, 0x01};
-// Zero bytes behind every section.
-constexpr size_t kSectionGap = 32;
+// Zero bytes behind every section, or the end mark of the section and the begin mark of
+// the next (r12_section_marks.h).
+constexpr size_t kSectionGap = 2 * kR12SectionMarkSize;
 constexpr size_t kCrcSize = 2;
 
 // The tail record: tag, length, the trailer, its own position less 16, a CRC, zeros.
@@ -119,13 +120,16 @@ struct BlockTableEntry {
 // One save: the drawing's sections into its open file object.
 class R12DwgWriter {
 public:
-    R12DwgWriter(CR12Drawing &drawing, CDrawingFile &file) : drawing_(drawing), file_(file) {}
+    R12DwgWriter(CR12Drawing &drawing, CDrawingFile &file)
+        : drawing_(drawing), file_(file), marks_(WriteOption(CDB_WRITE_SECTION_MARKS)) {}
 
     int Run();
 
 private:
     bool Put(const void *bytes, size_t size);
     bool PutZeros(size_t size);
+    bool PutSectionGap(int ending);
+    bool PutExtraAreaEnd();
     bool WriteHeaderPlaceholder();
     bool WriteEntity(CR12Entity &entity);
     bool WriteMainEntities();
@@ -140,6 +144,9 @@ private:
 
     CR12Drawing &drawing_;
     CDrawingFile &file_;
+    // Whether the gaps between sections carry the marks of real files (the interoperable
+    // road) or zeros (the original one).
+    const bool marks_;
     CR12WriteState state_;
     // One buffer for every entity frame of the save.
     std::vector<uint8_t> frame_;
@@ -168,6 +175,21 @@ bool R12DwgWriter::PutZeros(size_t size) {
         size -= n;
     }
     return true;
+}
+
+// The gap behind section `ending`: 32 zero bytes on the original road; with the marks,
+// the end mark of that section and the begin mark of the next.
+bool R12DwgWriter::PutSectionGap(int ending) {
+    if (!marks_)
+        return PutZeros(kSectionGap);
+    return Put(R12SectionEndMark(ending), kR12SectionMarkSize) &&
+           Put(R12SectionBeginMark(ending + 1), kR12SectionMarkSize);
+}
+
+// The extra entity area is empty; the original road writes the tail record at once, the
+// marked one closes the area and opens the tail record with their marks, as real files do.
+bool R12DwgWriter::PutExtraAreaEnd() {
+    return !marks_ || PutSectionGap(kR12ExtraSection);
 }
 
 bool R12DwgWriter::WriteHeaderPlaceholder() {
@@ -237,7 +259,7 @@ bool R12DwgWriter::WriteBlockTablePlaceholders() {
             return false;
         drawing_.CountWritten();
     }
-    return PutZeros(kSectionGap);
+    return PutSectionGap(R12TableSection(kR12Blocks));
 }
 
 bool R12DwgWriter::WriteTable(int t) {
@@ -266,7 +288,7 @@ bool R12DwgWriter::WriteTable(int t) {
             return false;
         drawing_.CountWritten();
     }
-    return PutZeros(kSectionGap);
+    return PutSectionGap(R12TableSection(t));
 }
 
 bool R12DwgWriter::WriteBlockDefinition(const CDB_STARTBLOCK_ENTITY_type &start,
@@ -366,6 +388,10 @@ bool R12DwgWriter::WriteTail() {
     std::memcpy(tail + kTailTrailerAt, trailer, kTrailerSize);
     WriteValueAt(tail, kTailSize, kTailPositionAt, uint32_t(state_.position - 16));
     WriteValueAt(tail, kTailSize, kTailCrcAt, DwgCrc(tail, kTailCrcAt));
+    // The last 16 bytes, outside the CRC: zeros, or the tail's end mark.
+    if (marks_)
+        std::memcpy(tail + kTailSize - kR12SectionMarkSize, R12SectionEndMark(kR12TailSection),
+                    kR12SectionMarkSize);
     return Put(tail, kTailSize);
 }
 
@@ -442,7 +468,9 @@ int R12DwgWriter::Run() {
     static const int kTablesAfterBlocks[] = {kR12Layers, kR12Styles,    kR12Ltypes,
                                              kR12Views,  kR12Ucs,       kR12Vports,
                                              kR12Appids, kR12Dimstyles, kR12VxHeaders};
-    if (!WriteHeaderPlaceholder() || !Put(kSentinel, sizeof kSentinel))
+    // Behind the header block: the begin mark of the entity section, on both roads.
+    if (!WriteHeaderPlaceholder() ||
+        !Put(R12SectionBeginMark(kR12EntitySection), kR12SectionMarkSize))
         return 0;
 
     state_.entities_start = state_.position;
@@ -452,7 +480,7 @@ int R12DwgWriter::Run() {
     if (!entities_written)
         return 0;
     state_.entities_end = state_.position;
-    if (!PutZeros(kSectionGap))
+    if (!PutSectionGap(kR12EntitySection))
         return 0;
 
     if (!WriteBlockTablePlaceholders())
@@ -467,11 +495,11 @@ int R12DwgWriter::Run() {
     state_.blocks_size = state_.position - state_.blocks_start;
     if (state_.blocks_size > kMaxBlocksSize)
         return drawing_.RefuseFormLimit(kBlocksLimit);
-    if (!PutZeros(kSectionGap))
+    if (!PutSectionGap(kR12BlockSection))
         return 0;
 
     state_.extra_start = state_.position;
-    if (!WriteTail() || !PatchHeader() || !RewriteBlockTable())
+    if (!PutExtraAreaEnd() || !WriteTail() || !PatchHeader() || !RewriteBlockTable())
         return 0;
     return file_.Flush();
 }

@@ -1,5 +1,7 @@
 #include "dwg13/r13_object_map.h"
 
+#include "dwg13/r13_checks.h"
+
 #include "io/drawing_file.h"
 
 #include <algorithm>
@@ -89,7 +91,7 @@ constexpr uint8_t kClosingBytes[] = {0x00, 0x02, 0x01, 0xD0};
 
 } // namespace
 
-std::vector<uint8_t> EncodeObjectMap(const std::vector<ObjectMapEntry> &entries) {
+std::vector<uint8_t> EncodeObjectMap(const std::vector<ObjectMapEntry> &entries, bool real_checks) {
     std::vector<uint8_t> out;
     std::vector<uint8_t> pairs;
     size_t next = 0;
@@ -105,11 +107,14 @@ std::vector<uint8_t> EncodeObjectMap(const std::vector<ObjectMapEntry> &entries)
             last_offset = entry.offset;
         }
         const size_t size = pairs.size() + 2;
+        const size_t section = out.size();
         out.push_back(static_cast<uint8_t>(size >> 8));
         out.push_back(static_cast<uint8_t>(size & 0xFF));
         out.insert(out.end(), pairs.begin(), pairs.end());
-        out.push_back(0xFF);
-        out.push_back(0xFF);
+        const uint16_t check =
+            real_checks ? R13MapSectionCheck(out.data() + section, size) : kR13FixedCheck;
+        out.push_back(static_cast<uint8_t>(check >> 8));
+        out.push_back(static_cast<uint8_t>(check & 0xFF));
     }
     out.insert(out.end(), std::begin(kClosingBytes), std::end(kClosingBytes));
     return out;

@@ -49,8 +49,10 @@ void PutSignedModular(std::vector<uint8_t> &out, int64_t value);
 
 // The file form of a map with these entries: sections of pairs, each closed when its bytes
 // reach 2016 or the entries are used up, each as its size (high byte first), its bytes and
-// FF FF; then the closing bytes 00 02 01 D0. No entries give the closing bytes alone.
-std::vector<uint8_t> EncodeObjectMap(const std::vector<ObjectMapEntry> &entries);
+// FF FF, or with `real_checks` its computed check (r13_checks.h); then the closing bytes
+// 00 02 01 D0. No entries give the closing bytes alone.
+std::vector<uint8_t> EncodeObjectMap(const std::vector<ObjectMapEntry> &entries,
+                                     bool real_checks = false);
 
 class CObjectMap {
 public:

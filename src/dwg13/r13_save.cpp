@@ -1,6 +1,7 @@
 // Writing a release 13 DWG from the open source file and the drawing in memory.
 #include "dwg13/r13_save.h"
 
+#include "dwg13/r13_checks.h"
 #include "dwg13/r13_classic_kinds.h"
 #include "dwg13/r13_drawing.h"
 #include "dwg13/r13_entity_kinds.h"
@@ -12,6 +13,8 @@
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"
 #include "io/drawing_file.h"
+#include "records/file_options.h"
+#include "velkow32.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -66,7 +69,8 @@ CR13Entity *OwnEndOf(const CR13Block &block, CR13Entity *chain_end) {
 } // namespace
 
 CR13DwgSaver::CR13DwgSaver(CR13Drawing &drawing, CDrawingFile *source, CDrawingFile &output)
-    : drawing(drawing), source(source), output(output) {}
+    : drawing(drawing), source(source), output(output),
+      real_checks(WriteOption(CDB_WRITE_REAL_CRCS)) {}
 
 bool CR13DwgSaver::Fail(Failure why) {
     if (failure == kNone)
@@ -94,6 +98,22 @@ bool CR13DwgSaver::PatchLong(int32_t at, uint32_t value) {
                               uint8_t(value >> 24)};
     if (!output.SeekForWrite(at) || !output.Write(bytes, 4) || output.SeekEndForWrite() < 0)
         return Fail(kOutput);
+    for (size_t k = 0; k < 4 && at >= 0 && size_t(at) + k < head.size(); ++k)
+        head[size_t(at) + k] = bytes[k];
+    return true;
+}
+
+// The head's check over the head as it finally stands, on the interoperable road; the
+// original road leaves what the source had there.
+bool CR13DwgSaver::SealHead() {
+    const size_t at = R13HeadCheckAt(head.data(), head.size());
+    if (!real_checks || at == 0)
+        return true;
+    const uint16_t check = R13HeadCheck(head.data(), at);
+    const uint8_t bytes[2] = {uint8_t(check & 0xFF), uint8_t(check >> 8)};
+    if (!output.Flush() || !output.SeekForWrite(int32_t(at)) || !output.Write(bytes, 2) ||
+        output.SeekEndForWrite() < 0)
+        return Fail(kOutput);
     return true;
 }
 
@@ -118,16 +138,15 @@ void CR13DwgSaver::Note(uint32_t handle, int32_t offset) {
 }
 
 bool CR13DwgSaver::PutObject(const CBitWriter &writer, uint32_t handle) {
-    // Objects kept as read (the viewport entity headers) bring their own check along: the
-    // file carries one check for all.
+    // Objects kept as read (the viewport entity headers) bring their own check along: it
+    // is put anew, as every object's.
     const int32_t size = writer.TellSize();
     if (size - 4 > kMaxObjectData) {
         drawing.RefuseFormLimit(kObjectLimit);
         return Fail(kLimit);
     }
     std::vector<uint8_t> bytes(writer.Data(), writer.Data() + size);
-    if (size >= 4)
-        bytes[size_t(size) - 2] = bytes[size_t(size) - 1] = 0xFF;
+    R13SealObject(bytes.data(), size_t(size), real_checks);
     Note(handle, write_offset);
     return Put(bytes.data(), static_cast<uint32_t>(size));
 }
@@ -141,9 +160,8 @@ int CR13DwgSaver::CopyObjectAt(uint32_t handle, int32_t source_offset) {
     if (!object)
         return 0;
     const uint32_t size = uint32_t(object[0]) | uint32_t(object[1]) << 8;
-    // Every object of the written file carries the same check, copies included.
-    object[size + 2] = 0xFF;
-    object[size + 3] = 0xFF;
+    // Every object of the written file carries its check put anew, copies included.
+    R13SealObject(object.get(), size + 4, real_checks);
     Note(handle, write_offset);
     return Put(object.get(), size + 4) ? 1 : 0;
 }
@@ -332,7 +350,7 @@ bool CR13DwgSaver::WriteMap() {
     for (const auto &object : written)
         if (entries.empty() || entries.back().handle != object.first)
             entries.push_back(ObjectMapEntry{object.first, object.second});
-    const std::vector<uint8_t> bytes = EncodeObjectMap(entries);
+    const std::vector<uint8_t> bytes = EncodeObjectMap(entries, real_checks);
     const int32_t start = write_offset;
     if (!Put(bytes.data(), static_cast<uint32_t>(bytes.size())))
         return false;
@@ -361,7 +379,7 @@ int CR13DwgSaver::Run() {
     drawing.StartCountingWritten();
     if (!WriteBlocks() || !WriteTables())
         return Fail(kSequence), 0;
-    if (!WriteCarried() || !WriteMap() || !RewriteTrailing() || !RewritePreview())
+    if (!WriteCarried() || !WriteMap() || !RewriteTrailing() || !RewritePreview() || !SealHead())
         return 0;
     return output.Flush() ? 1 : (Fail(kOutput), 0);
 }

@@ -109,6 +109,7 @@ private:
     bool PutObject(const CBitWriter &writer, uint32_t handle);
     bool Put(const void *bytes, uint32_t size);
     bool PatchLong(int32_t at, uint32_t value);
+    bool SealHead();
     bool ReadSource(int32_t at, void *bytes, uint32_t size);
     uint32_t SourceLong(int32_t at);
     void Note(uint32_t handle, int32_t offset);
@@ -121,6 +122,10 @@ private:
     int32_t objects_start = 0;
     Failure failure = kNone;
     std::vector<std::pair<uint32_t, int32_t>> written;
+    // Whether the checks are computed (the interoperable road) or fixed (the original).
+    const bool real_checks;
+    // The file head as written and patched since, for its check.
+    std::vector<uint8_t> head;
 };
 
 #endif

@@ -4,6 +4,7 @@
 // memory where there is none.
 #include "dwg13/r13_save.h"
 
+#include "dwg13/r13_checks.h"
 #include "dwg13/r13_drawing.h"
 #include "dwg13/r13_header.h"
 #include "dwg13/r13_tables.h"
@@ -22,13 +23,13 @@
 // patch their records as they are written). Without: a head of three records.
 bool CR13DwgSaver::WriteHead() {
     if (!source) {
-        const std::vector<uint8_t> head = R13FileHead::Blank(R13FileHead::kPlainRecordCount);
+        head = R13FileHead::Blank(R13FileHead::kPlainRecordCount);
         return Put(head.data(), static_cast<uint32_t>(head.size()));
     }
     const uint32_t size = SourceLong(R13FileHead::kHeaderAt);
     if (size == 0 || size > source->Length())
         return Fail(kHeader);
-    std::vector<uint8_t> head(size);
+    head.assign(size, 0);
     if (!ReadSource(0, head.data(), size))
         return Fail(kHeader);
     return Put(head.data(), size);
@@ -70,7 +71,12 @@ bool CR13DwgSaver::CopyHeader() {
         out.WriteByte(in.ReadByte());
 
     const uint32_t new_size = static_cast<uint32_t>(out.TellSize());
-    if (!Put(out.Data(), new_size))
+    // The original road leaves the section's own size and check as the source had them,
+    // stale once the seed changes; the interoperable road puts them anew.
+    std::vector<uint8_t> bytes(out.Data(), out.Data() + new_size);
+    if (real_checks)
+        R13SealFramedSection(bytes.data(), bytes.size(), kR13HeaderBeginMark);
+    if (!Put(bytes.data(), new_size))
         return false;
     return PatchLong(R13FileHead::kHeaderSizeAt, new_size);
 }

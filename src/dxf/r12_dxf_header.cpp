@@ -467,8 +467,11 @@ const char *VariableText(const R12DxfHeaderVariable &var, const CDB_HEADER_type 
     }
 }
 
+// The code page that the strict road writes for a drawing that has none.
+constexpr const char *kStrictDefaultCodePage = "ANSI_1252";
+
 int WriteVariable(CDxfStream &stream, const R12DxfHeaderVariable &var, const CDB_HEADER_type &vars,
-                  const R12DxfRecordNames &names) {
+                  const R12DxfRecordNames &names, bool strict) {
     switch (var.type) {
     case T::kPoint3:
         return stream.WritePoint3(LoadField<CDB_POINT3>(&vars, var.offset), var.code);
@@ -479,8 +482,12 @@ int WriteVariable(CDxfStream &stream, const R12DxfHeaderVariable &var, const CDB
     case T::kInt16:
     case T::kByte:
         return stream.WriteInt16(var.code, LoadField<int16_t>(&vars, var.offset));
-    case T::kText:
-        return stream.WriteText(var.code, VariableText(var, vars, names));
+    case T::kText: {
+        const char *text = VariableText(var, vars, names);
+        if (strict && var.name_of == N::kDwgcodepage && (!text || text[0] == 0))
+            text = kStrictDefaultCodePage;
+        return stream.WriteText(var.code, text);
+    }
     }
     return 0;
 }
@@ -488,9 +495,9 @@ int WriteVariable(CDxfStream &stream, const R12DxfHeaderVariable &var, const CDB
 } // namespace
 
 int WriteR12DxfHeader(CDxfStream &stream, const CDB_HEADER_type &vars,
-                      const R12DxfRecordNames &names) {
+                      const R12DxfRecordNames &names, bool strict) {
     for (const R12DxfHeaderVariable &var : kVariables) {
-        if (!stream.WriteText(9, var.name) || !WriteVariable(stream, var, vars, names))
+        if (!stream.WriteText(9, var.name) || !WriteVariable(stream, var, vars, names, strict))
             return 0;
     }
     return 1;

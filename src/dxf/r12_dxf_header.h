@@ -115,8 +115,10 @@ struct R12DxfRecordNames {
 // coordinates under 10, 20, 30). The variables that name a table entry are written by
 // name: $CELTYPE -1 "BYLAYER", -2 "BYBLOCK"; $DIMSTYLE -1 "*UNNAMED"; $TEXTSTYLE,
 // $UCSNAME, $PUCSNAME -1 an empty value; otherwise, and for $CLAYER, the record's name (an
-// empty value when there is none). 1, or 0 when the stream refuses a group.
+// empty value when there is none). 1, or 0 when the stream refuses a group. With `strict`
+// (CDB_WRITE_STRICT_DXF), a drawing without a code page gets $DWGCODEPAGE "ANSI_1252",
+// since strict readers refuse an empty one; otherwise the value is written as it stands.
 int WriteR12DxfHeader(CDxfStream &stream, const CDB_HEADER_type &vars,
-                      const R12DxfRecordNames &names);
+                      const R12DxfRecordNames &names, bool strict = false);
 
 #endif

@@ -57,6 +57,15 @@ int WriteSectionBreak(CDxfStream &stream, const char *name, int last) {
 
 namespace {
 
+// A name for the nameless block `index` of `table` on the strict road: "UNNAMED" and its
+// index, lengthened by "_" while another block holds it.
+std::string NameForNamelessBlock(CR12TableList &table, int index) {
+    std::string name = "UNNAMED" + std::to_string(index);
+    for (int tries = 0; tries < table.Count() && table.FindByName(name.c_str()) >= 0; ++tries)
+        name += '_';
+    return name;
+}
+
 // The kind of the entities that close a list: the block end, and the end sentinel of the
 // main list.
 constexpr int16_t kListEnd = CDB_ENDBLK;
@@ -74,7 +83,7 @@ public:
         if (s.OutputBinary() && !s.WriteBinarySentinel())
             return 0;
         if (!s.WriteText(0, "SECTION") || !s.WriteText(2, "HEADER") ||
-            !WriteR12DxfHeader(s, drawing_.Header().vars, context_))
+            !WriteR12DxfHeader(s, drawing_.Header().vars, context_, context_.strict))
             return 0;
         if (!WriteSectionBreak(s, "TABLES", 0) || !WriteTables())
             return 0;
@@ -134,6 +143,12 @@ private:
             const CR12TableRecord *entry = table.At(i);
             const char *table_name = entry ? context_.Block(i) : nullptr;
             const char *name = table_name && *table_name ? table_name : start.name;
+            // Strict readers refuse a block without a name: the strict road gives it one.
+            std::string made;
+            if (context_.strict && (!name || !*name)) {
+                made = NameForNamelessBlock(table, i);
+                name = made.c_str();
+            }
             const int16_t flags = entry ? int16_t(entry->Flags()) : int16_t(start.flags);
             if ((flags & 0x80) || (start.flags & 0x80))
                 continue;

@@ -7,6 +7,7 @@
 
 #include "dxf/dxf_eed.h"
 #include "dxf/r12_dxf_header.h"
+#include "records/file_options.h"
 
 #include <cstdint>
 
@@ -15,7 +16,7 @@ class CR12Drawing;
 
 struct R12DxfWriteContext final : R12DxfRecordNames, DxfEedNames {
     R12DxfWriteContext(CDxfStream &stream, CR12Drawing &drawing)
-        : stream(stream), drawing(drawing) {}
+        : stream(stream), drawing(drawing), strict(WriteOption(CDB_WRITE_STRICT_DXF)) {}
 
     // The name of record `index` of table `t` (r12_tables.h numbers) as the record keeps
     // it; null for an index outside the table and for a record without a name.
@@ -31,6 +32,9 @@ struct R12DxfWriteContext final : R12DxfRecordNames, DxfEedNames {
 
     CDxfStream &stream;
     CR12Drawing &drawing;
+    // The strict road (CDB_WRITE_STRICT_DXF), taken when the save starts: the file leaves
+    // out what strict readers refuse and fills what they want filled.
+    const bool strict;
 };
 
 // 0 "ENDSEC", then 0 "SECTION" and 2 `name`, or, when `last` is not 0, 0 `name` (the end

@@ -77,7 +77,7 @@ bool PointIsSet(const R12DxfGroup &g, const CDB_ENTITY &r) {
     return p.x != 0.0 || p.y != 0.0 || p.z != 0.0;
 }
 
-bool ShouldWrite(const R12DxfGroup &g, const CDB_ENTITY &r, int code) {
+bool ShouldWrite(const R12DxfGroup &g, const CDB_ENTITY &r, int code, bool strict) {
     switch (g.when) {
     case W::kAlways:
         return true;
@@ -97,6 +97,9 @@ bool ShouldWrite(const R12DxfGroup &g, const CDB_ENTITY &r, int code) {
         return PointIsSet(g, r);
     case W::kFlagsOrValue:
         return r.vertex.flags != 0 || Number(g, r) != 0.0;
+    case W::kStrictNotZero:
+        // A strict reader refuses a vertex's group 73 that carries nothing.
+        return !strict || Number(g, r) != 0.0;
     }
     return false;
 }
@@ -202,7 +205,7 @@ int WriteEntityDxf(R12DxfWriteContext &c, int code, const CDB_ENTITY &given, int
         return 0;
     for (size_t i = 0; i < layout->count; ++i) {
         const R12DxfGroup &g = layout->groups[i];
-        if (ShouldWrite(g, *record, code) && !WriteKindGroup(c, g, *record, made))
+        if (ShouldWrite(g, *record, code, c.strict) && !WriteKindGroup(c, g, *record, made))
             return 0;
     }
 

@@ -414,9 +414,31 @@ void WalkEverything(int16_t h, ReadReport *report) {
     WalkViewports(h, report);
 }
 
+namespace {
+
+// Every other save of the feed is written on the interoperable roads (section marks, real
+// checks, strict DXF), so that damaged drawings go through those writers too; the options
+// in force before come back when the object goes.
+class AlternateWriteOptions {
+public:
+    AlternateWriteOptions() {
+        static unsigned calls = 0;
+        before_ = CDBSetWriteOptions(++calls % 2 ? CDB_WRITE_INTEROPERABLE : 0);
+    }
+    ~AlternateWriteOptions() { CDBSetWriteOptions(before_); }
+    AlternateWriteOptions(const AlternateWriteOptions &) = delete;
+    AlternateWriteOptions &operator=(const AlternateWriteOptions &) = delete;
+
+private:
+    int32_t before_ = 0;
+};
+
+} // namespace
+
 int SaveEveryForm(int16_t h, const std::string &path) {
     if (CDBGetAutoCADVersion(h) != 12)
         return 0;
+    const AlternateWriteOptions options;
     const std::string dwg = path + ".saved.dwg", ascii = path + ".saved.dxf",
                       binary = path + ".saved.bin.dxf";
     int saved = 0;
@@ -432,6 +454,7 @@ int SaveAndReread(int16_t h, const std::string &path) {
     const int release = CDBGetAutoCADVersion(h);
     if (release != 12 && release != 13)
         return 0;
+    const AlternateWriteOptions options;
     const std::string dwg = path + ".saved.dwg", ascii = path + ".saved.dxf",
                       binary = path + ".saved.bin.dxf";
     int saved = 0;
