@@ -105,8 +105,9 @@ TEST(BatchCli, ConvertsTheCorpusWithAJsonLinePerFile) {
     const double ok = lines.summary["ok"].as_number();
     EXPECT_EQ(outcome.status, ok == files.size() ? 0 : 1);
     for (const auto &entry : lines.files) {
-        if (entry.second["result"].as_string() == "ok")
+        if (entry.second["result"].as_string() == "ok") {
             EXPECT_TRUE(fs::is_regular_file(out.path() + "/" + entry.first)) << entry.first;
+        }
     }
     // The originals that the library's own test data shows readable convert.
     EXPECT_GT(ok, files.size() / 2);
