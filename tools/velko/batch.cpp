@@ -396,13 +396,17 @@ private:
         result->relative = c.relative;
         result->seconds = Elapsed(c);
         const bool complete = c.received == sizeof c.report;
-        if (complete) {
+        // A report that comes in after the deadline is charged as a time-out all the same:
+        // the file took longer than it was given, whichever way the race went.
+        if (complete && result->seconds <= options_.timeout) {
             result->report = c.report;
             result->report.message[sizeof result->report.message - 1] = 0;
             result->result = c.report.ok ? "ok" : "refused";
-        } else if (!ended) {
+        } else if (!ended || complete) {
             result->result = "timeout";
-            SetMessage(result->report, "killed after " + Milliseconds(options_.timeout) + "s");
+            SetMessage(result->report, (ended ? "finished after " : "killed after ") +
+                                           Milliseconds(result->seconds) + "s, past the " +
+                                           Milliseconds(options_.timeout) + "s it was given");
         } else {
             result->result = "crashed";
             if (WIFSIGNALED(status))
