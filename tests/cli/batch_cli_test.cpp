@@ -169,17 +169,32 @@ TEST(BatchCli, DamagedCopiesAreEachChargedAndTheWalkGoesOn) {
     EXPECT_GT(lines.summary["refused"].as_number(), 0);
 }
 
-TEST(BatchCli, AFolderThatAllConvertsEndsWithZero) {
-    TempFolder in("good"), out("good_out");
+std::string Bytes(const std::string &path) {
+    std::vector<uint8_t> bytes;
+    velko_test::ReadWholeFile(path, &bytes);
+    return std::string(bytes.begin(), bytes.end());
+}
+
+TEST(BatchCli, AFolderThatAllConvertsEndsWithZeroAndWritesWhatConvertWrites) {
+    TempFolder in("good"), out("good_out"), single("single");
+    const std::string picture = std::string(VELKO_SOURCE_DIR) + "/data/picture.dwg";
     fs::create_directories(in.path() + "/sub");
-    fs::copy_file(std::string(VELKO_SOURCE_DIR) + "/data/sample.dwg", in.path() + "/a.DWG");
-    fs::copy_file(std::string(VELKO_SOURCE_DIR) + "/data/sample.dwg", in.path() + "/sub/b.dwg");
+    fs::copy_file(picture, in.path() + "/a.DWG");
+    fs::copy_file(picture, in.path() + "/sub/b.dwg");
+    ASSERT_EQ(RunVelko("convert " + picture + " " + in.path() + "/sub/c.dxf --quiet").status, 0);
     const auto outcome = RunVelko("batch convert " + in.path() + " " + out.path() + " --json");
     EXPECT_EQ(outcome.status, 0);
     const BatchLines lines = ParseLines(outcome.out);
-    ExpectEveryFileReported(lines, {"a.DWG", "sub/b.dwg"});
-    EXPECT_TRUE(fs::is_regular_file(out.path() + "/sub/b.dwg"));
-    EXPECT_EQ(lines.summary["ok"].as_number(), 2);
+    ExpectEveryFileReported(lines, {"a.DWG", "sub/b.dwg", "sub/c.dxf"});
+    EXPECT_EQ(lines.summary["ok"].as_number(), 3);
+    EXPECT_GT(lines.files.at("a.DWG")["entities"].as_number(), 0);
+    // Each file as velko convert writes it for the same name.
+    for (const char *name : {"a.DWG", "sub/b.dwg", "sub/c.dxf"}) {
+        const std::string input = in.path() + "/" + name;
+        const std::string expected = single.path() + "/" + fs::path(name).filename().string();
+        ASSERT_EQ(RunVelko("convert " + input + " " + expected + " --quiet").status, 0);
+        EXPECT_EQ(Bytes(out.path() + "/" + name), Bytes(expected)) << name;
+    }
 }
 
 TEST(BatchCli, AWorkerPastItsTimeIsKilledAndChargedToItsFile) {
