@@ -30,6 +30,8 @@ def test_header_is_a_mapping_of_the_variables():
     assert isinstance(header["extmin"], records.Point3)
     assert isinstance(header["ltscale"], float)
     assert "angbase" in header
+    with pytest.raises(TypeError):
+        header["ltscale"] = 2.0  # a copy of the drawing's variables, read-only
 
 
 def test_tables_are_lists_of_dataclasses():

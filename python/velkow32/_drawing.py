@@ -4,6 +4,7 @@ from __future__ import annotations
 import ctypes
 import os
 import warnings
+from types import MappingProxyType
 from typing import Any, Iterator, List, Mapping, Optional, Tuple, Union
 
 from . import _convert as convert
@@ -76,11 +77,11 @@ class Drawing:
 
     @property
     def header(self) -> Mapping[str, Any]:
-        """The header variables as a mapping from their names (``acadver``, ``extmin``, ...)
+        """The header variables as a read-only mapping from their names (``acadver``, ``extmin``, ...)
         to their values: numbers, texts, and Point2/Point3 dataclasses."""
         record = r.CDB_HEADER_type()
         check(lib().CDBGetAllVariables(self.handle, ctypes.byref(record)), self.handle)
-        return convert.fields(record)
+        return MappingProxyType(convert.fields(record))
 
     # ---- tables ------------------------------------------------------------------------
 
