@@ -77,8 +77,8 @@ class Drawing:
 
     @property
     def header(self) -> Mapping[str, Any]:
-        """The header variables as a read-only mapping from their names (``acadver``, ``extmin``, ...)
-        to their values: numbers, texts, and Point2/Point3 dataclasses."""
+        """The header variables as a read-only mapping from their names (``acadver``,
+        ``extmin``, ...) to their values: numbers, texts, and Point2/Point3 dataclasses."""
         record = r.CDB_HEADER_type()
         check(lib().CDBGetAllVariables(self.handle, ctypes.byref(record)), self.handle)
         return MappingProxyType(convert.fields(record))
