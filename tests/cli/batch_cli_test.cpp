@@ -209,6 +209,26 @@ TEST(BatchCli, AWorkerPastItsTimeIsKilledAndChargedToItsFile) {
     EXPECT_EQ(lines.files.at("slow.dxf")["result"].as_string(), "timeout");
 }
 
+TEST(BatchCli, AWorkerThatDiesIsChargedToItsFileAndTheWalkGoesOn) {
+    TempFolder in("dying"), out("dying_out");
+    const std::string picture = std::string(VELKO_SOURCE_DIR) + "/data/picture.dwg";
+    for (const char *name : {"a.dwg", "b.dwg", "c.dwg"})
+        fs::copy_file(picture, in.path() + "/" + name);
+    // Under a limit of 2 kB per written file every worker is killed by SIGXFSZ while it
+    // saves; the batch itself writes only to its pipe.
+    const auto outcome =
+        velko_test::RunCommand("ulimit -c 0; ulimit -f 2; " + std::string(VELKO_CLI) +
+                               " batch convert " + in.path() + " " + out.path() + " --json");
+    EXPECT_EQ(outcome.status, 1);
+    const BatchLines lines = ParseLines(outcome.out);
+    ExpectEveryFileReported(lines, {"a.dwg", "b.dwg", "c.dwg"});
+    EXPECT_EQ(lines.summary["crashed"].as_number(), 3);
+    for (const auto &entry : lines.files) {
+        EXPECT_EQ(entry.second["result"].as_string(), "crashed");
+        EXPECT_NE(entry.second["message"].as_string().find("signal"), std::string::npos);
+    }
+}
+
 TEST(BatchCli, WrongUsageEndsWithTwo) {
     EXPECT_EQ(RunVelko("batch").status, 2);
     EXPECT_EQ(RunVelko("batch copy a b").status, 2);
