@@ -4,12 +4,23 @@ from __future__ import annotations
 
 import os
 import pathlib
+import sys
 
 import pytest
 
-import velkow32
-
 SOURCE_TREE = pathlib.Path(__file__).resolve().parents[2]
+
+# The package of this source tree, for the tests and for the processes they start (Dask's
+# workers among them), whether or not PYTHONPATH already names it.
+_PACKAGE_DIR = str(SOURCE_TREE / "python")
+if _PACKAGE_DIR not in sys.path:
+    sys.path.insert(0, _PACKAGE_DIR)
+if _PACKAGE_DIR not in os.environ.get("PYTHONPATH", "").split(os.pathsep):
+    os.environ["PYTHONPATH"] = os.pathsep.join(
+        p for p in (_PACKAGE_DIR, os.environ.get("PYTHONPATH")) if p)
+
+import velkow32  # noqa: E402  (after the path above)
+
 SAMPLE_DWG = SOURCE_TREE / "data" / "picture.dwg"  # a small plan with a block
 CORPUS = pathlib.Path(os.environ.get("VELKO_CORPUS") or "/work/shared/corpus")
 
