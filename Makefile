@@ -57,6 +57,9 @@ deps:
 	command -v python3 >/dev/null 2>&1      || missing="$$missing python3"; \
 	/usr/bin/python3 -c 'import ezdxf' >/dev/null 2>&1 || missing="$$missing python3-ezdxf"; \
 	[ -f /usr/include/dxflib/dl_dxf.h ]     || missing="$$missing libdxflib-dev"; \
+	/usr/bin/python3 -c 'import pytest' >/dev/null 2>&1 || missing="$$missing python3-pytest"; \
+	/usr/bin/python3 -c 'import ensurepip' >/dev/null 2>&1 || missing="$$missing python3-venv"; \
+	/usr/bin/python3 -c 'import dask.bag' >/dev/null 2>&1 || missing="$$missing python3-dask"; \
 	command -v rsvg-convert >/dev/null 2>&1 || missing="$$missing librsvg2-bin"; \
 	if [ -n "$$missing" ]; then \
 	    echo "deps: installing missing packages:$$missing"; \

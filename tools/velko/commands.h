@@ -12,5 +12,6 @@ int RunShx(int argc, char **argv);
 int RunSdx(int argc, char **argv);
 int RunGlyph(int argc, char **argv);
 int RunRender(int argc, char **argv);
+int RunBatch(int argc, char **argv);
 
 #endif

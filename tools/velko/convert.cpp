@@ -12,6 +12,7 @@
 // A save that an entity stopped names the entity's kind and handle.
 #include "command_support.h"
 #include "commands.h"
+#include "convert_drawing.h"
 #include "interface/tool_support.h"
 #include "json_writer.h"
 #include "progress_bar.h"
@@ -38,12 +39,6 @@ const char kNewUsage[] = "usage: velko new TEMPLATE OUT [--json]\n";
 
 // The load hook is called for every entity; the clock is read only every so many.
 constexpr long kLoadCheckStep = 256;
-
-// A name whose last four characters are ".dwg", in any case, names a DWG.
-bool NamesDwg(const char *name) {
-    const size_t length = std::strlen(name);
-    return length >= 4 && strcasecmp(name + length - 4, ".dwg") == 0;
-}
 
 long FileBytes(const char *name) {
     struct stat st;
@@ -143,22 +138,6 @@ int CheckRelease(const ConvertOptions &o) {
     return 1;
 }
 
-int16_t Save(int16_t h, const ConvertOptions &o) {
-    return NamesDwg(o.out) ? CDBSaveAsDWG(h, o.out) : CDBSaveAsDXF(h, o.out, o.binary);
-}
-
-// Loads what the drawing has not read yet, counts what the save will write and saves it;
-// the library's status.
-int16_t LoadAndSave(int16_t h, const ConvertOptions &o, ConvertProgress &progress,
-                    SavedObjects &counts) {
-    // Loading first and on its own, so that the bar tells the load from the save.
-    if (!tool_support::LoadWholeDrawing(h))
-        return CDB_FAIL;
-    tool_support::CountSavedObjects(h, &counts);
-    progress.total = counts.Objects();
-    return Save(h, o);
-}
-
 // Why a save of a release 13 drawing as DXF stopped, when an entity stopped it (a kind the
 // DXF writer has no groups for: 3DSOLID, BODY, REGION, OLEFRAME): "the 3DSOLID 2A", or ""
 // when the save did not stop at an entity. Asked before the drawing is closed.
@@ -197,6 +176,42 @@ const char kNoSentinel[] = "a release 13 binary DXF is written without the binar
 
 } // namespace
 
+bool NamesDwg(const char *name) {
+    const size_t length = std::strlen(name);
+    return length >= 4 && strcasecmp(name + length - 4, ".dwg") == 0;
+}
+
+ConversionOutcome ConvertDrawing(const char *in, const char *out, bool binary,
+                                 const ConversionHooks &hooks) {
+    ConversionOutcome outcome;
+    const int16_t h = tool_support::StartReadingWithHooks(in, hooks.load, hooks.save);
+    if (h == CDB_FAIL) {
+        outcome.code = CDBGetErrorNumber(CDB_FAIL);
+        return outcome;
+    }
+    outcome.opened = true;
+    if (hooks.opened)
+        hooks.opened(h);
+    outcome.from_form = tool_support::FormOf(h);
+    // Loading first and on its own, so that a progress bar tells the load from the save.
+    int16_t saved = CDB_FAIL;
+    if (tool_support::LoadWholeDrawing(h)) {
+        tool_support::CountSavedObjects(h, &outcome.counts);
+        if (hooks.saving)
+            hooks.saving(outcome.counts.Objects());
+        saved = NamesDwg(out) ? CDBSaveAsDWG(h, out) : CDBSaveAsDXF(h, out, binary);
+    }
+    outcome.saved = saved != CDB_FAIL;
+    outcome.code = CDBGetErrorNumber(h);
+    outcome.release = CDBGetAutoCADVersion(h);
+    if (!outcome.saved) {
+        outcome.stopped_at = StoppedAt(h, outcome.release, out);
+        outcome.limit = tool_support::FormLimitOf(h);
+    }
+    CDBEndOperation(h);
+    return outcome;
+}
+
 int RunConvert(int argc, char **argv) {
     ConvertOptions o;
     if (int status = ParseConvert(argc, argv, o))
@@ -208,24 +223,20 @@ int RunConvert(int argc, char **argv) {
     ProgressBar bar(stderr, !o.quiet && isatty(fileno(stderr)), 1.0, start);
     ConvertProgress progress{bar};
     ProgressScope scope(progress);
-    const int16_t h = tool_support::StartReadingWithHooks(o.in, OnEntityLoaded, OnObjectsWritten);
-    if (h == CDB_FAIL) {
-        bar.Finish();
-        return RefusedToOpen(o.in);
-    }
-    progress.drawing = h;
-
-    SavedObjects counts;
-    const DrawingForm from_form = tool_support::FormOf(h);
-    const int16_t saved = LoadAndSave(h, o, progress, counts);
+    ConversionHooks hooks;
+    hooks.load = OnEntityLoaded;
+    hooks.save = OnObjectsWritten;
+    hooks.opened = [&progress](int16_t h) { progress.drawing = h; };
+    hooks.saving = [&progress](long objects) { progress.total = objects; };
+    const ConversionOutcome outcome = ConvertDrawing(o.in, o.out, o.binary, hooks);
     bar.Finish();
-    const int16_t code = CDBGetErrorNumber(h);
-    const int16_t release = CDBGetAutoCADVersion(h);
-    const std::string stopped_at = saved == CDB_FAIL ? StoppedAt(h, release, o.out) : "";
-    const std::string limit = saved == CDB_FAIL ? tool_support::FormLimitOf(h) : "";
-    CDBEndOperation(h);
-    if (saved == CDB_FAIL)
-        return RefusedToSave(o.out, code, stopped_at, limit);
+    if (!outcome.opened)
+        return RefusedToOpen(o.in);
+    if (!outcome.saved)
+        return RefusedToSave(o.out, outcome.code, outcome.stopped_at, outcome.limit);
+    const SavedObjects &counts = outcome.counts;
+    const DrawingForm from_form = outcome.from_form;
+    const int16_t release = outcome.release;
 
     const double seconds = std::chrono::duration<double>(ProgressBar::Clock::now() - start).count();
     const DrawingForm to_form = NamesDwg(o.out)

@@ -66,6 +66,17 @@ const Command kCommands[] = {
      "bits;\n    --png (or OUT ending in .png, the SVG then written next to it) also makes a "
      "PNG\n    through rsvg-convert",
      RunRender},
+    {"batch",
+     "velko batch convert|info SRC_DIR DST_DIR [--jobs N] [--timeout SECONDS] [--json]\n"
+     "    walks the folder SRC_DIR for drawings (.dwg, .dxf, any case); convert writes\n"
+     "    each into DST_DIR under the same relative path, in the release and form\n"
+     "    velko convert writes for its name; info only opens and counts each. N worker\n"
+     "    processes (default 1); a file whose worker dies or runs past SECONDS\n"
+     "    (default 300) is charged to that file and the walk goes on. One line per\n"
+     "    file (file, result ok/refused/crashed/timeout, code and message, entity\n"
+     "    and block counts, seconds; JSON with --json) and a summary line; exit\n"
+     "    status 1 when any file failed",
+     RunBatch},
 };
 
 void Usage(std::FILE *out) {
