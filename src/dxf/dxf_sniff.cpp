@@ -21,11 +21,12 @@ CDxfStream::Form FormOfHead(CDrawingFile &file) {
 
 // Whether the first four groups in `form`, read by the groups of `release`, name `version`.
 bool NamesVersion(CDrawingFile &file, CDxfStream::Form form, CDxfStream::Release release,
-                  const char *version) {
+                  const char *version, int32_t read_options) {
     const bool binary = form == CDxfStream::kBinary;
     file.SetPosition(binary ? CDxfStream::kBinarySentinelSize : 0, 0);
     CDxfStream stream;
     stream.AttachInput(&file, form, release);
+    stream.SetReadOptions(read_options & CDB_READ_COMMENTS);
     int16_t code = 0;
     char value[CDxfStream::kValueSize] = {};
     for (int i = 0; i < 4; ++i) {
@@ -41,13 +42,15 @@ bool NamesVersion(CDrawingFile &file, CDxfStream::Form form, CDxfStream::Release
 
 } // namespace
 
-DxfSniff SniffDxf(CDrawingFile &file) {
+DxfSniff SniffDxf(CDrawingFile &file, int32_t read_options) {
     DxfSniff sniff;
     sniff.form = FormOfHead(file);
     if (sniff.form == CDxfStream::kUndecided)
         return sniff;
-    const bool release13 = NamesVersion(file, sniff.form, CDxfStream::kRelease13, "AC1012");
-    sniff.release12 = NamesVersion(file, sniff.form, CDxfStream::kRelease12, "AC1009");
+    const bool release13 =
+        NamesVersion(file, sniff.form, CDxfStream::kRelease13, "AC1012", read_options);
+    sniff.release12 =
+        NamesVersion(file, sniff.form, CDxfStream::kRelease12, "AC1009", read_options);
     sniff.release = release13 ? 13 : sniff.release12 ? 12 : 0;
     if (sniff.release)
         file.SetPosition(sniff.form == CDxfStream::kBinary ? CDxfStream::kBinarySentinelSize : 0,

@@ -6,7 +6,8 @@
 // first four groups, read in that form: the value of the fourth names it, case ignored.
 // Release 13 ("AC1012", read through the binary groups of release 13) is tried first,
 // release 12 ("AC1009") after it, on the same open file. An ASCII file must in addition
-// begin with a group "SECTION" and a group "HEADER".
+// begin with a group "SECTION" and a group "HEADER". With CDB_READ_COMMENTS among the read
+// options, 999 comment groups are passed over wherever they stand, also before "SECTION".
 #ifndef VELKO_DXF_SNIFF_H
 #define VELKO_DXF_SNIFF_H
 
@@ -33,7 +34,7 @@ struct DxfSniff {
 
 // Judges the open file `file`, whatever its read position: both checks run, release 13
 // first. When a release is found, the read position stands where the groups begin (22 or
-// 0).
-DxfSniff SniffDxf(CDrawingFile &file);
+// 0). `read_options` are CDB_READ_ bits; only CDB_READ_COMMENTS plays a part here.
+DxfSniff SniffDxf(CDrawingFile &file, int32_t read_options = 0);
 
 #endif

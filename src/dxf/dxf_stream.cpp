@@ -1,12 +1,15 @@
 #include "dxf/dxf_stream.h"
 
+#include "dxf/dxf_name_escapes.h"
 #include "dxf/dxf_numbers.h"
 #include "io/byte_order.h"
 #include "io/drawing_file.h"
+#include "records/file_options.h"
 
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 namespace {
 
@@ -38,6 +41,22 @@ BinaryValue Release12Value(int code) {
         return BinaryValue::kInt16;
     if (code == 1071)
         return BinaryValue::kInt32;
+    return BinaryValue::kNothing;
+}
+
+// The value types that binary release 12 files written by real programs give the codes that
+// the original table leaves without one. Asked only for such codes.
+BinaryValue Release12FullValue(int code) {
+    if ((code >= 90 && code <= 99) || code == 1071)
+        return BinaryValue::kInt32;
+    if (code == 100 || code == 102 || code == 105 || (code >= 1000 && code <= 1009))
+        return BinaryValue::kString;
+    if (code == 59 || (code >= 110 && code <= 149) || (code >= 210 && code <= 239) ||
+        (code >= 1010 && code <= 1059))
+        return BinaryValue::kReal;
+    if ((code >= 60 && code <= 79) || (code >= 170 && code <= 179) ||
+        (code >= 270 && code <= 289) || (code >= 1060 && code <= 1070))
+        return BinaryValue::kInt16;
     return BinaryValue::kNothing;
 }
 
@@ -139,9 +158,24 @@ void CDxfStream::AttachInput(CDrawingFile *input, Form form, Release release) {
     form_ = form;
     release_ = release;
     at_end_ = false;
+    tolerant_taken_ = 0;
 }
 
 int CDxfStream::ReadGroup(int16_t *code, char *value) {
+    int got = ReadFileGroup(code, value);
+    if (read_options_ & CDB_READ_COMMENTS) {
+        // A comment is no group of the drawing: it goes, and the group behind it stands in
+        // its place. The original road hands it on, and a reader that looks at values alone
+        // may take its text for a word of its own.
+        while (got && *code == 999 && !at_end_) {
+            tolerant_taken_ |= CDB_READ_COMMENTS;
+            got = ReadFileGroup(code, value);
+        }
+    }
+    return got;
+}
+
+int CDxfStream::ReadFileGroup(int16_t *code, char *value) {
     real_buffer_ = nullptr;
     if (input_ && code && value) {
         if (form_ == kAscii)
@@ -377,6 +411,11 @@ int CDxfStream::ReadGroupBinary(int16_t *code, char *value) {
     }
     *code = c;
     BinaryValue type = release_ == kRelease12 ? Release12Value(c) : Release13Value(c);
+    if (type == BinaryValue::kNothing && (read_options_ & CDB_READ_FULL_BINARY_CODES)) {
+        type = Release12FullValue(c);
+        if (type != BinaryValue::kNothing)
+            tolerant_taken_ |= CDB_READ_FULL_BINARY_CODES;
+    }
     uint8_t raw[8];
     switch (type) {
     case BinaryValue::kNothing:
@@ -498,6 +537,7 @@ char *CDxfStream::ReadText() {
 void CDxfStream::AttachOutput(CDrawingFile *output, int32_t binary) {
     output_ = output;
     output_binary_ = binary;
+    strict_names_ = WriteOption(CDB_WRITE_STRICT_DXF);
 }
 
 int CDxfStream::WriteBinarySentinel() {
@@ -598,6 +638,14 @@ int CDxfStream::WriteText(int16_t code, const char *text) {
     text_scratch_[length] = 0;
     int16_t size = length + 1 > 0x7FFF ? int16_t{0x7FFF} : static_cast<int16_t>(length + 1);
     return WriteGroup(code, text_scratch_.data(), size);
+}
+
+int CDxfStream::WriteName(int16_t code, const char *name) {
+    const size_t length = name ? std::strlen(name) : 0;
+    const size_t keep = strict_names_ ? EscapeSafeLength(name, length) : length;
+    if (keep == length)
+        return WriteText(code, name);
+    return WriteText(code, std::string(name, keep).c_str());
 }
 
 int CDxfStream::WriteReal(int16_t code, double value) {

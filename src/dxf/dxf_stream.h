@@ -43,6 +43,20 @@ public:
     void AttachInput(CDrawingFile *input, Form form, Release release);
     Form InputForm() const { return form_; }
 
+    // The tolerant roads (CDB_READ_ bits) the stream may take while reading; none at first,
+    // which is the original behaviour. The stream itself serves CDB_READ_FULL_BINARY_CODES:
+    // a binary release 12 group whose code the original table gives no value type (a
+    // dimension style's 140 to 178, codes 90 to 99, 100, 102, 105, 270 to 289, the whole
+    // extended data range) has its value read by the type that real files give it. With
+    // CDB_READ_COMMENTS ReadGroup passes over 999 comment groups wherever they stand, so
+    // that no reader above ever sees one (the typed header reads of a binary file excepted).
+    void SetReadOptions(int32_t options) { read_options_ = options; }
+    int32_t ReadOptions() const { return read_options_; }
+    // The roads the stream has actually taken since its input was attached; a reader above
+    // the stream that takes a road of its own notes it here too.
+    int32_t TolerantReadsTaken() const { return tolerant_taken_; }
+    void NoteTolerantRead(int32_t bit) { tolerant_taken_ |= bit; }
+
     // Reads the next group. ASCII: 1, or 0 when the file ended before the group was whole;
     // then `code` and `value` keep what they held. Binary: always 1 (a read past the end
     // delivers what it got): when no whole code is left the group is code 0 with an empty
@@ -76,7 +90,8 @@ public:
     char *ReadText();
 
     // ---- Writing ---------------------------------------------------------------------------
-    // Writes to `output` (not owned); `binary` non-zero writes the binary form.
+    // Writes to `output` (not owned); `binary` non-zero writes the binary form. The write
+    // options in force now hold for the whole save.
     void AttachOutput(CDrawingFile *output, int32_t binary);
     int32_t OutputBinary() const { return output_binary_; }
     // True while an output is attached, that is while a save is writing through the stream.
@@ -103,6 +118,10 @@ public:
     // holds a line break is refused (0, and FormLimit says so), as it would end its group
     // early and break every group behind it.
     int WriteText(int16_t code, const char *text);
+    // A table or block name, as WriteText. With CDB_WRITE_STRICT_DXF a name that ends
+    // inside an escape ("\U+03" of "\U+03A1", a name that the original reader cut short)
+    // goes out without the broken escape, which other readers refuse.
+    int WriteName(int16_t code, const char *name);
     // A table's count group (70) is 16-bit: the limit a writer refuses a larger table by.
     static constexpr int kMaxTableCount = 32767;
     static constexpr const char *kTableCountLimit =
@@ -117,6 +136,8 @@ public:
     int WritePoint2(CDB_POINT2 value, int16_t code);
 
 private:
+    // One group of the file, comments included.
+    int ReadFileGroup(int16_t *code, char *value);
     int ReadGroupAscii(int16_t *code, char *value);
     // The common case of an ASCII group: both lines whole in the input's buffer, line ends
     // LF or CR LF, no zero byte. False (nothing consumed) for anything else.
@@ -153,7 +174,10 @@ private:
     Form form_ = kUndecided;
     Release release_ = kRelease12;
     int32_t output_binary_ = 0;
+    bool strict_names_ = false;
     bool at_end_ = false;
+    int32_t read_options_ = 0;
+    int32_t tolerant_taken_ = 0;
     // The last binary real: the buffer it was delivered in and its rounded value.
     const char *real_buffer_ = nullptr;
     double real_value_ = 0.0;

@@ -3,6 +3,7 @@
 #include "dwg12/r12_drawing.h"
 #include "dwg12/r12_entity_layout.h"
 #include "dxf/dxf_eed.h"
+#include "dxf/dxf_long_names.h"
 #include "dxf/dxf_numbers.h"
 #include "dxf/dxf_stream.h"
 #include "dwg12/r12_dxf_layout.h"
@@ -52,12 +53,23 @@ void AppendExtendedData(CDB_ENTITY *record, const std::vector<uint8_t> &bytes) {
     record->eed_size = static_cast<uint16_t>(total);
 }
 
+// The index of the record of table `t` named `name`, by the lookup of the DXF readers; with
+// long names read whole, a long name is looked up whole.
+int FindName(CR12Drawing &drawing, int t, const char *name) {
+    bool took_road = false;
+    const int index = FindTableNameNoCase(drawing.Table(t), name,
+                                          drawing.ReadsTolerantly(CDB_READ_LONG_NAMES), &took_road);
+    if (took_road)
+        drawing.NoteTolerantRead(CDB_READ_LONG_NAMES);
+    return index;
+}
+
 // The line type of group 6. The block start takes its line type without the BYBLOCK test
 // and the base.
 int16_t LineTypeIndexOf(CR12Drawing &drawing, const char *name, bool block_start) {
     if (!block_start && std::strcmp(name, "BYBLOCK") == 0)
         return -2;
-    return static_cast<int16_t>(drawing.Table(kR12Ltypes).FindNoCase(name) +
+    return static_cast<int16_t>(FindName(drawing, kR12Ltypes, name) +
                                 drawing.Base(TableBase::kLtypes));
 }
 
@@ -76,7 +88,7 @@ bool ReadCommonGroup(CR12Drawing &drawing, CDB_ENTITY *record, const CDxfStream 
     case 8:
         // The block start takes its layer without the base.
         record->layer_index =
-            static_cast<int16_t>(drawing.Table(kR12Layers).FindNoCase(value) +
+            static_cast<int16_t>(FindName(drawing, kR12Layers, value) +
                                  (block_start ? 0 : drawing.Base(TableBase::kLayers)));
         return true;
     case 38:
@@ -173,12 +185,12 @@ void CR12Entity::ReadDxfGroup(const CDxfStream &stream, const R12DxfGroup &g, co
         break;
     case R12DxfValue::kStyle:
         StoreField<int16_t>(record, g.offset,
-                            static_cast<int16_t>(drawing->Table(kR12Styles).FindNoCase(value) +
+                            static_cast<int16_t>(FindName(*drawing, kR12Styles, value) +
                                                  drawing->Base(TableBase::kStyles)));
         break;
     case R12DxfValue::kDimstyle:
         StoreField<int16_t>(record, g.offset,
-                            static_cast<int16_t>(drawing->Table(kR12Dimstyles).FindNoCase(value) +
+                            static_cast<int16_t>(FindName(*drawing, kR12Dimstyles, value) +
                                                  drawing->Base(TableBase::kDimstyles)));
         break;
     case R12DxfValue::kBlockName:

@@ -2,6 +2,7 @@
 // reader (r12_dxf_reader.h), and the ENTITIES section that view mode leaves for later.
 #include "dwg12/r12_drawing.h"
 #include "dxf/dxf_sniff.h"
+#include "dxf/dxf_tolerance.h"
 #include "dxf/r12_dxf_reader.h"
 #include "io/drawing_file.h"
 
@@ -24,7 +25,7 @@ int CR12Drawing::OpenDXF(const char *name, CDB_OPEN_MODE) {
         SetError(CDB_ERR_OPENING_FILE);
         return 0;
     }
-    const DxfSniff sniff = SniffDxf(*opened);
+    const DxfSniff sniff = SniffDxf(*opened, DxfReadOptionsOf(*this));
     if (sniff.release != 12) {
         SetError(sniff.Release12Refusal());
         file_kind = kNone;

@@ -4,6 +4,8 @@
 
 #include "dwg12/r12_drawing.h"
 #include "dxf/r12_dxf_header.h"
+#include "dxf/dxf_long_names.h"
+#include "dxf/dxf_tolerance.h"
 #include "dwg12/r12_dxf_layout.h"
 #include "dwg12/r12_entity_kinds.h"
 #include "io/drawing_file.h"
@@ -44,6 +46,17 @@ int TableOfName(const char *name) {
     return -1;
 }
 
+// The record of table `t` named `name`, looked up the DXF way; with long names read whole, a
+// long name is looked up whole.
+int FindR12DxfName(CR12Drawing &drawing, int t, const char *name) {
+    bool took_road = false;
+    const int index = FindTableNameNoCase(drawing.Table(t), name,
+                                          drawing.ReadsTolerantly(CDB_READ_LONG_NAMES), &took_road);
+    if (took_road)
+        drawing.NoteTolerantRead(CDB_READ_LONG_NAMES);
+    return index;
+}
+
 // The drawing's tables, looked up the DXF way, for the header's names.
 class TableLookup : public R12DxfNameLookup {
 public:
@@ -64,7 +77,7 @@ public:
     }
 
 private:
-    int Find(int t, const char *name) const { return drawing_.Table(t).FindNoCase(name); }
+    int Find(int t, const char *name) const { return FindR12DxfName(drawing_, t, name); }
     CR12Drawing &drawing_;
 };
 
@@ -72,11 +85,12 @@ private:
 
 CR12DxfReader::CR12DxfReader(CR12Drawing &drawing, CDxfStream::Form form) : drawing_(drawing) {
     stream_.AttachInput(drawing.File(), form, CDxfStream::kRelease12);
+    stream_.SetReadOptions(DxfReadOptionsOf(drawing));
     eed_lookup_.appid = [&drawing](const char *name) {
-        return drawing.Table(kR12Appids).FindNoCase(name);
+        return FindR12DxfName(drawing, kR12Appids, name);
     };
     eed_lookup_.layer = [&drawing](const char *name) {
-        return drawing.Table(kR12Layers).FindNoCase(name);
+        return FindR12DxfName(drawing, kR12Layers, name);
     };
 }
 
@@ -95,6 +109,7 @@ bool CR12DxfReader::NextGroup() {
 }
 
 int CR12DxfReader::Load() {
+    DxfRoadsNote note(stream_, drawing_);
     if (!LoadUpToBlocks())
         return 0;
     return LoadBlocksAndEntities();
@@ -166,6 +181,7 @@ int CR12DxfReader::LoadBlocksAndEntities() {
 }
 
 bool CR12DxfReader::HandOutEntities() {
+    DxfRoadsNote note(stream_, drawing_);
     if (!drawing_.ViewFlag() || !Is(next_section_, "ENTITIES") || !ReadEntities())
         return false;
     next_section_[0] = 0;
@@ -258,9 +274,15 @@ int CR12DxfReader::ReadBlock(int16_t &block_number) {
     table_record->table_id = kR12Blocks;
     CDB_BLOCK_TBL &table = table_record->GetTypedRecord();
     const char *name = start.name ? start.name : "";
-    table.name = static_cast<char *>(std::calloc(kR12NameBlockSize, 1));
+    // The tolerant road keeps a long name whole; the original keeps what a record holds.
+    const bool whole = d.ReadsTolerantly(CDB_READ_LONG_NAMES) &&
+                       strnlen(name, kR12NameBlockSize) >= kR12NameBlockSize;
+    if (whole)
+        d.NoteTolerantRead(CDB_READ_LONG_NAMES);
+    const size_t name_size = whole ? std::strlen(name) + 1 : kR12NameBlockSize;
+    table.name = static_cast<char *>(std::calloc(name_size, 1));
     if (table.name)
-        CopyBounded(table.name, kR12NameBlockSize, name);
+        CopyBounded(table.name, name_size, name);
     CopyBounded(table_record->body.name_in_place, sizeof table_record->body.name_in_place, name);
     table.flags = static_cast<uint8_t>(start.flags);
     d.Table(kR12Blocks).Add(table_record);

@@ -1,5 +1,6 @@
 // Release 12 table records read from a DXF file, by the groups of r12_dxf_layout.h.
 #include "dwg12/r12_tables.h"
+#include "dxf/dxf_long_names.h"
 #include "dxf/dxf_numbers.h"
 #include "dxf/dxf_stream.h"
 #include "dwg12/r12_dxf_layout.h"
@@ -35,6 +36,8 @@ int CR12LayoutRecord::ReadDXF(R12DxfRecordContext &context, char *name) {
     CDxfStream &stream = context.stream;
     uint8_t *body = BodyBytes();
     std::vector<double> dashes;
+    const bool long_names = (stream.ReadOptions() & CDB_READ_LONG_NAMES) != 0;
+    bool took_long_names = false;
 
     int16_t code = 0;
     for (;;) {
@@ -48,9 +51,13 @@ int CR12LayoutRecord::ReadDXF(R12DxfRecordContext &context, char *name) {
             switch (group->value) {
             case R12DxfValue::kName:
                 // Every reader keeps a name in 32 bytes: 31 characters and the terminator;
-                // an empty name is none, as in a DWG.
+                // an empty name is none, as in a DWG. The tolerant road keeps a longer
+                // name whole.
                 std::free(NameField());
-                SetNameField(*name ? CopyText(name, kR12NameBufferSize - 1) : nullptr);
+                took_long_names |= long_names && IsLongTableName(name);
+                SetNameField(*name ? CopyText(name, long_names ? CDxfStream::kValueSize
+                                                               : kR12NameBufferSize - 1)
+                                   : nullptr);
                 break;
             case R12DxfValue::kFlags:
                 SetFlagsField(static_cast<uint8_t>(DxfTextToInt(name)));
@@ -79,7 +86,8 @@ int CR12LayoutRecord::ReadDXF(R12DxfRecordContext &context, char *name) {
                 if (!context.ltypes)
                     return -1;
                 StoreField<int16_t>(body, group->offset,
-                                    static_cast<int16_t>(context.ltypes->FindNoCase(name)));
+                                    static_cast<int16_t>(FindTableNameNoCase(
+                                        *context.ltypes, name, long_names, &took_long_names)));
                 break;
             case R12DxfValue::kDash:
                 // A dash count is 16 bits: more lengths than that are not kept.
@@ -117,6 +125,8 @@ int CR12LayoutRecord::ReadDXF(R12DxfRecordContext &context, char *name) {
             ltype.dashes = lengths;
         }
     }
+    if (took_long_names)
+        stream.NoteTolerantRead(CDB_READ_LONG_NAMES);
     AfterReadDxf();
     return 1;
 }

@@ -141,12 +141,12 @@ int WriteKindGroup(R12DxfWriteContext &c, const R12DxfGroup &g, const CDB_ENTITY
     case V::kStyle: {
         // The style is written only when its name is found.
         const char *name = c.Style(LoadField<int16_t>(&r, g.offset));
-        return name ? s.WriteText(g.code, name) : 1;
+        return name ? s.WriteName(g.code, name) : 1;
     }
     case V::kDimstyle:
-        return s.WriteText(g.code, c.Dimstyle(LoadField<int16_t>(&r, g.offset)));
+        return s.WriteName(g.code, c.Dimstyle(LoadField<int16_t>(&r, g.offset)));
     case V::kBlockName:
-        return s.WriteText(g.code, c.Block(LoadField<int16_t>(&r, g.offset)));
+        return s.WriteName(g.code, c.Block(LoadField<int16_t>(&r, g.offset)));
     case V::kShapeName:
         return WriteShapeName(c, g.code, r);
     case V::kNone:
@@ -160,10 +160,10 @@ int WriteKindGroup(R12DxfWriteContext &c, const R12DxfGroup &g, const CDB_ENTITY
 // are written only when greater than 0: a negative one is not written at all.
 int WriteCommonDxf(R12DxfWriteContext &c, const CDB_ENTITY &r) {
     CDxfStream &s = c.stream;
-    if (!s.WriteText(8, c.Layer(r.layer_index)))
+    if (!s.WriteName(8, c.Layer(r.layer_index)))
         return 0;
     if (r.line_type_index != -1 &&
-        !s.WriteText(6, r.line_type_index == -2 ? "BYBLOCK" : c.Ltype(r.line_type_index)))
+        !s.WriteName(6, r.line_type_index == -2 ? "BYBLOCK" : c.Ltype(r.line_type_index)))
         return 0;
     if (r.color != -1 && !s.WriteInt16(62, r.color))
         return 0;

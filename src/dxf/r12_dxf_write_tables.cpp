@@ -52,7 +52,7 @@ int CR12LayoutRecord::WriteDXF(R12DxfWriteContext &context) const {
         int written = 1;
         switch (g.value) {
         case V::kName:
-            written = s.WriteText(g.code, NameField());
+            written = s.WriteName(g.code, NameField());
             break;
         case V::kFlags:
             written = s.WriteInt16(g.code, Flags());
@@ -70,7 +70,7 @@ int CR12LayoutRecord::WriteDXF(R12DxfWriteContext &context) const {
             written = s.WriteText(g.code, LoadField<char *>(record, g.offset));
             break;
         case V::kLtypeName:
-            written = s.WriteText(g.code, context.Ltype(LoadField<int16_t>(record, g.offset)));
+            written = s.WriteName(g.code, context.Ltype(LoadField<int16_t>(record, g.offset)));
             break;
         case V::kAppendText:
             // The style's big font: the reader appends it to the font file's text, the

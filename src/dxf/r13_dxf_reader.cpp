@@ -9,6 +9,7 @@
 #include "dwg13/r13_header.h"
 #include "dwg13/r13_tables.h"
 #include "dxf/dxf_numbers.h"
+#include "dxf/dxf_tolerance.h"
 #include "io/drawing_file.h"
 
 #include <cstdio>
@@ -102,6 +103,7 @@ private:
 
 CR13DxfReader::CR13DxfReader(CR13Drawing &drawing, CDxfStream::Form form) : drawing_(drawing) {
     stream_.AttachInput(drawing.File(), form, CDxfStream::kRelease13);
+    stream_.SetReadOptions(DxfReadOptionsOf(drawing));
     eed_lookup_.appid = [&drawing](const char *name) {
         return drawing.Table(R13Table::kAppids).IndexOfName(name);
     };
@@ -141,6 +143,7 @@ bool CR13DxfReader::NextGroup() {
 }
 
 int CR13DxfReader::Load() {
+    DxfRoadsNote note(stream_, drawing_);
     if (!LoadUpToBlocks() || !LoadBlocksAndEntities())
         return 0;
     CR13Drawing &d = drawing_;

@@ -3,6 +3,7 @@
 #include "dxf/dxf_sniff.h"
 #include "dxf/dxf_stream.h"
 #include "io/drawing_file.h"
+#include "records/file_options.h"
 
 #include <cstring>
 
@@ -38,7 +39,7 @@ OpenSniff JudgeAsDwg(std::unique_ptr<CDrawingFile> file) {
 }
 
 OpenSniff JudgeAsDxf(std::unique_ptr<CDrawingFile> file) {
-    const DxfSniff dxf = SniffDxf(*file);
+    const DxfSniff dxf = SniffDxf(*file, g_ReadOptions);
     OpenSniff sniff;
     sniff.judged = true;
     sniff.refusal = dxf.Release12Refusal();

@@ -11,6 +11,7 @@
 #include "io/drawing_file.h"
 #include "interface/drawing_table.h"
 #include "interface/open_sniff.h"
+#include "records/file_options.h"
 #include "records/entity_kinds.h"
 #include "views/xref_paths.h"
 
@@ -264,7 +265,7 @@ std::string WhyRefused(const std::string &path) {
         auto file = std::make_unique<CDrawingFile>();
         if (!file->Open(path.c_str(), kDrawingFileRead))
             return "";
-        const DxfSniff sniff = SniffDxf(*file);
+        const DxfSniff sniff = SniffDxf(*file, g_ReadOptions);
         if (sniff.release != 13 ||
             drawing.OpenDXFFrom(file, path.c_str(), sniff.form == CDxfStream::kBinary) != 1)
             return "";

@@ -209,11 +209,18 @@ TEST_F(DxfCli, InfoNamesTheBinaryFormAndGivesTheDwgTwinsTableCounts) {
 }
 
 TEST_F(DxfCli, InfoOnADxfThatTheVersionCheckRefusesExitsOne) {
-    // The HEADER of this drawing does not begin with $ACADVER: "Invalid File.".
-    CliRun r = Velko("info " + CorpusPath("dxf12/cc_dxflib.dxf"), true);
+    // Comment groups stand before the first section of this drawing: "Invalid File." on
+    // the original road.
+    CliRun r = Velko("--strict info " + CorpusPath("dxf12/cc_dxflib.dxf"), true);
     EXPECT_EQ(r.status, 1) << r.out;
     EXPECT_NE(r.out.find("Invalid File."), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("(-405)"), std::string::npos) << r.out;
+}
+
+TEST_F(DxfCli, InfoReadsADxfWithCommentsOnTheTolerantRoadAndSaysSo) {
+    CliRun r = Velko("info " + CorpusPath("dxf12/cc_dxflib.dxf"), true);
+    EXPECT_EQ(r.status, 0) << r.out;
+    EXPECT_NE(r.out.find("tolerant_reads: comments"), std::string::npos) << r.out;
 }
 
 // What velko dump --json --blocks gives, counted: kinds by section ("entities", and

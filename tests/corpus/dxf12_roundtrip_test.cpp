@@ -118,6 +118,19 @@ TEST_P(Dxf12RoundTrip, BinaryFileWithDimensionStylesDoesNotReadBack) {
     }
 }
 
+// With the full code table of binary release 12 files (a read option), the binary file of a
+// drawing with dimension styles reads back as the drawing, by the same rules as one without;
+// so do the binary files of the corpus, which open only on that road.
+TEST_P(Dxf12RoundTrip, BinaryFileWithDimensionStylesReadsBackOnTheFullCodeTable) {
+    struct Options {
+        int32_t before = CDBSetReadOptions(CDB_READ_FULL_BINARY_CODES);
+        ~Options() { CDBSetReadOptions(before); }
+    } options;
+    if (!HasDimensionStyles())
+        GTEST_SKIP() << "no dimension style record";
+    RoundTrip(SaveForm::kBinaryDxf, stem_ + ".full_codes.binary.dxf");
+}
+
 // DXF -> DWG -> DXF: a drawing saved as DWG (every CRC of it right), read, and saved as
 // DXF again reads back as the DWG drawing did, by the rules of the DXF road. (The DWG
 // leg has rules of its own for a drawing that came from DXF: a colour of 256, a

@@ -18,7 +18,8 @@
 // failure that names the drawing, the copy's number, the seed and the damage, and the
 // run goes on; the damaged file is kept under the test's temporary folder for a rerun.
 // The copies come from std::mt19937 seeded per drawing from a fixed number, and the
-// environment variable VELKO_MUTATION_SCALE multiplies their number.
+// environment variable VELKO_MUTATION_SCALE multiplies their number. Every other copy is read
+// with every tolerant road of reading on (CDB_READ_TOLERANT), the others on the original road.
 #include "support/child_feed.h"
 #include "support/corpus.h"
 #include "support/drawing_feed.h"
@@ -194,9 +195,10 @@ std::string Describe(int status) {
 class ChildPool {
 public:
     struct Job {
-        std::string description; // what the file is, for a report
-        Bytes bytes;             // the file's content
-        bool save = false;       // also save the drawing, when it opens
+        std::string description;  // what the file is, for a report
+        Bytes bytes;              // the file's content
+        bool save = false;        // also save the drawing, when it opens
+        int32_t read_options = 0; // the read options in force while the child reads it
     };
     // Makes job `index`; called in order of the index.
     using Make = std::function<Job(int index)>;
@@ -365,6 +367,7 @@ private:
             for (size_t k = 0; k < paths.size(); ++k) {
                 // A second guard, should the parent go first.
                 alarm(static_cast<unsigned>(StallLimit()) + 5);
+                CDBSetReadOptions(s->batch[k].job.read_options);
                 ChildReport report = ReadFileWithinMemory(paths[k], s->batch[k].job.bytes.size(),
                                                           s->batch[k].job.save);
                 if (write(fds[1], &report, sizeof report) != static_cast<ssize_t>(sizeof report))
@@ -1539,6 +1542,11 @@ void ReadDamagedCopies(const std::string &relative, Release release, const char 
             what << relative << " copy " << i << " (seed " << seed << "): " << damage;
             job.description = what.str();
             job.save = i % save_every == 0;
+            // Every other copy is read on the tolerant roads, so that they meet damage too.
+            if (i % 2 == 1) {
+                job.read_options = CDB_READ_TOLERANT;
+                job.description += " [tolerant reading]";
+            }
             return job;
         },
         [&](int i, const ChildPool::Job &job, const Outcome &out) {
