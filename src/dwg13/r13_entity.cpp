@@ -160,18 +160,21 @@ int CR13Entity::ReadCommon(CBitStream &stream) {
 }
 
 void CR13Entity::ReadReactorCount(CBitStream &stream) {
-    const int code = int(record->reserved_bit_1 << 1 | record->reserved_bit_2);
-    // The code 2 is a count of 0, which the original reading gives too; 3 is no count.
-    if (code > 1)
+    // Writers give a count of reactors its shortest form: 0 as the code 2 (which the
+    // original reading gives too), up to 255 as the code 1 and one byte. The code 1 with a
+    // count of at least 1 is taken; any other pair of bits stays two bits, as the original
+    // reader takes them (the original writer leaves 0 0 there in new objects, with no count
+    // behind).
+    if (record->reserved_bit_1 != 0 || record->reserved_bit_2 != 1)
         return;
     CBitStream probe = stream;
-    const uint32_t count = code == 1 ? probe.ReadByte() : probe.ReadRawLong();
+    const uint32_t count = probe.ReadByte();
     // A handle takes at least one byte.
     const int64_t bytes_left = int64_t(probe.Size()) - probe.TellByte();
-    if (int64_t(count) > bytes_left)
+    if (count == 0 || int64_t(count) > bytes_left)
         return;
     stream = probe;
-    reactor_code = static_cast<int8_t>(code);
+    reactor_code = 1;
     reactor_count = count;
     record->reserved_bit_1 = 1;
     record->reserved_bit_2 = 0;
@@ -267,14 +270,11 @@ void CR13Entity::WriteCommon(CBitWriter &writer) const {
     writer.WriteBit(record->has_graphic != 0);
     writer.WriteBit(record->mode_model != 0);
     writer.WriteBit(record->mode_paper != 0);
-    if (reactor_code == 1 || reactor_code == 0) {
+    if (reactor_code == 1) {
         // The reactors read on the tolerant road go back in the form they came in.
         writer.WriteBit(false);
-        writer.WriteBit(reactor_code == 1);
-        if (reactor_code == 1)
-            writer.WriteByte(static_cast<uint8_t>(reactors.size()));
-        else
-            writer.WriteRawLong(static_cast<uint32_t>(reactors.size()));
+        writer.WriteBit(true);
+        writer.WriteByte(static_cast<uint8_t>(reactors.size()));
     } else {
         writer.WriteBit(record->reserved_bit_1 != 0);
         writer.WriteBit(record->reserved_bit_2 != 0);

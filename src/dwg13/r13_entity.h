@@ -83,9 +83,9 @@ public:
     int ReadCommon(CBitStream &stream);
     // The tolerant road of the head (CDB_READ_OBJECT_HEADS): the two bits behind the mode
     // bits are the code of a count of reactors, whose handles stand behind the owner in the
-    // trailer. The count (8 or 32 bits by the code) is taken when the rest of the object
-    // can hold that many handles; the record's two bits then say "no reactors", so that a
-    // copy of the record written as a new object is whole.
+    // trailer. A count of the one-byte form (the code 0 1) is taken when the rest of the
+    // object can hold that many handles; the record's two bits then say "no reactors", so
+    // that a copy of the record written as a new object is whole.
     void ReadReactorCount(CBitStream &stream);
     // The trailer: owner (when has_owner), dictionary, layer, line type (unless by layer),
     // previous and next (unless no_links), whose values are also kept as texts.
