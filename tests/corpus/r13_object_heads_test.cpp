@@ -17,6 +17,7 @@
 #include <cctype>
 #include <cstdio>
 #include <map>
+#include <vector>
 #include <string>
 
 namespace velko_test {
@@ -122,6 +123,44 @@ TEST(R13ObjectHeads, ReactorsOfTheEntityHeadGiveTheLayersAndColoursOfTheDxfTwin)
     EXPECT_EQ(tolerant.layer, 3) << tolerant.list;
     EXPECT_EQ(tolerant.color, 0) << tolerant.list;
     EXPECT_EQ(tolerant.dimensions, 0) << tolerant.list;
+}
+
+// The 3D polylines of a drawing, main list and blocks: handle and flags.
+std::map<std::string, int> Polylines3D(const snapshot::Snapshot &d) {
+    std::map<std::string, int> out;
+    auto take = [&out](const std::vector<CDB_ENTITY> &list) {
+        for (const CDB_ENTITY &e : list)
+            if (e.entity_type == CDB_POLYLINE && (e.polyline.flags & 8))
+                out[CanonicalHandle(e.handle)] = e.polyline.flags;
+    };
+    take(d.main_);
+    for (const snapshot::BlockCopy &block : d.blocks_)
+        take(block.list);
+    return out;
+}
+
+// A 3D polyline keeps its closed flag in the second of the two bytes behind its head, which
+// the original reading keeps but does not interpret.
+TEST(R13ObjectHeads, ClosedFlagOfThe3DPolylineAgreesWithTheDxfTwin) {
+    VELKO_REQUIRE_CORPUS();
+    snapshot::Snapshot dxf(CorpusPath(kDxf));
+    ASSERT_TRUE(dxf.opened()) << dxf.code();
+    const std::map<std::string, int> twin = Polylines3D(dxf);
+    ASSERT_EQ(twin.size(), 1u);
+    EXPECT_EQ(twin.begin()->second, 9) << "the DXF's 3D polyline is closed";
+    {
+        ReadOptions options(0);
+        snapshot::Snapshot dwg(CorpusPath(kDwg));
+        ASSERT_TRUE(dwg.opened()) << dwg.code();
+        const std::map<std::string, int> original = Polylines3D(dwg);
+        ASSERT_EQ(original.size(), 1u);
+        EXPECT_EQ(original.begin()->first, twin.begin()->first);
+        EXPECT_EQ(original.begin()->second, 8) << "the original reading: not closed";
+    }
+    ReadOptions options(CDB_READ_OBJECT_HEADS);
+    snapshot::Snapshot dwg(CorpusPath(kDwg));
+    ASSERT_TRUE(dwg.opened()) << dwg.code();
+    EXPECT_EQ(Polylines3D(dwg), twin);
 }
 
 // The reactors read on the tolerant road go back into a saved DWG in the form they came in:
