@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
+#include <cmath>
 #include <cstdio>
 #include <map>
 #include <vector>
@@ -161,6 +162,51 @@ TEST(R13ObjectHeads, ClosedFlagOfThe3DPolylineAgreesWithTheDxfTwin) {
     snapshot::Snapshot dwg(CorpusPath(kDwg));
     ASSERT_TRUE(dwg.opened()) << dwg.code();
     EXPECT_EQ(Polylines3D(dwg), twin);
+}
+
+bool Near(const CDB_POINT3 &a, const CDB_POINT3 &b) {
+    return std::fabs(a.x - b.x) < 1e-6 && std::fabs(a.y - b.y) < 1e-6 &&
+           std::fabs(a.z - b.z) < 1e-6;
+}
+
+// The DIMENSIONs of the main list whose three definition points differ from the DXF twin's.
+int DimensionsWithOtherPoints(const snapshot::Snapshot &dwg, const snapshot::Snapshot &dxf) {
+    std::map<std::string, const CDB_ENTITY *> by_handle;
+    for (const CDB_ENTITY &e : dxf.main_)
+        by_handle[CanonicalHandle(e.handle)] = &e;
+    int differ = 0;
+    for (const CDB_ENTITY &e : dwg.main_) {
+        auto found = by_handle.find(CanonicalHandle(e.handle));
+        if (e.entity_type != CDB_DIMENSION || found == by_handle.end())
+            continue;
+        const CDB_DIMENSION_type &a = e.dimension;
+        const CDB_DIMENSION_type &b = found->second->dimension;
+        if (!Near(a.definition_point, b.definition_point) ||
+            !Near(a.definition_point_2, b.definition_point_2) ||
+            !Near(a.definition_point_3, b.definition_point_3))
+            ++differ;
+    }
+    return differ;
+}
+
+// An ordinate dimension whose flags hold further bits beside the low two (both set) in the corpus
+// file) has its definition point first: the original reading asks for the flags 3 exactly
+// and reads the points in the other order. The two ordinate dimensions of the main list of
+// example_r13_relaid.dwg, with its reactors read too, give the DXF twin's points.
+TEST(R13ObjectHeads, OrdinateDimensionPointsFollowTheLowBitsOfTheFlags) {
+    VELKO_REQUIRE_CORPUS();
+    snapshot::Snapshot dxf(CorpusPath(kDxf));
+    ASSERT_TRUE(dxf.opened()) << dxf.code();
+    {
+        ReadOptions options(0);
+        snapshot::Snapshot dwg(CorpusPath(kDwg));
+        ASSERT_TRUE(dwg.opened()) << dwg.code();
+        EXPECT_GT(DimensionsWithOtherPoints(dwg, dxf), 0);
+    }
+    ReadOptions options(CDB_READ_OBJECT_HEADS);
+    snapshot::Snapshot dwg(CorpusPath(kDwg));
+    ASSERT_TRUE(dwg.opened()) << dwg.code();
+    EXPECT_EQ(DimensionsWithOtherPoints(dwg, dxf), 0);
 }
 
 // The reactors read on the tolerant road go back into a saved DWG in the form they came in:
