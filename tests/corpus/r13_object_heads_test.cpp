@@ -189,10 +189,10 @@ int DimensionsWithOtherPoints(const snapshot::Snapshot &dwg, const snapshot::Sna
     return differ;
 }
 
-// An ordinate dimension whose flags hold further bits beside the low two (both set) in the corpus
-// file) has its definition point first: the original reading asks for the flags 3 exactly
-// and reads the points in the other order. The two ordinate dimensions of the main list of
-// example_r13_relaid.dwg, with its reactors read too, give the DXF twin's points.
+// An ordinate dimension whose flags have the low two bits set and further bits beside them
+// has its definition point first: the original reading asks for the flags 3 exactly and
+// reads the points in the other order. The ordinate dimensions of the main list of
+// example_r13_relaid.dwg, with their reactors read too, give the DXF twin's points.
 TEST(R13ObjectHeads, OrdinateDimensionPointsFollowTheLowBitsOfTheFlags) {
     VELKO_REQUIRE_CORPUS();
     snapshot::Snapshot dxf(CorpusPath(kDxf));
