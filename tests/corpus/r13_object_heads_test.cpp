@@ -18,6 +18,7 @@
 #include <cmath>
 #include <cstdio>
 #include <map>
+#include <set>
 #include <vector>
 #include <string>
 
@@ -207,6 +208,51 @@ TEST(R13ObjectHeads, OrdinateDimensionPointsFollowTheLowBitsOfTheFlags) {
     snapshot::Snapshot dwg(CorpusPath(kDwg));
     ASSERT_TRUE(dwg.opened()) << dwg.code();
     EXPECT_EQ(DimensionsWithOtherPoints(dwg, dxf), 0);
+}
+
+// The names of the layers, the viewports and the blocks of a drawing that the other drawing
+// lacks, one a line.
+std::string NamesNotIn(const snapshot::Snapshot &a, const snapshot::Snapshot &b) {
+    std::set<std::string> known;
+    for (const CDB_LAYER_TBL_type &r : b.layers_)
+        known.insert(std::string("LAYER ") + (r.name ? r.name : ""));
+    for (const CDB_VPORT_TBL_type &r : b.vports_)
+        known.insert(std::string("VPORT ") + (r.name ? r.name : ""));
+    for (const snapshot::BlockCopy &r : b.blocks_)
+        known.insert(std::string("BLOCK ") + (r.start.name ? r.start.name : ""));
+    std::string out;
+    auto check = [&](const std::string &name) {
+        if (!known.count(name))
+            out += name + "\n";
+    };
+    for (const CDB_LAYER_TBL_type &r : a.layers_)
+        check(std::string("LAYER ") + (r.name ? r.name : ""));
+    for (const CDB_VPORT_TBL_type &r : a.vports_)
+        check(std::string("VPORT ") + (r.name ? r.name : ""));
+    // Anonymous blocks are left out: the DXF reading numbers them ("*D0"), the DWG's not.
+    for (const snapshot::BlockCopy &r : a.blocks_)
+        if (!r.start.name || r.start.name[0] != '*')
+            check(std::string("BLOCK ") + (r.start.name ? r.start.name : ""));
+    return out;
+}
+
+// Table records and block headers with extended data behind their handle: the original
+// reading takes the data's bits for the head's, and the name of two blocks, a layer and
+// the viewport is lost. Read tolerantly, every name is one of the DXF twin's.
+TEST(R13ObjectHeads, ExtendedDataInRecordHeadsKeepsTheirNames) {
+    VELKO_REQUIRE_CORPUS();
+    snapshot::Snapshot dxf(CorpusPath(kDxf));
+    ASSERT_TRUE(dxf.opened()) << dxf.code();
+    {
+        ReadOptions options(0);
+        snapshot::Snapshot dwg(CorpusPath(kDwg));
+        ASSERT_TRUE(dwg.opened()) << dwg.code();
+        EXPECT_EQ(NamesNotIn(dwg, dxf), "LAYER \nVPORT \nBLOCK \nBLOCK \n");
+    }
+    ReadOptions options(CDB_READ_OBJECT_HEADS);
+    snapshot::Snapshot dwg(CorpusPath(kDwg));
+    ASSERT_TRUE(dwg.opened()) << dwg.code();
+    EXPECT_EQ(NamesNotIn(dwg, dxf), "");
 }
 
 // The reactors read on the tolerant road go back into a saved DWG in the form they came in:
