@@ -70,6 +70,22 @@ TEST(R13AnyObjectOrder, GivesTheRecordsOfItsRelaidTwin) {
     snapshot::CompareDrawings(other, relaid, sink);
 }
 
+// The same with every tolerant road on: the object heads read tolerantly in both files.
+TEST(R13AnyObjectOrder, GivesTheRecordsOfItsRelaidTwinWithEveryRoadOn) {
+    VELKO_REQUIRE_CORPUS();
+    ReadOptions options(CDB_READ_TOLERANT);
+    snapshot::Snapshot other(CorpusPath(kOtherOrder));
+    snapshot::Snapshot relaid(CorpusPath(kRelaid));
+    ASSERT_TRUE(other.opened()) << other.code();
+    ASSERT_TRUE(relaid.opened()) << relaid.code();
+    EXPECT_EQ(CDBGetTolerantReads(other.handle()),
+              CDB_READ_ANY_OBJECT_ORDER | CDB_READ_OBJECT_HEADS);
+    ASSERT_EQ(other.main_.size(), relaid.main_.size());
+    snapshot::ExactSink sink;
+    sink.SetDrawings(kOtherOrder, kRelaid);
+    snapshot::CompareDrawings(other, relaid, sink);
+}
+
 } // namespace
 } // namespace r13_any_object_order
 } // namespace velko_test
