@@ -123,8 +123,16 @@ const R13Layout &CR13Dimension::FormLayout() const {
     case kDiameter:
         return kDiameterLayout;
     default: // ordinate and angular 3 point
-        return dim_flags == kDefinitionPointFirst ? kFirstPoint : kLastPoint;
+        return DefinitionPointFirst() ? kFirstPoint : kLastPoint;
     }
+}
+
+bool CR13Dimension::DefinitionPointFirst() const {
+    // The tolerant road (CDB_READ_OBJECT_HEADS): an ordinate dimension's order is told by
+    // the low two bits of its flags alone; the original reading asks for the flags 3.
+    if (file_type == kOrdinate && drawing && drawing->ReadsTolerantly(CDB_READ_OBJECT_HEADS))
+        return (dim_flags & kDefinitionPointFirst) == kDefinitionPointFirst;
+    return dim_flags == kDefinitionPointFirst;
 }
 
 int CR13Dimension::ReadBody(CBitStream &stream) {
@@ -139,6 +147,8 @@ int CR13Dimension::ReadBody(CBitStream &stream) {
     d.clone_insertion_point.z = 0.0;
     d.arc_definition_point = CDB_POINT3{0.0, 0.0, 0.0};
     ReadR13Fields(stream, FormLayout(), record);
+    if (file_type == kOrdinate && DefinitionPointFirst() && dim_flags != kDefinitionPointFirst)
+        drawing->NoteTolerantRead(CDB_READ_OBJECT_HEADS);
     switch (file_type) {
     case kOrdinate:
         ordinate_flag = stream.ReadByte();

@@ -226,6 +226,10 @@ public:
     // record is resolved and the handle is still unknown.
     std::string block_name;
 
+    // Whether the three points of the ordinate and the angular 3 point forms start with
+    // the definition point.
+    bool DefinitionPointFirst() const;
+
 protected:
     int ReadBody(CBitStream &stream) override;
     void WriteBody(CBitWriter &writer) const override;

@@ -231,6 +231,12 @@ int CR13Polyline::ReadBody(CBitStream &stream) {
         break;
     case kPolyline3D:
         p.flags = 8;
+        // The tolerant road (CDB_READ_OBJECT_HEADS): the second of the two bytes holds
+        // the closed flag, which the original reading leaves there.
+        if (drawing && drawing->ReadsTolerantly(CDB_READ_OBJECT_HEADS) && (form_bytes[1] & 1)) {
+            p.flags |= 1;
+            drawing->NoteTolerantRead(CDB_READ_OBJECT_HEADS);
+        }
         break;
     case kPolyface:
         p.flags = 0x40;

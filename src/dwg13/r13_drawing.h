@@ -17,6 +17,7 @@
 #include "dwg13/r13_block.h"
 #include "dwg13/r13_entity.h"
 #include "dwg13/r13_file_head.h"
+#include "dwg13/r13_object_walk.h"
 #include "model/list_drawing.h"
 #include "records/eed_cursor.h"
 
@@ -286,6 +287,8 @@ private:
     friend class CR13DxfReader;
     // The save replaces the file and the map's offsets.
     friend class CR13DwgSaver;
+    // The plan of a file laid out in another order reads the objects through the map.
+    friend class CR13ObjectPlan;
 
     int16_t ApplicationIndex(const char *handle) const override;
     int16_t LayerIndex(const char *handle) const override;
@@ -305,6 +308,13 @@ private:
     void HandOut(CEntityList &list, bool to_block);
     // The steps of LoadDWG behind the header and the map.
     int LoadObjects();
+    // Whether the walk in the file's order finds what it reads first: the block control at
+    // the start of the objects and a block header behind it. The walk's place is kept.
+    bool FileOrderFits();
+    // The tolerant road of a file laid out in another order: when the walk in the file's
+    // order would not fit and the read options allow it, the walk follows the plan that
+    // the object map and the blocks' chains give (r13_object_plan.h).
+    void ChooseObjectOrder();
     // Finds a block by name in the block list: its index, or -1.
     int FindBlock(const char *name) const;
     // The end of LoadDWG for every file kind: the handle of layer "0", the symbols of
@@ -327,6 +337,9 @@ private:
     std::unique_ptr<CR13Table> tables[kR13TableCount];
     // The object being decoded.
     std::unique_ptr<uint8_t[]> object_buffer;
+    // The walk through the objects during the load: the file's order, or the plan of a file
+    // laid out in another order.
+    std::unique_ptr<CR13ObjectWalk> object_walk;
     int32_t objects_start = 0;
     int32_t objects_end = 0;
     uint32_t next_handle = 0;

@@ -143,6 +143,11 @@ int CR13Entity::ReadCommon(CBitStream &stream) {
     // Where a count of reactors would stand: carried, not interpreted.
     record->reserved_bit_1 = static_cast<uint32_t>(stream.ReadBit());
     record->reserved_bit_2 = static_cast<uint32_t>(stream.ReadBit());
+    reactor_code = -1;
+    reactor_count = 0;
+    reactors.clear();
+    if (drawing && drawing->ReadsTolerantly(CDB_READ_OBJECT_HEADS))
+        ReadReactorCount(stream);
     record->line_type_bylayer = static_cast<uint32_t>(stream.ReadBit());
     record->no_links = stream.ReadBit() == 1 ? 1u : 0u;
     record->has_owner = record->mode_model == 0 && record->space == 0 ? 1u : 0u;
@@ -152,6 +157,29 @@ int CR13Entity::ReadCommon(CBitStream &stream) {
     record->invisibility = static_cast<uint16_t>(stream.ReadBitShort());
     record->extrusion = {0.0, 0.0, 1.0};
     return 1;
+}
+
+void CR13Entity::ReadReactorCount(CBitStream &stream) {
+    // Writers give a count of reactors its shortest form: 0 as the code 2 (which the
+    // original reading gives too), up to 255 as the code 1 and one byte. The code 1 with a
+    // count of at least 1 is taken; any other pair of bits stays two bits, as the original
+    // reader takes them (the original writer leaves 0 0 there in new objects, with no count
+    // behind).
+    if (record->reserved_bit_1 != 0 || record->reserved_bit_2 != 1)
+        return;
+    CBitStream probe = stream;
+    const uint32_t count = probe.ReadByte();
+    // A handle takes at least one byte.
+    const int64_t bytes_left = int64_t(probe.Size()) - probe.TellByte();
+    if (count == 0 || int64_t(count) > bytes_left)
+        return;
+    stream = probe;
+    reactor_code = 1;
+    reactor_count = count;
+    record->reserved_bit_1 = 1;
+    record->reserved_bit_2 = 0;
+    if (drawing)
+        drawing->NoteTolerantRead(CDB_READ_OBJECT_HEADS);
 }
 
 int CR13Entity::ReadEed(CBitStream &stream) {
@@ -194,6 +222,10 @@ void CR13Entity::ReadCommonHandles(CBitStream &stream) {
         stream.ReadHandle(record->owner);
     else
         record->owner.value = 0;
+    reactors.resize(reactor_count);
+    for (CHandleRef &reactor : reactors)
+        stream.ReadHandle(reactor);
+    reactor_count = 0;
     stream.ReadHandle(record->dictionary);
     stream.ReadBits(4);
     std::free(record->layer_handle);
@@ -238,8 +270,15 @@ void CR13Entity::WriteCommon(CBitWriter &writer) const {
     writer.WriteBit(record->has_graphic != 0);
     writer.WriteBit(record->mode_model != 0);
     writer.WriteBit(record->mode_paper != 0);
-    writer.WriteBit(record->reserved_bit_1 != 0);
-    writer.WriteBit(record->reserved_bit_2 != 0);
+    if (reactor_code == 1) {
+        // The reactors read on the tolerant road go back in the form they came in.
+        writer.WriteBit(false);
+        writer.WriteBit(true);
+        writer.WriteByte(static_cast<uint8_t>(reactors.size()));
+    } else {
+        writer.WriteBit(record->reserved_bit_1 != 0);
+        writer.WriteBit(record->reserved_bit_2 != 0);
+    }
     writer.WriteBit(record->line_type_bylayer != 0);
     writer.WriteBit(record->no_links != 0);
     writer.WriteBitShort(record->color);
@@ -277,6 +316,8 @@ void CR13Entity::WriteEed(CBitWriter &writer) const {
 void CR13Entity::WriteCommonHandles(CBitWriter &writer) const {
     if (record->has_owner)
         writer.WriteHandle(record->owner);
+    for (const CHandleRef &reactor : reactors)
+        writer.WriteHandle(reactor);
     writer.WriteHandle(record->dictionary);
     writer.WriteBits(5, 4);
     writer.WriteHandleText(record->layer_handle);

@@ -81,6 +81,12 @@ public:
     // bits, the mode bits, colour, line type scale, invisibility; the extrusion becomes
     // 0, 0, 1. 1, or -123 when the extended data fails.
     int ReadCommon(CBitStream &stream);
+    // The tolerant road of the head (CDB_READ_OBJECT_HEADS): the two bits behind the mode
+    // bits are the code of a count of reactors, whose handles stand behind the owner in the
+    // trailer. A count of the one-byte form (the code 0 1) is taken when the rest of the
+    // object can hold that many handles; the record's two bits then say "no reactors", so
+    // that a copy of the record written as a new object is whole.
+    void ReadReactorCount(CBitStream &stream);
     // The trailer: owner (when has_owner), dictionary, layer, line type (unless by layer),
     // previous and next (unless no_links), whose values are also kept as texts.
     void ReadCommonHandles(CBitStream &stream);
@@ -172,6 +178,13 @@ protected:
 
     CR13Drawing *drawing;
     int16_t file_type;
+    // The reactors of the head, read on the tolerant road of CDB_READ_OBJECT_HEADS (see
+    // ReadReactorCount): the count's 2-bit code as the file gave it, -1 when it was not read
+    // (the record then holds the two bits as the original reader takes them), the count
+    // until the handles are read, and the handles, written back as they were read.
+    int8_t reactor_code = -1;
+    uint32_t reactor_count = 0;
+    std::vector<CHandleRef> reactors;
     char previous_text[32] = {};
     char next_text[32] = {};
     int32_t resolved = 0;

@@ -5,6 +5,7 @@
 #include "dwg13/r13_entity_kinds.h"
 #include "dwg13/r13_header.h"
 #include "dwg13/r13_object_map.h"
+#include "dwg13/r13_object_plan.h"
 #include "dwg13/r13_tables.h"
 #include "dwg13/r13_update_pass.h"
 #include "io/bit_stream.h"
@@ -12,6 +13,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -46,6 +48,7 @@ int CR13Drawing::LoadDWG() {
     object_map->Read(*file);
     next_handle = object_map->NextHandle();
     int result = LoadObjects();
+    object_walk.reset();
     if (result != 1)
         return result;
     FinishTables();
@@ -135,8 +138,10 @@ int CR13Drawing::ReadBlocks() {
                     "read");
     objects_start = static_cast<int32_t>(start);
     file->SetPosition(objects_start, 0);
+    object_walk = std::make_unique<CR13ObjectWalk>(*file);
+    ChooseObjectOrder();
 
-    object_buffer = file->ReadObject();
+    object_buffer = object_walk->Next();
     if (!object_buffer)
         return 1;
     {
@@ -148,13 +153,13 @@ int CR13Drawing::ReadBlocks() {
     object_buffer.reset();
 
     for (;;) {
-        const int32_t noted = file->GetPosition();
-        object_buffer = file->ReadObject();
+        const int64_t noted = object_walk->Mark();
+        object_buffer = object_walk->Next();
         if (!object_buffer)
             break;
         if (ObjectType(object_buffer.get()) != kR13BlockHeader) {
             object_buffer.reset();
-            file->SetPosition(noted, 0);
+            object_walk->Return(noted);
             break;
         }
         auto block = std::make_unique<CR13Block>();
@@ -194,8 +199,7 @@ int CR13Drawing::ReadBlocks() {
 
 int CR13Drawing::ReadEntities(CEntityList &list, CR13BlockStart &start) {
     for (;;) {
-        const int32_t noted = file->GetPosition();
-        object_buffer = file->ReadObject();
+        object_buffer = object_walk->Next();
         if (!object_buffer)
             return -2;
         const int type = ObjectType(object_buffer.get());
@@ -211,7 +215,8 @@ int CR13Drawing::ReadEntities(CEntityList &list, CR13BlockStart &start) {
         if (!entity) {
             // Not decoded (an object of a class, a kind without a class): a save carries
             // it over as it stands.
-            carried_objects->Add(ObjectMapEntry{R13ObjectHandle(object_buffer.get()), noted});
+            carried_objects->Add(
+                ObjectMapEntry{R13ObjectHandle(object_buffer.get()), object_walk->LastOffset()});
             object_buffer.reset();
             continue;
         }
@@ -236,15 +241,39 @@ int CR13Drawing::ReadEntities(CEntityList &list, CR13BlockStart &start) {
     }
 }
 
+// ---- The order of the objects ----------------------------------------------------------------
+
+bool CR13Drawing::FileOrderFits() {
+    const int64_t mark = object_walk->Mark();
+    std::unique_ptr<uint8_t[]> first = object_walk->Next();
+    bool fits = first && ObjectType(first.get()) == kBlockControlType;
+    if (fits) {
+        std::unique_ptr<uint8_t[]> second = object_walk->Next();
+        fits = second && ObjectType(second.get()) == kR13BlockHeader;
+    }
+    object_walk->Return(mark);
+    return fits;
+}
+
+void CR13Drawing::ChooseObjectOrder() {
+    if (!ReadsTolerantly(CDB_READ_ANY_OBJECT_ORDER) || FileOrderFits())
+        return;
+    std::vector<int32_t> plan = CR13ObjectPlan(*this).Make();
+    if (plan.empty())
+        return;
+    object_walk->FollowPlan(std::move(plan));
+    NoteTolerantRead(CDB_READ_ANY_OBJECT_ORDER);
+}
+
 // ---- The tables and the objects behind them -----------------------------------------------
 
 int CR13Drawing::ReadTables() {
     for (size_t t = static_cast<size_t>(R13Table::kLayers);
          t <= static_cast<size_t>(R13Table::kVpEntHdrs); ++t)
-        if (tables[t]->Read(*file) != 0)
+        if (tables[t]->Read(*object_walk) != 0)
             return 0;
     R13CarriedObjects carried;
-    if (Table(R13Table::kMlineStyles).ReadBehindTables(*file, carried) != 0)
+    if (Table(R13Table::kMlineStyles).ReadBehindTables(*object_walk, carried) != 0)
         return 0;
     for (const auto &object : carried)
         carried_objects->Add(ObjectMapEntry{object.first, object.second});

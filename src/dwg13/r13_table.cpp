@@ -4,7 +4,7 @@
 #include "dwg13/r13_tables.h"
 
 #include "io/bit_stream.h"
-#include "io/drawing_file.h"
+#include "dwg13/r13_object_walk.h"
 
 #include <cstring>
 #include <memory>
@@ -16,11 +16,6 @@ int16_t ObjectType(const uint8_t *object) {
     CBitStream stream(object);
     stream.Skip(2, 0);
     return static_cast<int16_t>(stream.ReadBitShort());
-}
-
-// True when ReadObject gave nothing because the file ended, not because a read failed.
-bool AtEndOfFile(const CDrawingFile &file) {
-    return !file.read_failed;
 }
 
 // An object of four zero bytes: an empty object, which ends the multiline styles.
@@ -64,8 +59,8 @@ void CR13Table::AddRecord(CR13TableRecord *record) {
     ++count_hint;
 }
 
-int CR13Table::Read(CDrawingFile &file) {
-    std::unique_ptr<uint8_t[]> object = file.ReadObject();
+int CR13Table::Read(CR13ObjectWalk &walk) {
+    std::unique_ptr<uint8_t[]> object = walk.Next();
     if (!object)
         return -123;
     {
@@ -73,10 +68,10 @@ int CR13Table::Read(CDrawingFile &file) {
         if (!head.Read(stream, record_type))
             return -123;
     }
-    int32_t noted = file.GetPosition();
-    object = file.ReadObject();
+    int64_t noted = walk.Mark();
+    object = walk.Next();
     if (!object) {
-        file.SetPosition(noted, 0);
+        walk.Return(noted);
         return -123;
     }
     while (ObjectType(object.get()) == record_type) {
@@ -84,17 +79,22 @@ int CR13Table::Read(CDrawingFile &file) {
         if (!record)
             return -123;
         AddRecord(record);
-        noted = file.GetPosition();
-        object = file.ReadObject();
+        noted = walk.Mark();
+        object = walk.Next();
         if (!object) {
-            if (!AtEndOfFile(file))
+            if (walk.ReadFailed())
                 return -123;
             break;
         }
     }
     // The object that is not a record of this table is read again by the next table.
-    file.SetPosition(noted, 0);
+    walk.Return(noted);
     return 0;
+}
+
+int CR13Table::Read(CDrawingFile &file) {
+    CR13ObjectWalk walk(file);
+    return Read(walk);
 }
 
 int CR13Table::UpdateRecord(const uint8_t *object) {
@@ -179,25 +179,25 @@ void CR13Table::RemoveXrefSymbols() {
     }
 }
 
-int CR13Table::ReadBehindTables(CDrawingFile &file, R13CarriedObjects &carried) {
+int CR13Table::ReadBehindTables(CR13ObjectWalk &walk, R13CarriedObjects &carried) {
     // First stage: everything up to the first multiline style is carried as it stands.
-    int32_t noted = 0;
+    int64_t noted = 0;
     for (;;) {
-        noted = file.GetPosition();
-        std::unique_ptr<uint8_t[]> object = file.ReadObject();
+        noted = walk.Mark();
+        std::unique_ptr<uint8_t[]> object = walk.Next();
         if (!object)
             return -123;
         if (ObjectType(object.get()) == kR13MlineStyle)
             break;
-        carried.emplace_back(R13ObjectHandle(object.get()), noted);
+        carried.emplace_back(R13ObjectHandle(object.get()), walk.LastOffset());
     }
-    file.SetPosition(noted, 0);
+    walk.Return(noted);
     // Second stage: the multiline styles, up to an object of another type or an empty one.
     for (;;) {
-        noted = file.GetPosition();
-        std::unique_ptr<uint8_t[]> object = file.ReadObject();
+        noted = walk.Mark();
+        std::unique_ptr<uint8_t[]> object = walk.Next();
         if (!object) {
-            if (!AtEndOfFile(file))
+            if (walk.ReadFailed())
                 return -123;
             break;
         }
@@ -208,6 +208,11 @@ int CR13Table::ReadBehindTables(CDrawingFile &file, R13CarriedObjects &carried) 
             return -123;
         AddRecord(record);
     }
-    file.SetPosition(noted, 0);
+    walk.Return(noted);
     return 0;
+}
+
+int CR13Table::ReadBehindTables(CDrawingFile &file, R13CarriedObjects &carried) {
+    CR13ObjectWalk walk(file);
+    return ReadBehindTables(walk, carried);
 }

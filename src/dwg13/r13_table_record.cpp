@@ -7,12 +7,14 @@
 #include "io/bit_stream.h"
 #include "io/bit_writer.h"
 #include "io/record_field.h"
+#include "model/base_drawing.h"
 #include "records/handle_text.h"
 #include "records/heap_text.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 void R13BeginObject(CBitWriter &writer, int16_t type) {
     writer.WriteByte(0);
@@ -99,6 +101,60 @@ void CR13TableHead::Write(CBitWriter &writer, int16_t record_type) const {
     R13EndObject(writer);
 }
 
+// ---- The tolerant road of a record's head ---------------------------------------------------
+
+namespace {
+
+// Copies the bits [from, to) of `stream`'s object into `writer`.
+void CopyBits(CBitStream stream, int64_t from, int64_t to, CBitWriter &writer) {
+    stream.Seek(static_cast<int32_t>(from / 8), static_cast<int32_t>(from % 8));
+    for (int64_t bit = from; bit < to && !stream.Overrun(); ++bit)
+        writer.WriteBit(stream.ReadBit());
+}
+
+int64_t BitPlace(const CBitStream &stream) {
+    return int64_t(stream.TellByte()) * 8 + stream.TellBit();
+}
+
+// Extended data behind the handle of a record, which the original reading does not expect
+// there (it reads on as if the data were empty): the object is given again in `out` with
+// empty extended data where the chunks stood, every other bit as it was. False when the
+// object has none, or its chunks do not lie within the object.
+bool WithoutExtendedData(const uint8_t *object, std::vector<uint8_t> &out) {
+    CBitStream stream(object);
+    // The object's data ends before its two check bytes.
+    const int64_t data_end = int64_t(stream.Size() - 2) * 8;
+    stream.Skip(2, 0);
+    stream.ReadBitShort();
+    stream.ReadBits(4);
+    stream.ReadHandleValue();
+    const int64_t head_end = BitPlace(stream);
+    for (int chunks = 0;; ++chunks) {
+        const int32_t size = stream.ReadBitShort();
+        if (size == 0 && chunks == 0)
+            return false;
+        if (size == 0)
+            break;
+        if (size < 0)
+            return false;
+        stream.ReadBits(4);
+        stream.ReadHandleValue();
+        stream.Skip(size, 0);
+        if (stream.Overrun() || BitPlace(stream) > data_end)
+            return false;
+    }
+    const int64_t eed_end = BitPlace(stream);
+    CBitWriter writer;
+    CopyBits(CBitStream(object), 0, head_end, writer);
+    writer.WriteBits(2, 2);
+    CopyBits(CBitStream(object), eed_end, data_end, writer);
+    R13EndObject(writer);
+    out.assign(writer.Data(), writer.Data() + writer.TellSize());
+    return true;
+}
+
+} // namespace
+
 // ---- CR13TableRecord ---------------------------------------------------------------------
 
 CR13TableRecord::CR13TableRecord(CBaseDrawing *drawing, int16_t record_type, void *body,
@@ -109,6 +165,14 @@ CR13TableRecord::CR13TableRecord(CBaseDrawing *drawing, int16_t record_type, voi
 int CR13TableRecord::ReadDWG(const uint8_t *object) {
     if (!object)
         return 0;
+    // The tolerant road (CDB_READ_OBJECT_HEADS): a head with extended data is read as if it
+    // had none; the data is not kept, and a save writes the record without it.
+    std::vector<uint8_t> plain;
+    if (drawing && drawing->ReadsTolerantly(CDB_READ_OBJECT_HEADS) &&
+        WithoutExtendedData(object, plain)) {
+        drawing->NoteTolerantRead(CDB_READ_OBJECT_HEADS);
+        object = plain.data();
+    }
     CBitStream stream(object);
     int result = ReadDWG(stream);
     if (result)

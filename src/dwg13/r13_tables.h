@@ -42,6 +42,7 @@ class CBitWriter;
 class CDrawingFile;
 class CR13DxfReader;
 class CR13DxfWriter;
+class CR13ObjectWalk;
 
 // Object types of the table records (the control object of each table is one less).
 enum R13RecordType : int16_t {
@@ -448,9 +449,11 @@ public:
     // Makes and decodes one record from an object; null when the object does not decode.
     // A text style attaches its font here.
     CR13TableRecord *CreateRecord(const uint8_t *object);
-    // Reads the control object at the file's position and the records behind it. 0; -123
+    // Reads the control object at the walk's place and the records behind it. 0; -123
     // when an object cannot be read or decoded. The object that ended the table (the next
     // table's control object) is read again by the next table: the position is put back.
+    int Read(CR13ObjectWalk &walk);
+    // The same in the file's order from the file's read position.
     int Read(CDrawingFile &file);
     // The update of a record by a later object: a record with the same handle is replaced
     // in place, an unknown handle is appended; viewports are always appended. 1, or 0
@@ -484,6 +487,8 @@ public:
     // then the multiline styles are read until another object, an empty one or the end of
     // the file. The position is put back on the last object looked at. 0, or -123 when the
     // file ends before a multiline style or an object cannot be read.
+    int ReadBehindTables(CR13ObjectWalk &walk, R13CarriedObjects &carried);
+    // The same in the file's order from the file's read position.
     int ReadBehindTables(CDrawingFile &file, R13CarriedObjects &carried);
 
     // Takes a record that was decoded elsewhere (the block headers of the first pass): it

@@ -4,8 +4,8 @@
 #include "dwg13/r13_drawing.h"
 #include "dwg13/r13_entity_kinds.h"
 #include "dwg13/r13_tables.h"
+#include "dwg13/r13_object_walk.h"
 #include "io/bit_stream.h"
-#include "io/drawing_file.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -215,9 +215,9 @@ CR13UpdatePass::~CR13UpdatePass() = default;
 
 int CR13UpdatePass::Run() {
     Begin();
-    CDrawingFile &file = *drawing.file;
-    while (file.GetPosition() < drawing.objects_end) {
-        drawing.object_buffer = file.ReadObject();
+    CR13ObjectWalk &walk = *drawing.object_walk;
+    while (walk.Before(drawing.objects_end)) {
+        drawing.object_buffer = walk.Next();
         if (!drawing.object_buffer)
             break;
         const int result = ReadObject(drawing.object_buffer.get());

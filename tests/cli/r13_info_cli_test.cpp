@@ -44,7 +44,7 @@ TEST(VelkoRelease13Info, AsJson) {
 
 TEST(VelkoRelease13Info, AFileInAnotherWritersOrderIsRefusedWithTheReason) {
     VELKO_REQUIRE_CORPUS();
-    CommandOutcome r = RunVelko("info " + CorpusPath("dwg13/example_r13.dwg"), true);
+    CommandOutcome r = RunVelko("info --strict " + CorpusPath("dwg13/example_r13.dwg"), true);
     EXPECT_EQ(r.status, 1);
     EXPECT_NE(r.out.find("Invalid File. (-405)"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("not laid out in the order"), std::string::npos) << r.out;

@@ -571,6 +571,9 @@ protected:
             << kDrawing << ": " << error;
     }
 
+    // Feeds the damaged copies with the read options in force.
+    void FeedDamagedCounts();
+
     Prepared p;
     Located located;
 };
@@ -668,6 +671,18 @@ int CopyCount(size_t sites) {
 }
 
 TEST_F(R13BodyMutation, DamagedCountsEndCleanly) {
+    FeedDamagedCounts();
+}
+
+// The same copies read with every tolerant option on: the tolerant roads are fed damaged
+// files too. The children inherit the options.
+TEST_F(R13BodyMutation, DamagedCountsReadTolerantlyEndCleanly) {
+    const int32_t kept = CDBSetReadOptions(CDB_READ_TOLERANT);
+    FeedDamagedCounts();
+    CDBSetReadOptions(kept);
+}
+
+void R13BodyMutation::FeedDamagedCounts() {
     const uint32_t seed = SeedFor(std::string("entity body counts of ") + kDrawing);
     CountDamager damager(p.edited, located.sites, seed);
     const int copies = CopyCount(located.sites.size());

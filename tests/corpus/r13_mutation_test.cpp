@@ -40,6 +40,8 @@ using Clock = std::chrono::steady_clock;
 using Bytes = std::vector<uint8_t>;
 
 const char kDrawing[] = "dwg13/example_r13_relaid.dwg";
+// Its twin in another writer's order, which only the tolerant road reads.
+const char kOtherOrder[] = "dwg13/example_r13.dwg";
 
 // Mutants per kind of damage; with 13 kinds, 650 in all.
 constexpr int kMutantsPerKind = 50;
@@ -592,11 +594,11 @@ void R13Mutator::HugeSectionSize(Bytes *out, std::ostringstream *what) {
 // ---------------------------------------------------------------------------
 
 // The corpus drawing and its layout.
-void LoadDrawing(Bytes *original, R13Layout *layout) {
-    ASSERT_TRUE(ReadWholeFile(CorpusPath(kDrawing), original)) << kDrawing;
+void LoadDrawing(Bytes *original, R13Layout *layout, const char *drawing = kDrawing) {
+    ASSERT_TRUE(ReadWholeFile(CorpusPath(drawing), original)) << drawing;
     std::string error;
-    ASSERT_TRUE(layout->Read(*original, &error)) << kDrawing << ": " << error;
-    ASSERT_FALSE(layout->map_sections.empty()) << kDrawing;
+    ASSERT_TRUE(layout->Read(*original, &error)) << drawing << ": " << error;
+    ASSERT_FALSE(layout->map_sections.empty()) << drawing;
 }
 
 int MutantCount() {
@@ -667,12 +669,12 @@ TEST(R13Mutation, IntactDrawingEndsCleanlyWithinTheBounds) {
     EXPECT_EQ(checks.failed(), 0);
 }
 
-TEST(R13Mutation, DamagedCopiesEndCleanly) {
-    VELKO_REQUIRE_CORPUS();
+// Feeds the damaged copies of `drawing` with the read options `options` in force.
+void FeedDamagedCopies(const char *kDrawing, int32_t options) {
     Bytes original;
     R13Layout layout;
-    ASSERT_NO_FATAL_FAILURE(LoadDrawing(&original, &layout));
-
+    ASSERT_NO_FATAL_FAILURE(LoadDrawing(&original, &layout, kDrawing));
+    const int32_t kept_options = CDBSetReadOptions(options);
     CrashReporter reporter;
     Watchdog watchdog;
     TempPath temp("r13_mutant");
@@ -697,17 +699,31 @@ TEST(R13Mutation, DamagedCopiesEndCleanly) {
         checks.Check(fed, what.str());
     }
     SetCurrentInput("");
+    CDBSetReadOptions(kept_options);
     const double wall = std::chrono::duration<double>(Clock::now() - start).count();
     EXPECT_EQ(checks.failed(), 0) << checks.failed() << " mutants of " << kDrawing << " failed";
 
-    RecordProperty("mutants", mutants);
-    RecordProperty("opened", tally.opened);
+    ::testing::Test::RecordProperty("mutants", mutants);
+    ::testing::Test::RecordProperty("opened", tally.opened);
     std::printf("[ mutation ] %-40s %4d mutants, %4d opened, %.3f s (reads %.3f s, slowest "
-                "%.4f s), memory bound %s\n",
+                "%.4f s), memory bound %s%s\n",
                 kDrawing, mutants, tally.opened, wall, tally.seconds, tally.slowest,
-                limited ? "on" : "off");
+                limited ? "on" : "off", options ? ", read tolerantly" : "");
     if (tally.slowest > MutantTimeLimit() / 4)
         std::printf("[ mutation ] slowest: %s\n", tally.slowest_what.c_str());
+}
+
+TEST(R13Mutation, DamagedCopiesEndCleanly) {
+    VELKO_REQUIRE_CORPUS();
+    FeedDamagedCopies(kDrawing, 0);
+}
+
+// The tolerant roads are fed damaged files too: the copies of the drawing in the reader's
+// order and of its twin in another writer's order, read with every tolerant option on.
+TEST(R13Mutation, DamagedCopiesReadTolerantlyEndCleanly) {
+    VELKO_REQUIRE_CORPUS();
+    FeedDamagedCopies(kDrawing, CDB_READ_TOLERANT);
+    FeedDamagedCopies(kOtherOrder, CDB_READ_TOLERANT);
 }
 
 // The memory bound must hold: under it a block of 64 MB cannot be had, a small one can,
