@@ -146,6 +146,17 @@ void CR13ObjectPlan::Put(int index) {
     offsets.push_back(items[static_cast<size_t>(index)].offset);
 }
 
+bool CR13ObjectPlan::PlaceControl(int control, int16_t record_type, CR13TableHead &head) {
+    std::unique_ptr<uint8_t[]> object = ObjectAt(items[static_cast<size_t>(control)].offset);
+    if (!object)
+        return false;
+    CBitStream stream(object.get());
+    if (!head.Read(stream, record_type))
+        return false;
+    Put(control);
+    return true;
+}
+
 bool CR13ObjectPlan::BlockOrder(std::vector<uint32_t> &headers) {
     int control = -1;
     for (size_t i = 0; i < items.size() && control < 0; ++i)
@@ -153,12 +164,9 @@ bool CR13ObjectPlan::BlockOrder(std::vector<uint32_t> &headers) {
             control = static_cast<int>(i);
     if (control < 0)
         return false;
-    std::unique_ptr<uint8_t[]> object = ObjectAt(items[static_cast<size_t>(control)].offset);
     CR13TableHead head;
-    CBitStream stream(object.get());
-    if (!object || !head.Read(stream, kR13BlockHeader))
+    if (!PlaceControl(control, kR13BlockHeader, head))
         return false;
-    Put(control);
     const uint32_t own = items[static_cast<size_t>(control)].handle;
     model_header = Target(head.model_ref, own);
     paper_header = Target(head.paper_ref, own);
@@ -323,12 +331,9 @@ bool CR13ObjectPlan::PlaceTables() {
                 control = static_cast<int>(i);
         if (control < 0)
             return false;
-        std::unique_ptr<uint8_t[]> object = ObjectAt(items[static_cast<size_t>(control)].offset);
         CR13TableHead head;
-        CBitStream stream(object.get());
-        if (!object || !head.Read(stream, record_type))
+        if (!PlaceControl(control, record_type, head))
             return false;
-        Put(control);
         const uint32_t own = items[static_cast<size_t>(control)].handle;
         for (const CHandleRef &ref : head.entries) {
             const int index = IndexOf(Target(ref, own));

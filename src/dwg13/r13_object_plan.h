@@ -37,6 +37,7 @@
 #include <vector>
 
 class CR13Drawing;
+struct CR13TableHead;
 
 class CR13ObjectPlan {
 public:
@@ -89,6 +90,9 @@ private:
     // The BLOCK (type 4) or ENDBLK (type 5) of a header: the named one, or one it owns.
     int EndOfBlock(uint32_t header, uint32_t named, int16_t type) const;
     bool PlaceTables();
+    // Decodes the table head of the control object `control` (its records of type
+    // `record_type`) and places the control. False when it does not decode.
+    bool PlaceControl(int control, int16_t record_type, CR13TableHead &head);
     void PlaceTheRest();
     void Put(int index);
     int IndexOf(uint32_t handle) const;

@@ -27,6 +27,7 @@
 #include "support/drawing_snapshot.h"
 #include "support/dwg12_crc_walk.h"
 #include "support/dxf_text.h"
+#include "support/scoped_options.h"
 
 #include "velkow32.h"
 
@@ -122,10 +123,7 @@ TEST_P(Dxf12RoundTrip, BinaryFileWithDimensionStylesDoesNotReadBack) {
 // drawing with dimension styles reads back as the drawing, by the same rules as one without;
 // so do the binary files of the corpus, which open only on that road.
 TEST_P(Dxf12RoundTrip, BinaryFileWithDimensionStylesReadsBackOnTheFullCodeTable) {
-    struct Options {
-        int32_t before = CDBSetReadOptions(CDB_READ_FULL_BINARY_CODES);
-        ~Options() { CDBSetReadOptions(before); }
-    } options;
+    ScopedReadOptions options(CDB_READ_FULL_BINARY_CODES);
     if (!HasDimensionStyles())
         GTEST_SKIP() << "no dimension style record";
     RoundTrip(SaveForm::kBinaryDxf, stem_ + ".full_codes.binary.dxf");

@@ -9,6 +9,7 @@
 // so none is named. The twin, whose order the reader walks anyway, takes no tolerant road.
 #include "support/corpus.h"
 #include "support/drawing_snapshot.h"
+#include "support/scoped_options.h"
 
 #include "velkow32.h"
 
@@ -21,19 +22,9 @@ namespace {
 constexpr char kOtherOrder[] = "dwg13/example_r13.dwg";
 constexpr char kRelaid[] = "dwg13/example_r13_relaid.dwg";
 
-// Sets the read options for the life of a test and puts the old ones back.
-class ReadOptions {
-public:
-    explicit ReadOptions(int32_t options) : kept_(CDBSetReadOptions(options)) {}
-    ~ReadOptions() { CDBSetReadOptions(kept_); }
-
-private:
-    int32_t kept_;
-};
-
 TEST(R13AnyObjectOrder, OptionOffKeepsTheRefusal) {
     VELKO_REQUIRE_CORPUS();
-    ReadOptions options(0);
+    ScopedReadOptions options(0);
     const int16_t h = CDBStartFileReading(CorpusPath(kOtherOrder).c_str(), nullptr);
     EXPECT_EQ(h, CDB_FAIL);
     EXPECT_EQ(CDBGetErrorNumber(h), CDB_ERR_INVALID_FILE);
@@ -41,7 +32,7 @@ TEST(R13AnyObjectOrder, OptionOffKeepsTheRefusal) {
 
 TEST(R13AnyObjectOrder, OptionOnOpensAndNotesTheRoad) {
     VELKO_REQUIRE_CORPUS();
-    ReadOptions options(CDB_READ_ANY_OBJECT_ORDER);
+    ScopedReadOptions options(CDB_READ_ANY_OBJECT_ORDER);
     snapshot::Snapshot drawing(CorpusPath(kOtherOrder));
     ASSERT_TRUE(drawing.opened()) << drawing.code();
     EXPECT_EQ(CDBGetTolerantReads(drawing.handle()), CDB_READ_ANY_OBJECT_ORDER);
@@ -51,7 +42,7 @@ TEST(R13AnyObjectOrder, OptionOnOpensAndNotesTheRoad) {
 
 TEST(R13AnyObjectOrder, TwinInTheReadersOrderTakesNoRoad) {
     VELKO_REQUIRE_CORPUS();
-    ReadOptions options(CDB_READ_TOLERANT);
+    ScopedReadOptions options(CDB_READ_TOLERANT);
     snapshot::Snapshot drawing(CorpusPath(kRelaid));
     ASSERT_TRUE(drawing.opened()) << drawing.code();
     EXPECT_EQ(CDBGetTolerantReads(drawing.handle()) & CDB_READ_ANY_OBJECT_ORDER, 0);
@@ -59,7 +50,7 @@ TEST(R13AnyObjectOrder, TwinInTheReadersOrderTakesNoRoad) {
 
 TEST(R13AnyObjectOrder, GivesTheRecordsOfItsRelaidTwin) {
     VELKO_REQUIRE_CORPUS();
-    ReadOptions options(CDB_READ_ANY_OBJECT_ORDER);
+    ScopedReadOptions options(CDB_READ_ANY_OBJECT_ORDER);
     snapshot::Snapshot other(CorpusPath(kOtherOrder));
     snapshot::Snapshot relaid(CorpusPath(kRelaid));
     ASSERT_TRUE(other.opened()) << other.code();
@@ -73,7 +64,7 @@ TEST(R13AnyObjectOrder, GivesTheRecordsOfItsRelaidTwin) {
 // The same with every tolerant road on: the object heads read tolerantly in both files.
 TEST(R13AnyObjectOrder, GivesTheRecordsOfItsRelaidTwinWithEveryRoadOn) {
     VELKO_REQUIRE_CORPUS();
-    ReadOptions options(CDB_READ_TOLERANT);
+    ScopedReadOptions options(CDB_READ_TOLERANT);
     snapshot::Snapshot other(CorpusPath(kOtherOrder));
     snapshot::Snapshot relaid(CorpusPath(kRelaid));
     ASSERT_TRUE(other.opened()) << other.code();

@@ -9,6 +9,7 @@
 // entity by entity of the main list, matched by handle.
 #include "support/corpus.h"
 #include "support/drawing_snapshot.h"
+#include "support/scoped_options.h"
 
 #include "velkow32.h"
 
@@ -28,15 +29,6 @@ namespace {
 
 constexpr char kDwg[] = "dwg13/example_r13_relaid.dwg";
 constexpr char kDxf[] = "dxf13/example_r13.dxf";
-
-class ReadOptions {
-public:
-    explicit ReadOptions(int32_t options) : kept_(CDBSetReadOptions(options)) {}
-    ~ReadOptions() { CDBSetReadOptions(kept_); }
-
-private:
-    int32_t kept_;
-};
 
 std::string CanonicalHandle(const char *text) {
     std::string out;
@@ -98,14 +90,14 @@ TEST(R13ObjectHeads, ReactorsOfTheEntityHeadGiveTheLayersAndColoursOfTheDxfTwin)
 
     Disagreement original, tolerant;
     {
-        ReadOptions options(0);
+        ScopedReadOptions options(0);
         snapshot::Snapshot dwg(CorpusPath(kDwg));
         ASSERT_TRUE(dwg.opened()) << dwg.code();
         EXPECT_EQ(CDBGetTolerantReads(dwg.handle()), 0);
         original = Compare(dwg, dxf);
     }
     {
-        ReadOptions options(CDB_READ_OBJECT_HEADS);
+        ScopedReadOptions options(CDB_READ_OBJECT_HEADS);
         snapshot::Snapshot dwg(CorpusPath(kDwg));
         ASSERT_TRUE(dwg.opened()) << dwg.code();
         EXPECT_EQ(CDBGetTolerantReads(dwg.handle()), CDB_READ_OBJECT_HEADS);
@@ -151,7 +143,7 @@ TEST(R13ObjectHeads, ClosedFlagOfThe3DPolylineAgreesWithTheDxfTwin) {
     ASSERT_EQ(twin.size(), 1u);
     EXPECT_EQ(twin.begin()->second, 9) << "the DXF's 3D polyline is closed";
     {
-        ReadOptions options(0);
+        ScopedReadOptions options(0);
         snapshot::Snapshot dwg(CorpusPath(kDwg));
         ASSERT_TRUE(dwg.opened()) << dwg.code();
         const std::map<std::string, int> original = Polylines3D(dwg);
@@ -159,7 +151,7 @@ TEST(R13ObjectHeads, ClosedFlagOfThe3DPolylineAgreesWithTheDxfTwin) {
         EXPECT_EQ(original.begin()->first, twin.begin()->first);
         EXPECT_EQ(original.begin()->second, 8) << "the original reading: not closed";
     }
-    ReadOptions options(CDB_READ_OBJECT_HEADS);
+    ScopedReadOptions options(CDB_READ_OBJECT_HEADS);
     snapshot::Snapshot dwg(CorpusPath(kDwg));
     ASSERT_TRUE(dwg.opened()) << dwg.code();
     EXPECT_EQ(Polylines3D(dwg), twin);
@@ -199,12 +191,12 @@ TEST(R13ObjectHeads, OrdinateDimensionPointsFollowTheLowBitsOfTheFlags) {
     snapshot::Snapshot dxf(CorpusPath(kDxf));
     ASSERT_TRUE(dxf.opened()) << dxf.code();
     {
-        ReadOptions options(0);
+        ScopedReadOptions options(0);
         snapshot::Snapshot dwg(CorpusPath(kDwg));
         ASSERT_TRUE(dwg.opened()) << dwg.code();
         EXPECT_GT(DimensionsWithOtherPoints(dwg, dxf), 0);
     }
-    ReadOptions options(CDB_READ_OBJECT_HEADS);
+    ScopedReadOptions options(CDB_READ_OBJECT_HEADS);
     snapshot::Snapshot dwg(CorpusPath(kDwg));
     ASSERT_TRUE(dwg.opened()) << dwg.code();
     EXPECT_EQ(DimensionsWithOtherPoints(dwg, dxf), 0);
@@ -244,12 +236,12 @@ TEST(R13ObjectHeads, ExtendedDataInRecordHeadsKeepsTheirNames) {
     snapshot::Snapshot dxf(CorpusPath(kDxf));
     ASSERT_TRUE(dxf.opened()) << dxf.code();
     {
-        ReadOptions options(0);
+        ScopedReadOptions options(0);
         snapshot::Snapshot dwg(CorpusPath(kDwg));
         ASSERT_TRUE(dwg.opened()) << dwg.code();
         EXPECT_EQ(NamesNotIn(dwg, dxf), "LAYER \nVPORT \nBLOCK \nBLOCK \n");
     }
-    ReadOptions options(CDB_READ_OBJECT_HEADS);
+    ScopedReadOptions options(CDB_READ_OBJECT_HEADS);
     snapshot::Snapshot dwg(CorpusPath(kDwg));
     ASSERT_TRUE(dwg.opened()) << dwg.code();
     EXPECT_EQ(NamesNotIn(dwg, dxf), "");
@@ -260,7 +252,7 @@ TEST(R13ObjectHeads, ExtendedDataInRecordHeadsKeepsTheirNames) {
 // reactor lost or misplaced in the save would shift the trailer of its entity again).
 TEST(R13ObjectHeads, ReactorsReadTolerantlyAreSavedAndReadBack) {
     VELKO_REQUIRE_CORPUS();
-    ReadOptions options(CDB_READ_OBJECT_HEADS);
+    ScopedReadOptions options(CDB_READ_OBJECT_HEADS);
     const std::string saved = snapshot::RoundTripFolder() + "r13_object_heads_saved.dwg";
     ASSERT_EQ(snapshot::SaveCopy(CorpusPath(kDwg), saved, snapshot::SaveForm::kDwg), "");
     snapshot::Snapshot original(CorpusPath(kDwg));
